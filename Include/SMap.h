@@ -1,0 +1,256 @@
+#pragma once
+
+/// \file
+/// The library's hash map and the hash of its text keys. A map holds values as they are and never owns what a
+/// pointer among them points to. No locks: each map belongs to one thread at a time.
+
+#include <cstddef>
+#include <cstdint>
+#include <cstring>
+
+#include "SString.h"
+
+namespace vyn {
+
+/// The hash of all maps with text keys: `h = h * 33 + c` in 32 bits over the bytes of \p key up to its first
+/// NUL, each taken as a signed char; then a mask when \p tableSize is a power of two, else a modulo. \param
+/// tableSize number of buckets, at least 1. \return the bucket.
+VYN_API unsigned StringHashKey(const SString& key, int tableSize);
+
+namespace detail {
+
+// The 32 bits of StringHashKey before they are reduced to a bucket.
+inline unsigned TextHash(const char* text) {
+    unsigned h = 0;
+    for (; *text; ++text) {
+        h = h * 33 + static_cast<unsigned>(static_cast<signed char>(*text));
+    }
+    return h;
+}
+
+// Hash and equality of the keys: the numeric form serves integers and pointers.
+template <class K>
+struct MapKey {
+    static size_t Hash(K key) { return static_cast<size_t>((uintptr_t)key >> 2); }
+    static bool Equal(K a, K b) { return a == b; }
+};
+
+template <>
+struct MapKey<SString> {
+    static size_t Hash(const SString& key) { return TextHash(key.c_str()); }
+    static size_t Hash(const char* key) { return TextHash(key); }
+    static bool Equal(const SString& a, const SString& b) { return a == b; }
+    static bool Equal(const SString& a, const char* b) {
+        return strncmp(a.c_str(), b, a.length() + 1) == 0 && strlen(b) == a.length();
+    }
+};
+
+}  // namespace detail
+
+/// \brief Hash map with 31 buckets, walked by an opaque position.
+///
+/// The table is made at the first insertion, so that an empty map costs no memory. Entries come out bucket by
+/// bucket and within a bucket in the order of insertion: the order depends on the keys and on nothing else. A
+/// map that grows large gets an index beside its chains, so that a look-up stays one hash and a short walk.
+///
+/// A position is ended by removing its entry. Maps aren't copied.
+template <class K, class V>
+class VYN_API MMap {
+public:
+    constexpr MMap() = default;
+    MMap(const MMap&) = delete;
+    MMap& operator=(const MMap&) = delete;
+    virtual ~MMap() { RemoveAll(); }
+
+    /// \param[out] value unchanged when \p key is absent.
+    /// \return 1 when \p key is present, else 0.
+    int Lookup(const K& key, V& value) const { return Get(FindNode(key), value); }
+    /// The same for a map with SString keys, with no SString made. \p key isn't null.
+    template <class Key = K>
+    auto Lookup(const char* key, V& value) const -> decltype(detail::MapKey<Key>::Hash(key), int()) {
+        return Get(FindNode(key), value);
+    }
+    /// \return the number of entries.
+    int GetCount() const { return m_nCount; }
+    /// \return the first position; null when the map is empty.
+    void* GetStartPosition() const { return m_nCount == 0 ? nullptr : FirstNode(0); }
+    /// Copies the entry at \p pos.
+    /// \param[in,out] pos moves to the next entry or to null. Not null.
+    void GetNextAssoc(void*& pos, K& key, V& value) const {
+        MapNode* node = static_cast<MapNode*>(pos);
+        key = node->key;
+        value = node->value;
+        pos = node->next ? node->next : FirstNode(node->bucket + 1);
+    }
+
+    /// \return the value of \p key, which is inserted with a value of zero when it is missing; valid until
+    /// the entry is removed.
+    V& operator[](const K& key) {
+        const size_t hash = detail::MapKey<K>::Hash(key);
+        if (MapNode* node = FindNode(key, hash)) {
+            return node->value;
+        }
+        return AddNode(key, hash)->value;
+    }
+    /// The value itself isn't destroyed.
+    /// \return 1 when the entry was removed, 0 when \p key is absent.
+    int RemoveKey(const K& key) {
+        MapNode* node = FindNode(key);
+        if (!node) {
+            return 0;
+        }
+        MapNode* previous = nullptr;
+        for (MapNode* walk = m_ppTable[node->bucket]; walk != node; walk = walk->next) {
+            previous = walk;
+        }
+        (previous ? previous->next : m_ppTable[node->bucket]) = node->next;
+        if (m_pIndex) {
+            m_pIndex->Remove(node, previous);
+        }
+        delete node;
+        --m_nCount;
+        return 1;
+    }
+    /// Frees all entries and the table. The values themselves aren't destroyed.
+    void RemoveAll() {
+        for (MapNode* node = m_ppTable ? FirstNode(0) : nullptr; node;) {
+            MapNode* next = node->next ? node->next : FirstNode(node->bucket + 1);
+            delete node;
+            node = next;
+        }
+        delete m_pIndex;
+        m_pIndex = nullptr;
+        delete[] m_ppTable;
+        m_ppTable = nullptr;
+        m_nCount = 0;
+    }
+
+private:
+    static constexpr int kBuckets = 31;
+    static constexpr int kIndexedFrom = 8 * kBuckets;
+
+    struct MapNode {
+        MapNode* next;
+        unsigned bucket;
+        K key;
+        V value;
+        size_t hash;
+        MapNode* indexNext;
+    };
+
+    // A second table over the same nodes, which grows with the map. It also knows the end of each chain.
+    struct Index {
+        explicit Index(size_t size) : buckets(new MapNode* [size] {}), mask(size - 1) {}
+        Index(const Index&) = delete;
+        Index& operator=(const Index&) = delete;
+        ~Index() { delete[] buckets; }
+
+        MapNode*& Head(size_t hash) const { return buckets[(hash ^ (hash >> 15)) & mask]; }
+        void Add(MapNode* node) {
+            MapNode*& head = Head(node->hash);
+            node->indexNext = head;
+            head = node;
+            tails[node->bucket] = node;
+        }
+        void Remove(MapNode* node, MapNode* previousInChain) {
+            MapNode** link = &Head(node->hash);
+            while (*link != node) {
+                link = &(*link)->indexNext;
+            }
+            *link = node->indexNext;
+            if (tails[node->bucket] == node) {
+                tails[node->bucket] = previousInChain;
+            }
+        }
+
+        MapNode** buckets;
+        size_t mask;
+        MapNode* tails[kBuckets] = {};
+    };
+
+    static int Get(const MapNode* node, V& value) {
+        if (!node) {
+            return 0;
+        }
+        value = node->value;
+        return 1;
+    }
+
+    template <class Q>
+    MapNode* FindNode(const Q& key) const {
+        return m_ppTable ? FindNode(key, detail::MapKey<K>::Hash(key)) : nullptr;
+    }
+    template <class Q>
+    MapNode* FindNode(const Q& key, size_t hash) const {
+        if (m_pIndex) {
+            for (MapNode* node = m_pIndex->Head(hash); node; node = node->indexNext) {
+                if (node->hash == hash && detail::MapKey<K>::Equal(node->key, key)) {
+                    return node;
+                }
+            }
+            return nullptr;
+        }
+        for (MapNode* node = m_ppTable ? m_ppTable[hash % kBuckets] : nullptr; node; node = node->next) {
+            if (node->hash == hash && detail::MapKey<K>::Equal(node->key, key)) {
+                return node;
+            }
+        }
+        return nullptr;
+    }
+
+    MapNode* FirstNode(unsigned bucket) const {
+        for (; bucket < static_cast<unsigned>(m_nBuckets); ++bucket) {
+            if (m_ppTable[bucket]) {
+                return m_ppTable[bucket];
+            }
+        }
+        return nullptr;
+    }
+
+    MapNode* AddNode(const K& key, size_t hash) {
+        if (!m_ppTable) {
+            m_ppTable = new MapNode* [kBuckets] {};
+        }
+        const unsigned bucket = static_cast<unsigned>(hash % kBuckets);
+        MapNode* node = new MapNode{nullptr, bucket, key, V(), hash, nullptr};
+        *EndOfChain(bucket) = node;
+        ++m_nCount;
+        if (m_pIndex && m_nCount <= static_cast<int>(m_pIndex->mask)) {
+            m_pIndex->Add(node);
+        } else if (m_pIndex || m_nCount >= kIndexedFrom) {
+            MakeIndex();
+        }
+        return node;
+    }
+
+    MapNode** EndOfChain(unsigned bucket) const {
+        if (m_pIndex) {
+            return m_pIndex->tails[bucket] ? &m_pIndex->tails[bucket]->next : &m_ppTable[bucket];
+        }
+        MapNode** link = &m_ppTable[bucket];
+        while (*link) {
+            link = &(*link)->next;
+        }
+        return link;
+    }
+
+    // Indexes all entries anew, with room for twice as many.
+    void MakeIndex() {
+        size_t size = m_pIndex ? (m_pIndex->mask + 1) * 2 : 1024;
+        delete m_pIndex;
+        m_pIndex = nullptr;
+        Index* index = new Index(size);
+        for (MapNode* node = FirstNode(0); node;) {
+            index->Add(node);
+            node = node->next ? node->next : FirstNode(node->bucket + 1);
+        }
+        m_pIndex = index;
+    }
+
+    MapNode** m_ppTable = nullptr;
+    int m_nBuckets = kBuckets;
+    int m_nCount = 0;
+    Index* m_pIndex = nullptr;  // null while the map is small
+};
+
+}  // namespace vyn

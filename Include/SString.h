@@ -1,0 +1,158 @@
+#pragma once
+
+/// \file
+/// The library's string: UTF-8 text derived from the standard string, with formatting, and the small free
+/// functions that live beside it. Distinct strings are independent; one string belongs to one thread at a
+/// time.
+
+#include <string>
+
+#include "Vyn.h"
+
+namespace vyn {
+
+/// \brief A string that holds UTF-8 text.
+///
+/// Use SString for ordinary work; this class is the base that fixes the encoding in the type. All members of
+/// the standard string are available, and copies are independent values.
+class VYN_API UTF8String : public std::basic_string<char> {
+public:
+    UTF8String() = default;
+    UTF8String(const UTF8String&) = default;
+    UTF8String(UTF8String&&) = default;
+    /// Copies the bytes, taken as UTF-8. Null means the empty string.
+    UTF8String(const char* text) : std::basic_string<char>(text ? text : "") {}
+    /// Copies the bytes, taken as UTF-8.
+    UTF8String(const std::basic_string<char>& text) : std::basic_string<char>(text) {}
+    virtual ~UTF8String() = default;
+
+    UTF8String& operator=(const UTF8String&) = default;
+    UTF8String& operator=(UTF8String&&) = default;
+    /// Null assigns the empty string.
+    UTF8String& operator=(const char* text) {
+        assign(text ? text : "");
+        return *this;
+    }
+    UTF8String& operator=(const std::basic_string<char>& text) {
+        assign(text);
+        return *this;
+    }
+    /// The string becomes the single byte \p c.
+    UTF8String& operator=(char c) {
+        assign(1, c);
+        return *this;
+    }
+
+    /// The string becomes a copy of the bytes of \p text.
+    void CreateFromUTF8String(const UTF8String& text) { assign(text); }
+};
+
+/// \brief The string type of the whole library.
+///
+/// Every name, path, option value and message is an SString or a `const char*` into one. The state is the
+/// standard string inside: bytes, counted in bytes, NUL-terminated for reading. A `const char*` taken from an
+/// object belongs to it and lasts until the object is next changed or destroyed.
+class VYN_API SString : public UTF8String {
+public:
+    SString() = default;
+    SString(const SString&) = default;
+    SString(SString&&) = default;
+    /// Copies the bytes with no conversion.
+    SString(const std::basic_string<char>& text) : UTF8String(text) {}
+    /// Copies the bytes up to the NUL, taken as UTF-8 without validation. Null yields the empty string.
+    SString(const char* text) : UTF8String(text) {}
+
+    SString& operator=(const SString&) = default;
+    SString& operator=(SString&&) = default;
+    SString& operator=(const std::basic_string<char>& text) {
+        assign(text);
+        return *this;
+    }
+    /// Null assigns the empty string.
+    SString& operator=(const char* text) {
+        assign(text ? text : "");
+        return *this;
+    }
+    /// The string becomes the single byte \p c.
+    SString& operator=(char c) {
+        assign(1, c);
+        return *this;
+    }
+
+    /// \return 1 when the length is 0, else 0.
+    int IsEmpty() const { return empty() ? 1 : 0; }
+    /// \return the length in bytes.
+    unsigned GetLength() const { return static_cast<unsigned>(length()); }
+    /// \return the NUL-terminated text, for reading only; valid until the string changes.
+    const char* GetBuffer() const { return c_str(); }
+
+    /// `strcmp` of the text, up to its first NUL, with \p rhs.
+    /// \pre \p rhs isn't null.
+    /// \return negative, 0 or positive.
+    int Compare(const char* rhs) const;
+    int Compare(const SString& rhs) const;
+    /// `strcasecmp` of the text, up to its first NUL, with \p rhs.
+    /// \pre \p rhs isn't null.
+    /// \return negative, 0 or positive.
+    int CompareNoCase(const char* rhs) const;
+    int CompareNoCase(const SString& rhs) const;
+    /// \return the byte offset of the first occurrence of \p needle in the text up to its first NUL; -1 when
+    /// it doesn't occur; 0 for an empty needle. \throws std::logic_error when \p needle is null.
+    int Find(const char* needle) const;
+
+    /// Inserts the bytes of \p text before byte offset \p pos.
+    /// \pre \p text isn't null.
+    /// \return the new length.
+    /// \throws std::out_of_range when \p pos lies beyond the length.
+    int Insert(int pos, const char* text);
+    int Insert(int pos, char c);
+    /// Inserts \p text up to its first NUL.
+    int Insert(int pos, const SString& text);
+
+    /// `toupper` on each byte in place; the length never changes.
+    void MakeUpper();
+    /// `tolower` on each byte in place; the length never changes.
+    void MakeLower();
+
+    /// Replaces the string by \p format filled in as `vsprintf` does. The format is scanned first for an
+    /// upper bound of the result's length; text beyond that bound isn't made. \p format may point into this
+    /// object.
+    ///
+    /// The scan knows the conversions `c C s S d i o u x X p e g G f n` with one prefix letter. Others, `E`,
+    /// `ll` and so on, count as no output, so that their format is refused. \return the upper bound, which
+    /// isn't the length of the result. `errno` is EINVAL and the string empty when the result doesn't fit in
+    /// the bound or the format is refused by the system; else `errno` is left alone.
+    int Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    /// The same as Format.
+    int FormatMessage(const char* format, ...) __attribute__((format(printf, 2, 3)));
+    /// The same as Format.
+    /// \param args a `va_list`, decayed to a pointer. The scan works on a copy of it.
+    int FormatV(const char* format, void* args);
+};
+
+/// Sets \p dir to the working directory.
+/// \return false when the system can't tell it or its path has 1024 bytes or more; \p dir is then empty.
+VYN_API bool VynGetCurrentDirectory(SString& dir);
+
+/// Says whether XMLMapSingleDataCharacter drops carriage returns. For set-up: not to be called while another
+/// thread maps characters.
+VYN_API void SetNormalizeLineEndings(bool on);
+
+/// Writes the form that the one byte at \p src takes in XML character data to \p dst, NUL-terminated. The
+/// five markup characters, tab, line feed and carriage return become references; other control bytes and all
+/// bytes above 0x7F become a blank: UTF-8 text doesn't survive being mapped byte by byte. \param dstSize size
+/// of \p dst in bytes, at least 2. \return nothing. `errno` is ERANGE and the result empty when the form
+/// doesn't fit; EINVAL for a null \p dst.
+VYN_API void XMLMapSingleDataCharacter(const char* src, char* dst, unsigned dstSize);
+
+/// \return the value in the environment, or null when \p name isn't set; valid until the environment changes.
+VYN_API const char* VynGetEnvironmentVariable(const SString& name);
+/// \return the value in a static copy, or null when \p name isn't set; valid until the next successful call
+/// of this overload. For one thread at a time.
+VYN_API const char* VynGetEnvironmentVariable(const char* name);
+
+/// Formats a line and, when the variable QZD_TRACE was in the environment while the library loaded, writes it
+/// to standard output with a newline. \return what SString::Format returns, traced or not.
+VYN_API int xq_trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
+
+}  // namespace vyn
