@@ -1,0 +1,333 @@
+#pragma once
+
+/// \file
+/// Rg files: a registry-style text format of keys, named text values and attributes, and the tree that it is
+/// read into. The parser only calls virtual operations of the tree that it is given, so that a subclass of
+/// CRgKey decides what reading a file means. A tree, a loader and a file belong to one thread at a time.
+
+#include <cstdio>
+#include <memory>
+
+#include "SMap.h"
+#include "SString.h"
+#include "VynM.h"
+
+namespace vyn {
+
+/// \brief One name and value on a key or on a value. Owned by what it stands on.
+class VYN_API CRgAttribute {
+public:
+    /// Copies both texts; null means the empty string.
+    CRgAttribute(const char* name, const char* value) : m_strName(name), m_strValue(value) {}
+    virtual ~CRgAttribute() = default;
+
+    /// \return the name; valid as long as the attribute.
+    const char* GetName() { return m_strName.c_str(); }
+    /// \return the value; valid until it is set.
+    const char* GetValue() { return m_strValue.c_str(); }
+    /// Null means the empty string.
+    void SetValue(const char* value) { m_strValue = value; }
+
+private:
+    SString m_strName;
+    SString m_strValue;
+};
+
+/// \brief A named text value of a key, with attributes that it owns. Abstract: CDefRgValue is the plain one.
+class VYN_API CRgValue {
+public:
+    /// How a value is written: texts in quotes, the two others bare.
+    enum RvType { eText = 0, eBare = 1, eBareOther = 2 };
+
+    CRgValue() = default;
+    CRgValue(const CRgValue&) = delete;
+    CRgValue& operator=(const CRgValue&) = delete;
+    /// Deletes the attributes.
+    virtual ~CRgValue();
+
+    virtual const char* GetName() const = 0;
+    virtual const char* GetValue() const = 0;
+    virtual RvType GetType() const = 0;
+    virtual int SetName(const char* name) = 0;
+    virtual int SetType(RvType type) = 0;
+    virtual int SetValue(const char* value) = 0;
+    /// Writes the value as one line by the static form below.
+    /// \return 1.
+    virtual int Dump(FILE* file);
+
+    /// Writes one value line: `"name"="value" ` and, in parentheses, the attributes.
+    ///
+    /// A value of type eText stands in quotes and so do its attributes. A value of another type stands bare,
+    /// unless it wouldn't be read back as one token with the same text (as a sign, a fraction, a blank or the
+    /// empty text); then it and its attributes are quoted, and so is any attribute whose own text needs it.
+    /// Several attributes are separated by commas. Nothing escapes a `"` in a text: such a value doesn't read
+    /// back. \param attributes may be null. \return 1.
+    static int Dump(FILE* file, const char* name, RvType type, const char* value,
+                    MList<CRgAttribute*>* attributes);
+
+    /// Appends \p attribute, which the value owns from now on, with no test for one of that name.
+    void AddAttribute(CRgAttribute* attribute) { m_listAttributes.AddTail(attribute); }
+    MList<CRgAttribute*>* GetAttributeList() { return &m_listAttributes; }
+    int GetAttributeCount() { return m_listAttributes.GetCount(); }
+    /// \return the first position; null when there is none.
+    void* GetFirstAttributePosition() { return m_listAttributes.GetHeadPosition(); }
+    /// \param[in,out] pos moves to the next attribute or to null. Not null.
+    CRgAttribute* GetNextAttribute(void*& pos) { return m_listAttributes.GetNext(pos); }
+    /// \return the value of the first attribute of that name; null when there is none. Valid until it is set
+    /// or the CRgValue dies.
+    const char* GetAttributeValue(const char* name);
+    /// Sets the first attribute of that name, or appends a new one.
+    void SetAttributeValue(const char* name, const char* value);
+
+private:
+    CRgAttribute* FindAttribute(const char* name);
+
+    MList<CRgAttribute*> m_listAttributes;
+};
+
+/// \brief The plain value: a name, a text and a type.
+class VYN_API CDefRgValue : public CRgValue {
+public:
+    /// Copies the texts; null means the empty string.
+    CDefRgValue(const char* name, RvType type, const char* value)
+        : m_strName(name), m_strValue(value), m_type(type) {}
+
+    const char* GetName() const override { return m_strName.c_str(); }
+    const char* GetValue() const override { return m_strValue.c_str(); }
+    RvType GetType() const override { return m_type; }
+    /// The setters replace the field. \return 1.
+    int SetName(const char* name) override;
+    int SetType(RvType type) override;
+    int SetValue(const char* value) override;
+
+private:
+    SString m_strName;
+    SString m_strValue;
+    RvType m_type;
+};
+
+/// \brief A key of an Rg tree: subkeys, values and attributes, all of which it owns.
+///
+/// Abstract: a subclass gives the name and decides what CreateKey and CreateValue make. Where an operation
+/// takes a list of attributes, the list object and its nodes stay the caller's, and the attribute objects
+/// belong to the key from the call on, whatever becomes of them.
+class VYN_API CRgKey {
+public:
+    CRgKey() = default;
+    CRgKey(const CRgKey&) = delete;
+    CRgKey& operator=(const CRgKey&) = delete;
+    /// Deletes all below the key.
+    virtual ~CRgKey();
+
+    virtual const char* GetName() const = 0;
+    /// Makes or finds the subkey \p name.
+    /// \param attributes taken over; may be null.
+    /// \return the subkey, owned by this key; null when the key class refuses the name.
+    virtual CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) = 0;
+    /// \return the first subkey of that name; null when there is none.
+    virtual CRgKey* FindKey(const char* name) const;
+    /// Appends \p key, which this key owns from now on. \return 1.
+    virtual int AddKey(CRgKey* key);
+    /// Unlinks \p key, which belongs to the caller from now on, and clears its parent.
+    /// \return 1 when \p key was a subkey, else 0.
+    virtual int RemoveKey(CRgKey* key);
+    /// Makes a value.
+    /// \param attributes taken over; may be null.
+    /// \return the value, owned by this key; null when the key class refuses it.
+    virtual CRgValue* CreateValue(const char* name, CRgValue::RvType type, const char* value,
+                                  MList<CRgAttribute*>* attributes) = 0;
+    /// \return the first value of that name; null when there is none.
+    virtual CRgValue* FindValue(const char* name) const;
+    /// Appends \p value, which this key owns from now on. \return 1.
+    virtual int AddValue(CRgValue* value);
+    /// Unlinks \p value, which belongs to the caller from now on.
+    /// \return 1 when \p value was in the key, else 0.
+    virtual int RemoveValue(CRgValue* value);
+    /// Deletes the present attributes and takes over those of \p attributes, which isn't null.
+    virtual void SetAttributes(MList<CRgAttribute*>* attributes);
+    /// Called by the loader on the last key that a section heading reached, when the key class refused the
+    /// element \p name and the heading has attributes. \return the key that takes the section's values, and
+    /// with it the attributes; null leaves the attributes to the caller.
+    virtual CRgKey* UseAttributes(MList<CRgAttribute*>* attributes, const char* name);
+    /// Deletes every subkey, value and attribute. The key itself survives.
+    virtual void Empty();
+    /// Writes the key and all below it: its heading, its values, then its subkeys. A key without values has
+    /// no heading. Attributes of keys aren't written. \param parentPath path of the parent key; null for the
+    /// root, which has no heading. \return 0.
+    virtual int Dump(FILE* file, const char* parentPath) const;
+
+    int GetKeyCount() { return m_listKeys.GetCount(); }
+    int GetValueCount() { return m_listValues.GetCount(); }
+    /// \return the first position; null when there is none.
+    void* GetFirstKeyPosition() const { return m_listKeys.GetHeadPosition(); }
+    /// \param[in,out] pos moves to the next subkey or to null. Not null.
+    CRgKey* GetNextKey(void*& pos) const { return m_listKeys.GetNext(pos); }
+    /// \return the first position; null when there is none.
+    void* GetFirstValuePosition() const { return m_listValues.GetHeadPosition(); }
+    /// \param[in,out] pos moves to the next value or to null. Not null.
+    CRgValue* GetNextValue(void*& pos) const { return m_listValues.GetNext(pos); }
+    MList<CRgAttribute*>* GetAttributeList() { return &m_listAttributes; }
+
+protected:
+    friend class CRgFile;
+
+    CRgKey* m_pParent = nullptr;  // set by subclasses only
+    MList<CRgKey*> m_listKeys;
+    MList<CRgValue*> m_listValues;
+    MList<CRgAttribute*> m_listAttributes;
+};
+
+/// \brief The plain key: it accepts every name, and finds keys and values by an index.
+///
+/// Attributes given to CreateKey and CreateValue are destroyed, not kept; those of SetAttributes are. Of two
+/// keys or values of one name both stay in the list, and the index finds the later.
+class VYN_API CDefRgKey : public CRgKey {
+public:
+    /// Copies \p name; null means the empty name.
+    explicit CDefRgKey(const char* name) : m_strName(name) {}
+
+    const char* GetName() const override { return m_strName.c_str(); }
+    CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
+    CRgKey* FindKey(const char* name) const override;
+    int AddKey(CRgKey* key) override;
+    int RemoveKey(CRgKey* key) override;
+    /// Always makes a new value.
+    CRgValue* CreateValue(const char* name, CRgValue::RvType type, const char* value,
+                          MList<CRgAttribute*>* attributes) override;
+    CRgValue* FindValue(const char* name) const override;
+    int AddValue(CRgValue* value) override;
+    int RemoveValue(CRgValue* value) override;
+    void Empty() override;
+
+private:
+    SString m_strName;
+    MMap<SString, CRgKey*> m_mapKeys;
+    MMap<SString, CRgValue*> m_mapValues;
+};
+
+/// \brief Reads one Rg text into a tree. An object serves one load at a time.
+class VYN_API CRgLoader {
+public:
+    /// \param root has to outlive the loader.
+    explicit CRgLoader(CRgKey& root);
+    CRgLoader(const CRgLoader&) = delete;
+    CRgLoader& operator=(const CRgLoader&) = delete;
+    ~CRgLoader();
+
+    /// Reads the file at \p path into the root, which keeps what it holds. What was read before a malformed
+    /// place stays in the tree. \param path not null. \return 0 when the text was read up to its end; 1 when
+    /// the path is empty, the file can't be opened or the text is malformed.
+    int Load(const char* path);
+
+private:
+    // The numbers of the token kinds. NextKey and NextAttribute have quirks of their own in what they return.
+    enum TokenKind {
+        eUnknown = 0,
+        eName = 1,
+        eWord = 2,
+        eString = 3,
+        eNumber = 4,
+        eTrue = 5,
+        eFalse = 6,
+        eOpen = 7,
+        eClose = 8,
+        eSectionOpen = 9,
+        eSectionClose = 10,
+        eAssign = 11,
+        eComma = 12,
+        eSlash = 13,
+        eEnd = 14
+    };
+
+    char NextChar();
+    bool Fill();
+    int NextToken();
+    int NextKey();
+    int NextAttribute();
+
+    bool SkipSpace();
+    template <class Accept>
+    void TakeWhile(Accept accept);
+    int TakePunctuation(int kind);
+    int TakeNumber();
+    int TakeWord();
+    void ReadSections();
+    bool ReadSection();
+    void ReadAttributes(int (CRgLoader::*next)(), MList<CRgAttribute*>& attributes);
+    bool ReadValue(CRgKey* key, SString& name, SString& value);
+
+    CRgKey& m_root;
+    FILE* m_pFile;
+    char m_chCurrent;     // the first byte not yet consumed; NUL at the end
+    SString m_strToken;   // stays readable after later tokens that have no text
+    int m_nToken;         // kind of the last token
+    const char* m_pNext;  // unread part of the buffer
+    const char* m_pEnd;
+    std::unique_ptr<char[]> m_pBuffer;
+};
+
+/// \brief One Rg tree bound to a file name, with access to keys and values by path.
+///
+/// A path is a sequence of key names joined by `/`, with no leading `/`; it names a key below the root, and a
+/// value's name is always a separate argument. An element of a path has at most 255 bytes: a longer one
+/// leaves EINVAL in `errno` and counts as the empty name. Where a key class refuses an element or a value,
+/// the operation stops there and makes nothing further.
+class VYN_API CRgFile {
+public:
+    /// \param root becomes the file's own; null means a new CDefRgKey with the empty name.
+    explicit CRgFile(CRgKey* root = nullptr);
+    CRgFile(const CRgFile&) = delete;
+    CRgFile& operator=(const CRgFile&) = delete;
+    /// Deletes the whole tree.
+    virtual ~CRgFile();
+
+    /// Empties the tree and reads the file at \p path. The first call gives the object its path name,
+    /// whatever its outcome; later ones leave that alone. \param path not null. \return 0 on success, else 1;
+    /// the tree is then empty.
+    int Load(const char* path);
+    /// Reads the file at \p path into the tree, adding to what it holds.
+    /// \param path not null.
+    /// \return 0 on success, else 1; the whole tree is then empty, what it held before included.
+    int Merge(const char* path);
+    /// Writes the tree to \p path, or to the file's own path when \p path is null. Errors while writing
+    /// aren't detected. \return 0 on success, 1 when the path is empty, the value of `errno` when the file
+    /// can't be opened.
+    int Save(const char* path);
+
+    /// \return the root, owned by the file, never null.
+    CRgKey* GetKeyRoot() { return m_pRoot; }
+    /// \return the key at \p path; null when an element is missing.
+    CRgKey* FindKey(const char* path);
+    /// Makes the key at \p path and what is missing on the way. The key class gets an attribute for the last
+    /// element when both \p attributeName and \p attributeValue are given.
+    /// \return the key; null when the key class refuses an element.
+    CRgKey* CreateKey(const char* path, const char* attributeName, const char* attributeValue);
+    /// \return the text of value \p name in the key at \p path; null when it is missing. The text belongs to
+    /// the value and lasts until that changes.
+    const char* GetValue(const char* path, const char* name);
+    /// Sets the text of an existing value, or makes one of type eText, with the keys that are missing.
+    void SetValue(const char* path, const char* name, const char* value);
+    /// \return the attribute on value \p name in the key at \p path; null when key, value or attribute is
+    /// missing. The text belongs to the attribute.
+    const char* GetAttributeValue(const char* path, const char* name, const char* attributeName);
+    /// Sets an attribute on a value, which is made with the text \p valueText when it is missing. The text of
+    /// an existing value stays.
+    void SetAttributeValue(const char* path, const char* name, const char* valueText,
+                           const char* attributeName, const char* attributeValue);
+    /// Unlinks \p key from its parent when it has neither subkeys nor values; it then belongs to the caller.
+    /// A key that knows no parent, as every plain key, and a null key are left alone.
+    void RemoveKey(CRgKey* key);
+    /// Empties \p key and unlinks it from its parent when it has no subkeys; it then belongs to the caller. A
+    /// key that knows no parent, as every plain key, and a null key are left alone.
+    void DestroyKey(CRgKey* key);
+
+protected:
+    CRgKey* m_pRoot;
+    SString m_strPath;  // empty until the first Load
+
+private:
+    CRgValue* FindValue(const char* path, const char* name);
+    CRgKey* MakeKey(const char* path);
+};
+
+}  // namespace vyn

@@ -1,0 +1,32 @@
+#pragma once
+
+/// \file
+/// What the option and style keys share with the plain Rg tree.
+
+#include "RgFile.h"
+
+namespace vyn::detail {
+
+/// Room for one element of a key path: 255 bytes and the NUL.
+constexpr size_t kKeyElementSize = 256;
+
+/// Copies \p length bytes of \p text to \p element, NUL-terminated.
+/// \return false when they don't fit; \p element is then empty and `errno` EINVAL.
+bool CopyKeyElement(const char* text, size_t length, char (&element)[kKeyElementSize]);
+
+/// Takes the first element off a key path, as CopyKeyElement does.
+/// \return the path behind the `/` that ended the element; null when it was the last.
+const char* SplitKeyPath(const char* path, char (&element)[kKeyElementSize]);
+
+/// Deletes the attribute objects of \p attributes and empties the list; null is fine.
+void DestroyAttributes(MList<CRgAttribute*>* attributes);
+
+/// Writes the text with no lock and no formatting.
+void Put(FILE* file, const char* text);
+
+/// Writes a section heading, with the attributes in parentheses when there are any. An attribute that no
+/// heading can hold, since its text is empty or has a character of the syntax, is left out: it would make the
+/// file unreadable. \param attributes may be null.
+void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes);
+
+}  // namespace vyn::detail

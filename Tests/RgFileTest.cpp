@@ -1,0 +1,320 @@
+#include "RgFile.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <vector>
+
+#include "TestSupport.h"
+
+namespace vyn {
+namespace {
+
+using test::ReadText;
+using test::TemporaryDirectory;
+using test::WriteText;
+
+// A key that shows what the loader called, and refuses the elements that begin with '-'.
+class RecordingKey : public CDefRgKey {
+public:
+    RecordingKey(const char* name, std::string& log) : CDefRgKey(name), m_log(log) {}
+
+    CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override {
+        if (*name == '-') {
+            m_log += std::string("refuse ") + name + "\n";
+            return nullptr;
+        }
+        if (CRgKey* present = FindKey(name)) {
+            return present;
+        }
+        EXPECT_EQ(attributes, nullptr);
+        CRgKey* key = new RecordingKey(name, m_log);
+        AddKey(key);
+        return key;
+    }
+    CRgKey* UseAttributes(MList<CRgAttribute*>* attributes, const char* name) override {
+        m_log += std::string("use ") + GetName() + " " + name + "\n";
+        if (strcmp(name, "-use") != 0) {
+            return nullptr;
+        }
+        CRgKey* key = new RecordingKey("used", m_log);
+        AddKey(key);
+        key->SetAttributes(attributes);
+        return key;
+    }
+    CRgValue* CreateValue(const char* name, CRgValue::RvType type, const char* value,
+                          MList<CRgAttribute*>* attributes) override {
+        CRgValue* made = new CDefRgValue(name, type, value);
+        made->GetAttributeList()->AddTail(attributes);
+        AddValue(made);
+        return made;
+    }
+
+private:
+    std::string& m_log;
+};
+
+// The tree as one line: a[x=1](name=text{p=q} sub(...)).
+std::string Show(CRgKey& key) {
+    std::string text = key.GetName();
+    for (void* pos = key.GetAttributeList()->GetHeadPosition(); pos;) {
+        CRgAttribute* attribute = key.GetAttributeList()->GetNext(pos);
+        text += std::string("[") + attribute->GetName() + "=" + attribute->GetValue() + "]";
+    }
+    text += "(";
+    for (void* pos = key.GetFirstValuePosition(); pos;) {
+        CRgValue* value = key.GetNextValue(pos);
+        text += std::string(value->GetName()) + "=" + value->GetValue();
+        for (void* a = value->GetFirstAttributePosition(); a;) {
+            CRgAttribute* attribute = value->GetNextAttribute(a);
+            text += std::string("{") + attribute->GetName() + "=" + attribute->GetValue() + "}";
+        }
+        text += pos ? " " : "";
+    }
+    for (void* pos = key.GetFirstKeyPosition(); pos;) {
+        text += Show(*key.GetNextKey(pos));
+    }
+    return text + ")";
+}
+
+class RgFileTest : public testing::Test {
+protected:
+    std::string Path(const char* name = "f.rg") { return m_directory / name; }
+    const char* Write(const std::string& text) {
+        WriteText(Path(), text);
+        return (m_path = Path()).c_str();
+    }
+
+    TemporaryDirectory m_directory;
+    std::string m_path;
+};
+
+TEST_F(RgFileTest, LoaderReadsEveryFormToItsEnd) {
+    const struct {
+        std::string text;
+        int status;
+        const char* tree;
+    } rows[] = {
+        {"", 0, "()"},
+        {" \n - ; \x80 ", 0, "()"},
+        {"[a]", 0, "(a())"},
+        {"[a] \"x\"=\"1\"\n\"y\"=2 \"z\"=true [a/b]\"x\"=TRUE", 0, "(a(x=1 y=2 z=trueb(x=TRUE)))"},
+        {"[a]\"n\"=007 \"m\"=2147483648 \"q\"=\"007\"", 0, "(a(n=7 m=-2147483648 q=007))"},
+        {"[a]\"x\"=\"1\" (\"p\"=\"q\", r=5)\n\"y\"=w_1", 0, "(a(x=1{p=q}{r=5} y=w_1))"},
+        {"[a] (x=1, \"y\"= 2 )\"v\"=1", 0, "(a[x=1][\"y\"=2 ](v=1))"},
+        {"[ a / b ]\"x\"=1", 0, "(a (b (x=1)))"},
+        {"[a=\"b c]\"x\"=1", 0, "(a=\"b c(x=1))"},
+        {"[a]\"x\"=\"one\ntwo\\\" [b] \"y\"=\"\xC3\xA9\"", 0, "(a(x=one\ntwo\\)b(y=\xC3\xA9))"},
+        {"[a]\"x\"=1[a]\"y\"=2", 0, "(a(x=1 y=2))"},
+        {"x [a]", 1, "()"},
+        {"12 [a]", 1, "()"},
+        {"\"x\"=1", 1, "()"},
+        {"[]", 1, "()"},
+        {"[/a]", 1, "()"},
+        {"[a/]", 1, "(a())"},
+        {"[a//b]", 1, "(a())"},
+        {"[a/b", 0, "(a(b()))"},
+        {"[a] x=1", 1, "(a())"},
+        {"[a]\"x\"=1 ]", 1, "(a(x=1))"},
+        {"[a]\"x\" [b]\"y\"=1", 0, "(a()b(y=1))"},
+        {"[a]\"x\" \"y\"=1", 1, "(a())"},
+        {"[a]\"x\"", 0, "(a())"},
+        {"[a]\"x\"=", 0, "(a(x=x))"},
+        {"[a]\"x\"=\"unclosed [b]\n", 0, "(a(x=unclosed [b]\n))"},
+        {"[a]\"v\"=1.5", 1, "(a(v=1))"},
+        {"[a]\"v\"=-1", 1, "(a(v=v))"},
+        {"[a]\"a\\\"b\"=\"c\"", 1, "(a())"},
+        {"[a](a=,b=1)", 1, "(a[a=a]())"},
+        {"[a](x=1,y)\"v\"=1", 0, "(a[x=1](v=1))"},
+        {"[a](x=1", 0, "(a[x=1]())"},
+        {"[a]\"x\"=1(\"p\"=\"q\" \"r\"=\"s\")", 1, "(a(x=1{p=q}))"},
+        {std::string("[a]\"x\"=1\0\"y\"=2", 16), 0, "(a(x=1))"},
+        {std::string("[a]\"x\"=\"1\0\"\"y\"=2", 18), 0, "(a(x=1))"},
+    };
+    for (const auto& row : rows) {
+        std::string log;
+        RecordingKey root("", log);
+        EXPECT_EQ(CRgLoader(root).Load(Write(row.text)), row.status) << row.text;
+        EXPECT_EQ(Show(root), row.tree) << row.text;
+    }
+}
+
+TEST_F(RgFileTest, LoaderReadsTokensAcrossItsBlocks) {
+    const std::string longText(100000, 'x');
+    for (size_t pad : {65530u, 65531u, 65532u, 65533u, 65534u, 65535u, 65536u}) {
+        std::string log;
+        RecordingKey root("", log);
+        const std::string text = std::string(pad, ' ') + "[ab]\"cd\"=\"" + longText + "\"(\"e\"=12)";
+        ASSERT_EQ(CRgLoader(root).Load(Write(text)), 0) << pad;
+        ASSERT_EQ(Show(root), "(ab(cd=" + longText + "{e=12}))") << pad;
+    }
+}
+
+TEST_F(RgFileTest, LoaderOffersTheAttributesOfARefusedHeading) {
+    std::string log;
+    RecordingKey root("", log);
+    EXPECT_EQ(CRgLoader(root).Load(Write("[a/-no/c](x=1)\"v\"=1(\"p\"=\"q\")\n"
+                                         "[a/-use/c](x=1,y=2)\"v\"=1\n"
+                                         "[-root](x=1)\"v\"=1\n"
+                                         "[a/-plain]\"v\"=2")),
+              0);
+    EXPECT_EQ(log, "refuse -no\nuse a -no\nrefuse -use\nuse a -use\nrefuse -root\nrefuse -plain\n");
+    EXPECT_EQ(Show(root), "(a(used[x=1][y=2](v=1)))");
+}
+
+TEST_F(RgFileTest, UnreadablePathsGiveTheirResult) {
+    CDefRgKey root("");
+    EXPECT_EQ(CRgLoader(root).Load(""), 1);
+    EXPECT_EQ(CRgLoader(root).Load(Path("missing").c_str()), 1);
+    EXPECT_EQ(CRgLoader(root).Load(m_directory.Path().c_str()), 0) << "a directory opens and reads as empty";
+}
+
+TEST_F(RgFileTest, PlainTreeKeepsHeadingAttributesOnly) {
+    CRgFile file;
+    EXPECT_EQ(file.Load(Write("[a](x=1)\"v\"=1(\"p\"=\"q\")")), 0);
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a[x=1](v=1))");
+    EXPECT_NE(file.CreateKey("a/b", "k", "v"), nullptr);
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a[x=1](v=1b()))");
+}
+
+TEST_F(RgFileTest, WriterGivesTheUsualLayout) {
+    CRgFile file;
+    file.SetValue("a/b", "x", "1");
+    file.SetValue("c", "Name", "Text");
+    file.SetAttributeValue("c", "Name", "ignored", "a", "1");
+    file.SetValue("c/d", "y", "");
+    ASSERT_EQ(file.Save(Path().c_str()), 0);
+    EXPECT_EQ(ReadText(Path()),
+              "\n[a/b]\n\n\"x\"=\"1\" \n\n[c]\n\n\"Name\"=\"Text\" (\"a\"=\"1\" )\n\n[c/d]\n\n\"y\"=\"\" \n");
+}
+
+TEST_F(RgFileTest, WhatTheWriterWritesReadsBack) {
+    std::string log;
+    const struct {
+        CRgValue::RvType type;
+        const char* value;
+        const char* attribute;
+        const char* line;
+    } rows[] = {
+        {CRgValue::eText, "3", "x", "\"v\"=\"3\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "3", "x", "\"v\"=3 (\"a\"=x , \"b\"=1 )\n"},
+        {CRgValue::eBare, "word_1", "a b", "\"v\"=word_1 (\"a\"=\"a b\" , \"b\"=1 )\n"},
+        {CRgValue::eBareOther, "-3", "x", "\"v\"=\"-3\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "", "x", "\"v\"=\"\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "1.5", "x", "\"v\"=\"1.5\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "007", "x", "\"v\"=\"007\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "0", "x", "\"v\"=0 (\"a\"=x , \"b\"=1 )\n"},
+        {CRgValue::eBare, "2147483647", "x", "\"v\"=2147483647 (\"a\"=x , \"b\"=1 )\n"},
+        {CRgValue::eBare, "2147483648", "x", "\"v\"=\"2147483648\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "12345678901", "x", "\"v\"=\"12345678901\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "_x", "x", "\"v\"=\"_x\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+        {CRgValue::eBare, "1a", "x", "\"v\"=\"1a\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
+    };
+    for (const auto& row : rows) {
+        RecordingKey root("", log);
+        CRgKey* key = root.CreateKey("k", nullptr);
+        CRgValue* value = new CDefRgValue("v", row.type, row.value);
+        value->SetAttributeValue("a", row.attribute);
+        value->SetAttributeValue("b", "2");
+        value->SetAttributeValue("b", "1");
+        key->AddValue(value);
+        const std::string before = Show(root);
+        FILE* file = fopen(Path().c_str(), "w");
+        EXPECT_EQ(root.Dump(file, nullptr), 0);
+        fclose(file);
+        EXPECT_EQ(ReadText(Path()), std::string("\n[k]\n\n") + row.line);
+        RecordingKey again("", log);
+        EXPECT_EQ(CRgLoader(again).Load(Path().c_str()), 0) << row.line;
+        EXPECT_EQ(Show(again), before);
+    }
+}
+
+TEST_F(RgFileTest, LoadReplacesAndMergeAdds) {
+    CRgFile file;
+    ASSERT_EQ(file.Load(Write("[a]\"x\"=1")), 0);
+    ASSERT_EQ(file.Merge(Write("[a]\"x\"=2 [b]\"y\"=3")), 0);
+    EXPECT_STREQ(file.GetValue("a", "x"), "2") << "the later of two values of a name";
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a(x=1 x=2)b(y=3))");
+    EXPECT_EQ(file.Merge(Write("[c]\"z\"=4 stray")), 1);
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "()") << "a failed merge empties the tree";
+    file.SetValue("a", "x", "5");
+    EXPECT_EQ(file.Load(Path("missing").c_str()), 1);
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "()");
+}
+
+TEST_F(RgFileTest, FirstLoadGivesThePath) {
+    CRgFile file;
+    EXPECT_EQ(file.Save(nullptr), 1) << "no path yet";
+    EXPECT_EQ(file.Load(Path("first").c_str()), 1);
+    EXPECT_EQ(file.Load(Write("[a]\"x\"=1")), 0);
+    ASSERT_EQ(file.Save(nullptr), 0);
+    EXPECT_EQ(ReadText(Path("first")), "\n[a]\n\n\"x\"=\"1\" \n");
+    EXPECT_EQ(file.Save((m_directory.Path() + "/no/such").c_str()), ENOENT);
+}
+
+TEST_F(RgFileTest, ReadsByPathCreateNothing) {
+    CRgFile file;
+    file.SetValue("a", "x", "1");
+    EXPECT_EQ(file.GetValue("a/b", "x"), nullptr);
+    EXPECT_EQ(file.GetValue("a", "y"), nullptr);
+    EXPECT_EQ(file.GetValue("", "x"), nullptr) << "the empty path is a key of the empty name";
+    EXPECT_EQ(file.GetAttributeValue("a", "x", "p"), nullptr);
+    file.SetAttributeValue("a", "x", "other", "p", "q");
+    EXPECT_STREQ(file.GetAttributeValue("a", "x", "p"), "q");
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a(x=1{p=q}))");
+}
+
+TEST_F(RgFileTest, LongPathElementCountsAsEmpty) {
+    CRgFile file;
+    const std::string name(255, 'n');
+    file.SetValue(("a/" + name).c_str(), "x", "1");
+    EXPECT_STREQ(file.GetValue(("a/" + name).c_str(), "x"), "1");
+    errno = 0;
+    EXPECT_EQ(file.GetValue(("a/" + name + "n").c_str(), "x"), nullptr);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+TEST_F(RgFileTest, RefusedElementLeavesTheTreeAlone) {
+    std::string log;
+    CRgFile file(new RecordingKey("", log));
+    file.SetValue("-a/b", "x", "1");
+    file.SetAttributeValue("-a", "x", "1", "p", "q");
+    EXPECT_EQ(file.CreateKey("-a/b", "p", "q"), nullptr);
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "()");
+}
+
+TEST_F(RgFileTest, SetValueKeepsTheType) {
+    CRgFile file;
+    file.CreateKey("a", nullptr, nullptr)->CreateValue("Level", CRgValue::eBare, "3", nullptr);
+    file.SetValue("a", "Level", "4");
+    ASSERT_EQ(file.Save(Path().c_str()), 0);
+    EXPECT_EQ(ReadText(Path()), "\n[a]\n\n\"Level\"=4 \n");
+}
+
+TEST_F(RgFileTest, PlainKeysKnowNoParent) {
+    CRgFile file;
+    CRgKey* key = file.CreateKey("a/b", nullptr, nullptr);
+    file.RemoveKey(key);
+    file.DestroyKey(key);
+    file.RemoveKey(nullptr);
+    file.DestroyKey(nullptr);
+    EXPECT_EQ(file.FindKey("a/b"), key);
+    EXPECT_EQ(file.FindKey("a")->RemoveKey(key), 1);
+    EXPECT_EQ(file.FindKey("a/b"), nullptr);
+    EXPECT_EQ(file.FindKey("a")->RemoveKey(key), 0);
+    delete key;
+}
+
+TEST_F(RgFileTest, DeepTreeNeedsNoDeepStack) {
+    std::string text = "[a";
+    for (int i = 0; i < 300000; ++i) {
+        text += "/a";
+    }
+    CRgFile file;
+    EXPECT_EQ(file.Load(Write(text + "]\"x\"=1")), 0);
+    file.GetKeyRoot()->Empty();
+    EXPECT_EQ(file.GetKeyRoot()->GetKeyCount(), 0);
+}
+
+}  // namespace
+}  // namespace vyn
