@@ -1,0 +1,111 @@
+#pragma once
+
+/// \file
+/// The message streams: vynerr for errors, vynout for normal output. No locks: a message is composed over
+/// several calls, so one thread at a time writes to a stream.
+
+#include <fstream>
+#include <optional>
+#include <sstream>
+#include <stack>
+
+#include "SString.h"
+#include "Vyn.h"
+
+namespace k4 {
+class IMessageOutputHandler;
+}
+
+namespace vyn {
+
+/// \brief Composes a message in memory and delivers it as a whole at `flush`.
+///
+/// \code
+/// vynerr << IntErr << "no such table: " << name << endl << flush;
+/// \endcode
+/// A flush delivers to the handler, else to the console, and to the log file. A tool redirects a stream by
+/// SetOutput or PushOutput. The user redirects error streams by the variable `VYN_ERR_OUT`, words separated
+/// by blanks: `-q` silences console and handler, `-o file` writes to file.pid, `-h` prints the usage, `-a`
+/// asks for an assert dialog, which this system doesn't have. Problems of the stream are reported on it;
+/// nothing throws or returns an error.
+class VYN_API CMsgOut {
+public:
+    enum MessageKind {
+        eError = 0,   ///< console is standard error
+        eOutput = 1,  ///< console is standard output
+    };
+
+    /// Builds an empty stream. One of kind eError reads `VYN_ERR_OUT` and may report on itself right away.
+    CMsgOut(MessageKind kind);
+    CMsgOut(const CMsgOut&) = delete;
+    CMsgOut& operator=(const CMsgOut&) = delete;
+    /// Flushes a message that is still pending and closes the log file.
+    virtual ~CMsgOut();
+
+    /// \return the current handler; null when there is none.
+    k4::IMessageOutputHandler* GetOutput();
+
+    /// \param handler replaces the current handler, which is forgotten. May be null; stays the caller's and
+    /// outlives its use here.
+    void SetOutput(k4::IMessageOutputHandler* handler);
+    /// Sets \p handler as SetOutput does, and keeps the handler before, null included, for PopOutput.
+    void PushOutput(k4::IMessageOutputHandler* handler);
+    /// Goes back to the handler before the last PushOutput; without one, does nothing.
+    void PopOutput();
+
+    /// Appends the number in decimal.
+    CMsgOut& operator<<(long value);
+    /// Appends the text. Null is reported on this stream, with a flush.
+    CMsgOut& operator<<(const char* text);
+    CMsgOut& operator<<(const SString& text);
+    /// Applies a manipulator. \return its result.
+    CMsgOut& operator<<(CMsgOut& (*manipulator)(CMsgOut&));
+
+private:
+    friend class CGlobalMsgOut;
+    friend VYN_API CMsgOut& flush(CMsgOut& stream);
+
+    // All that needs code to be built.
+    struct SState {
+        SState() : pOutput(nullptr), bAssert(false) {}
+
+        std::ostringstream buffer;           // the message being composed
+        k4::IMessageOutputHandler* pOutput;  // current handler
+        std::stack<k4::IMessageOutputHandler*> stackOutput;
+        bool bAssert;
+        std::ofstream file;      // the log file once open
+        UTF8String strFileName;  // of a log file that is still to be opened, else empty
+    };
+
+    // A stream that is ready without any code being run and builds its state at its first use.
+    constexpr CMsgOut(MessageKind kind, std::nullopt_t) : m_eKind(kind) {}
+
+    SState& State();
+    void End();
+    void ReadOptions();
+    void ReadOption(const char* word, char** rest);
+    void Report(const char* text, const char* detail = "");
+    void Deliver();
+    void WriteToConsole(const std::string& text);
+    void WriteToFile(const std::string& text);
+
+    MessageKind m_eKind;
+    bool m_bQuiet{false};  // kept beyond the end, unlike the state
+    bool m_bEnded{false};
+    std::optional<SState> m_state;
+};
+
+/// The error stream of the process. It can be written to at any time: before the library has started, and
+/// after it has ended, when text still reaches the console.
+extern VYN_API CMsgOut& vynerr;
+/// The stream of normal output, as ready as vynerr. It doesn't read `VYN_ERR_OUT`.
+extern VYN_API CMsgOut& vynout;
+
+/// Appends a newline; delivers nothing.
+VYN_API CMsgOut& endl(CMsgOut& stream);
+/// Delivers the message, which may be empty, to handler, console and log file, and empties it.
+VYN_API CMsgOut& flush(CMsgOut& stream);
+/// Appends "Internal error: ", the start of each report to developers.
+VYN_API CMsgOut& IntErr(CMsgOut& stream);
+
+}  // namespace vyn

@@ -1,0 +1,224 @@
+#include "VynErrOut.h"
+
+#include <gtest/gtest.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+#include <iterator>
+#include <vector>
+
+#include "ZemAPICommon.h"
+
+namespace vyn {
+namespace {
+
+// Runs a probe with VYN_ERR_OUT set to `options`, unset for null. The result is all it wrote, both streams.
+std::string RunProbe(const std::string& probe, const char* options) {
+    const std::string variable = options ? "VYN_ERR_OUT='" + std::string(options) + "'" : "-u VYN_ERR_OUT";
+    const std::string command = "env " + variable + " " VYN_PROBE_DIR "/" + probe + " 2>&1";
+    FILE* pipe = popen(command.c_str(), "r");
+    std::string output;
+    for (int c; (c = fgetc(pipe)) != EOF;) {
+        output += static_cast<char>(c);
+    }
+    EXPECT_EQ(pclose(pipe), 0) << command << "\n" << output;
+    return output;
+}
+
+const std::string strUnknown = "Internal error: CErrOut: unknown option\n";
+const std::string strConstructor = "constructor -1\n";
+// What the probe writes after its start with nothing redirected; vynout ends first.
+const std::string strFromMain = "Internal error: error\noutput\n";
+const std::string strFromExit = "error at exit\ndestructor\noutput at exit\nnot flushed";
+const std::string strPlain = strConstructor + strFromMain + strFromExit;
+const std::string strQuiet = "output\noutput at exit\n";
+
+TEST(ErrOutVariable, IsReadWordByWord) {
+    const std::string usage =
+        "Internal error: CErrOut: usage VYN_ERR_OUT=[-a] [-h] [-q] [-o file]\n"
+        "Internal error: CErrOut: -a assert dialog (only Windows debug)\n"
+        "Internal error: CErrOut: -h print this message\n"
+        "Internal error: CErrOut: -q turn off normal output\n"
+        "Internal error: CErrOut: -o <file> write output to file.pid \n";
+    const struct {
+        const char* options;
+        std::string output;
+    } rows[] = {
+        {nullptr, strPlain},
+        {"", strPlain},
+        {"   ", strPlain},
+        {"-q", strQuiet},
+        {"  -q  ", strQuiet},
+        {"-h", usage + strPlain},
+        {"-h -q", usage + strQuiet},
+        {"-q -h", strQuiet},
+        {"x -q", strUnknown + strPlain},
+        {"-z -q", strUnknown + strQuiet},
+        {"-qq", strUnknown + strPlain},
+        {"- -q", strUnknown + strPlain},
+        {"-z x -q", strUnknown + strUnknown + strPlain},
+        {"-o", "Internal error: CErrOut: file required\n" + strPlain},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(RunProbe("MsgOutProbe", row.options), row.output) << (row.options ? row.options : "unset");
+    }
+}
+
+TEST(ErrOutVariable, NamesALogFileThatQuietLeavesAlone) {
+    char directory[] = "/tmp/vynerroutXXXXXX";
+    ASSERT_NE(mkdtemp(directory), nullptr);
+    const std::string options = "-o /nowhere/x -q -o " + std::string(directory) + "/log";
+    EXPECT_EQ(RunProbe("MsgOutProbe", options.c_str()), strQuiet);
+
+    std::vector<std::filesystem::path> files;
+    for (const auto& entry : std::filesystem::directory_iterator(directory)) {
+        files.push_back(entry.path());
+    }
+    ASSERT_EQ(files.size(), 1u);
+    EXPECT_EQ(files[0].stem(), "log");
+    EXPECT_GT(atoi(files[0].extension().c_str() + 1), 1) << files[0];
+    std::ifstream file(files[0]);
+    const std::string content{std::istreambuf_iterator<char>(file), {}};
+    EXPECT_EQ(content, strConstructor + "Internal error: error\nerror at exit\ndestructor\nnot flushed");
+    std::filesystem::remove_all(directory);
+}
+
+TEST(GlobalStreams, WorkBeforeTheirStartAndAfterTheirEnd) {
+    // What a stream still holds at its end goes out there, vynout first; a later destructor writes after it.
+    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", nullptr),
+              strConstructor + strFromMain + "output at exit\nerror at exit\ndestructor\n");
+    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-z"),
+              strUnknown + strConstructor + strFromMain + "output at exit\nerror at exit\ndestructor\n")
+        << "the variable is read at the first use, and once";
+    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-q"), strQuiet) << "quiet beyond the end as well";
+}
+
+// A stream of kind eError made with VYN_ERR_OUT set to `options`.
+struct OptionStream {
+    explicit OptionStream(const char* options) {
+        setenv("VYN_ERR_OUT", options, 1);
+        stream.emplace(CMsgOut::eError);
+        unsetenv("VYN_ERR_OUT");
+    }
+    std::optional<CMsgOut> stream;
+};
+
+class Recorder : public k4::IMessageOutputHandler {
+public:
+    explicit Recorder(bool handled) : m_bHandled(handled) {}
+    bool OnMessage(const std::string& text) override {
+        m_strLog += "[" + text + "]";
+        return m_bHandled;
+    }
+    void OnFlush() override { m_strLog += "|"; }
+    std::string m_strLog;
+
+private:
+    bool m_bHandled;
+};
+
+TEST(MsgOut, DeliversAMessageOfSeveralLinesAtOnce) {
+    Recorder handler(true);
+    testing::internal::CaptureStdout();
+    CMsgOut stream(CMsgOut::eOutput);
+    stream.SetOutput(&handler);
+    stream << flush;
+    stream << "a" << endl << SString(std::string("b\0c", 3)) << 1234567 << endl;
+    EXPECT_EQ(handler.m_strLog, "[]|");
+    stream << flush << flush;
+    EXPECT_EQ(handler.m_strLog, std::string("[]|[a\nb\0c1234567\n]|[]|", 22));
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
+}
+
+TEST(MsgOut, SendsToTheConsoleWhatTheHandlerDeclines) {
+    Recorder handler(false);
+    testing::internal::CaptureStdout();
+    {
+        CMsgOut stream(CMsgOut::eOutput);
+        stream.SetOutput(&handler);
+        stream << "a";
+    }
+    EXPECT_EQ(handler.m_strLog, "[a]|") << "the destructor flushes";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a");
+}
+
+TEST(MsgOut, StacksHandlers) {
+    Recorder first(true);
+    Recorder a(true);
+    Recorder b(true);
+    CMsgOut stream(CMsgOut::eOutput);
+    EXPECT_EQ(stream.GetOutput(), nullptr);
+    stream.PushOutput(&first);
+    stream.PushOutput(&a);
+    stream.PushOutput(&b);
+    stream.PopOutput();
+    EXPECT_EQ(stream.GetOutput(), &a);
+    stream.SetOutput(&b);
+    stream.PopOutput();
+    EXPECT_EQ(stream.GetOutput(), &first);
+    stream.PopOutput();
+    EXPECT_EQ(stream.GetOutput(), nullptr);
+    stream.SetOutput(&a);
+    stream.PopOutput();
+    EXPECT_EQ(stream.GetOutput(), &a) << "an empty stack leaves the handler alone";
+}
+
+TEST(MsgOut, ReportsNullTextBehindTheMessage) {
+    Recorder handler(true);
+    CMsgOut stream(CMsgOut::eOutput);
+    stream.SetOutput(&handler);
+    stream << "before" << static_cast<const char*>(nullptr) << "after" << flush;
+    EXPECT_EQ(handler.m_strLog, "[before\nInternal error: CMsgOut: NULL TCHAR* argument\n]|[after]|");
+}
+
+TEST(MsgOut, TriesALogFileOnce) {
+    OptionStream quiet("-o /nowhere/log");
+    Recorder handler(true);
+    quiet.stream->SetOutput(&handler);
+    *quiet.stream << "a" << flush << "b" << flush;
+    const std::string name = "/nowhere/log." + std::to_string(getpid());
+    EXPECT_EQ(handler.m_strLog, "[a][Internal error: CErrOut: open failed: " + name + "\n]||[b]|");
+}
+
+TEST(MsgOut, KeepsQuietToTheHandlerButTellsItOfTheFlush) {
+    OptionStream quiet("-q");
+    Recorder handler(false);
+    quiet.stream->SetOutput(&handler);
+    *quiet.stream << "a" << flush;
+    EXPECT_EQ(handler.m_strLog, "|");
+}
+
+TEST(MsgOut, WritesToTheLogFileWhatTheHandlerTook) {
+    const std::string base = testing::TempDir() + "vynerrout";
+    const std::string name = base + "." + std::to_string(getpid());
+    std::ofstream(name) << "an older and longer text";
+    OptionStream logged(("-o " + base).c_str());
+    Recorder handler(true);
+    logged.stream->SetOutput(&handler);
+    *logged.stream << "a" << flush << "b" << flush;
+    std::ifstream file(name);
+    EXPECT_EQ(std::string(std::istreambuf_iterator<char>(file), {}), "ab");
+    remove(name.c_str());
+}
+
+TEST(MsgOut, ReportsTheMissingAssertDialogOnVynerr) {
+    OptionStream asserting("-a");
+    Recorder handler(true);
+    Recorder handlerOfVynerr(true);
+    asserting.stream->SetOutput(&handler);
+    vynerr.PushOutput(&handlerOfVynerr);
+    *asserting.stream << "a" << flush << "b" << flush;
+    vynerr.PopOutput();
+    EXPECT_EQ(handler.m_strLog, "[a]|[b]|");
+    const std::string report = "[Internal error: assert dialog not available\n]|";
+    EXPECT_EQ(handlerOfVynerr.m_strLog, report + report);
+    EXPECT_EQ(RunProbe("MsgOutProbe", "-a").find("constructor -1\nconstructor -1\nInternal error: assert"),
+              0u)
+        << "on vynerr itself the message is still there when the report is made";
+}
+
+}  // namespace
+}  // namespace vyn
