@@ -1,0 +1,212 @@
+#include "filename_expand.h"
+
+#include <gtest/gtest.h>
+#include <pwd.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <string>
+
+namespace {
+
+std::string TakeOver(char* text) {
+    const std::string copy(text);
+    free(text);
+    return copy;
+}
+
+// The result with errno behind it, where one was left.
+std::string Expand(const std::string& text) {
+    errno = 0;
+    const std::string result = filename_expand(text.c_str());
+    return result + (errno == ERANGE ? " ERANGE" : "");
+}
+
+TEST(FilenameExpand, ReplacesReferencesToVariables) {
+    setenv("VYN_X", "1", 1);
+    setenv("VYN_NESTED", "$(VYN_X)$", 1);
+    setenv("VYN_HOME", "~", 1);
+    unsetenv("VYN_Y");
+    const std::string home = getpwuid(geteuid())->pw_dir;
+    const struct {
+        std::string text, expected;
+    } rows[] = {
+        {"", ""},
+        {"plain", "plain"},
+        {"$(VYN_X)/a", "1/a"},
+        {"a$(VYN_X)$(VYN_X)", "a11"},
+        {"$VYN_X/a", "$VYN_X/a"},
+        {"${VYN_X}", "${VYN_X}"},
+        {"$(VYN_X", "1"},
+        {"$(VYN_Y)/a", "$(VYN_Y)/a"},
+        {"$(VYN_Y", "$(VYN_Y)"},
+        {"$()", "$()"},
+        {"$(", "$()"},
+        {"a$", "a$"},
+        {"$$(VYN_X)", "$$(VYN_X)"},
+        {"$$$(VYN_X)", "$$1"},
+        {"$(VYN_NESTED)(VYN_X)", "$(VYN_X)$(VYN_X)"},
+        {"$(VYN_HOME)/a", home + "/a"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Expand(row.text), row.expected) << row.text;
+    }
+}
+
+TEST(FilenameExpand, ReplacesALeadingTilde) {
+    const passwd* user = getpwuid(geteuid());
+    const std::string home = user->pw_dir;
+    const std::string name = user->pw_name;
+    const struct {
+        std::string text, expected;
+    } rows[] = {
+        {"~", home},
+        {"~/x/~", home + "/x/~"},
+        {"~" + name, home},
+        {"~" + name + "/x", home + "/x"},
+        {"~nosuchuser/x", "~nosuchuser/x"},
+        {"~" + std::string(300, 'n') + "/x", "~" + std::string(300, 'n') + "/x"},
+        {"a/~", "a/~"},
+        {"/~", "/~"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Expand(row.text), row.expected) << row.text;
+    }
+}
+
+TEST(FilenameExpand, KeepsTo1023Bytes) {
+    const std::string most(1023, 'x');
+    const std::string home = getpwuid(geteuid())->pw_dir;
+    const std::string fitting = most.substr(home.size() + 1);
+    setenv("VYN_X", "12", 1);
+    unsetenv("VYN_Y");
+    const struct {
+        std::string text, expected;
+    } rows[] = {
+        {most, most},
+        {most + "y", most},
+        {most.substr(2) + "$(VYN_X)", most.substr(2) + "12"},
+        {most.substr(1) + "$(VYN_X)$", most.substr(1) + "$ ERANGE"},
+        {most.substr(1) + "$a", most.substr(1) + "$"},
+        {most.substr(4) + "$(VYN_Y)", most.substr(4) + "$() ERANGE"},
+        {"~/" + fitting, home + "/" + fitting},
+        {"~/x" + fitting, "~/x" + fitting + " ERANGE"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Expand(row.text), row.expected) << row.text.substr(row.text.size() - 10);
+    }
+}
+
+TEST(FilenameExpand, TakesItsOwnResult) {
+    setenv("VYN_LONG", "longer than the reference", 1);
+    setenv("VYN_INNER", "$(VYN_LONG)/tail", 1);
+    EXPECT_STREQ(filename_expand(filename_expand("$(VYN_INNER)")), "longer than the reference/tail");
+}
+
+TEST(FullPathName, PutsTheCurrentDirectoryInFront) {
+    char* directory = getcwd(nullptr, 0);
+    const std::string cwd(directory);
+    free(directory);
+    EXPECT_EQ(TakeOver(full_path_name("/a/../b")), "/a/../b");
+    EXPECT_EQ(TakeOver(full_path_name("../x")), cwd + "/../x");
+    EXPECT_EQ(TakeOver(full_path_name("")), cwd + "/");
+    EXPECT_EQ(TakeOver(full_path_name("c:/x")), cwd + "/c:/x");
+}
+
+TEST(FullPathName, TakesADotForADirectoryThatIsGone) {
+    char directory[] = "/tmp/vynfullpathXXXXXX";
+    char* start = getcwd(nullptr, 0);
+    ASSERT_NE(mkdtemp(directory), nullptr);
+    ASSERT_EQ(chdir(directory), 0);
+    ASSERT_EQ(rmdir(directory), 0);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(TakeOver(full_path_name("x")), "./x");
+    EXPECT_EQ(testing::internal::GetCapturedStderr().find("getcwd: "), 0u);
+    ASSERT_EQ(chdir(start), 0);
+    free(start);
+}
+
+TEST(RelativePath, LeadsFromTheDirectoryOfTheBase) {
+    const struct {
+        const char *path, *base, *expected;
+    } rows[] = {
+        {"/p/q/r", "/p/q/f", "r"},
+        {"/p/r", "/p/q/f", "../r"},
+        {"/r", "/p/q/f", "../../r"},
+        {"/p/q/", "/p/q/f", ""},
+        {"/p/q", "/p/q/f", "../q"},
+        {"/p/ab", "/p/ac/f", "../ab"},
+        {"/p\\a", "\\p\\b\\f", "../a"},
+        {"a/b", "a/c", "b"},
+        {"a/b", "ac/d", "../a/b"},
+        {"a", "/p/f", "a"},
+        {"", "/p/f", ""},
+        {"//s1/a/b", "//s2/a/f", "//s1/a/b"},
+        {"//s1/a/b", "//s1/a/f", "b"},
+        {"//s1/a", "//s12/f", "//s1/a"},
+        {"//s1\\a", "/p/f", "//s1/a"},
+        {"//s1", "//s1/a/f", "//s1"},
+        {"c:/a", "/p/f", "c:/a"},
+        {"c:\\a", "c:/f", "c:\\a"},
+        {"/a", "f", "/a"},
+        {"a\\b", "f", "a\\b"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(TakeOver(get_rel_path(row.path, row.base)), row.expected)
+            << row.path << " from " << row.base;
+    }
+    EXPECT_EQ(get_rel_path(nullptr, "/a"), nullptr);
+    EXPECT_EQ(get_rel_path("/a", nullptr), nullptr);
+}
+
+TEST(RelativePath, LeavesOutPiecesBeyond1024Bytes) {
+    std::string deep = "/";
+    for (int i = 0; i < 342; ++i) {
+        deep += "d/";
+    }
+    const std::string name(1024, 'n');
+    errno = 0;
+    EXPECT_EQ(TakeOver(get_rel_path(name.c_str(), "/f")), name);
+    EXPECT_EQ(TakeOver(get_rel_path(("/" + name).c_str(), "/f")), name);
+    EXPECT_EQ(errno, 0);
+    EXPECT_EQ(TakeOver(get_rel_path((name + "n").c_str(), "/f")), "");
+    EXPECT_EQ(errno, ERANGE);
+
+    // 341 steps up are 1023 bytes: the step after that and the longer name fall out, the short one fits.
+    errno = 0;
+    const std::string up = TakeOver(get_rel_path("/x", (deep + "f").c_str()));
+    EXPECT_EQ(up.size(), 1024u);
+    EXPECT_EQ(up.substr(1017), "../../x");
+    EXPECT_EQ(errno, ERANGE);
+    EXPECT_EQ(TakeOver(get_rel_path("/xy", (deep + "f").c_str())).size(), 1023u);
+}
+
+TEST(NameFunctions, LookAtTheLastElement) {
+    const struct {
+        const char *text, *suffix, *rest, *base;
+    } rows[] = {
+        {"a/b.c", ".c", "a/b", "b"},
+        {"a/b.c.d", ".d", "a/b.c", "b.c"},
+        {"a.b/c", nullptr, "a.b/c", "c"},
+        {"a/b", nullptr, "a/b", "b"},
+        {"a/", nullptr, "a/", ""},
+        {"c.", ".", "c", "c"},
+        {".x", ".x", "", ""},
+        {"a/.x", ".x", "a/", ""},
+        {"", nullptr, "", ""},
+        {"a\\b.c\\d", ".c\\d", "a\\b", "a\\b"},
+    };
+    for (const auto& row : rows) {
+        std::string text(row.text);
+        EXPECT_STREQ(name_suffix(&text[0]), row.suffix) << row.text;
+        EXPECT_EQ(text, row.text) << "unchanged";
+        EXPECT_STREQ(name_unsuffix(&text[0]), row.rest) << row.text;
+        text = row.text;
+        EXPECT_STREQ(name_base(&text[0]), row.base) << row.text;
+        EXPECT_STREQ(text.c_str(), row.rest) << row.text;
+    }
+}
+
+}  // namespace
