@@ -1,0 +1,336 @@
+#include "SPathName.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <cstdlib>
+#include <filesystem>
+#include <fstream>
+
+namespace vyn {
+namespace {
+
+namespace fs = std::filesystem;
+
+std::string TakeOver(char* text) {
+    const std::string copy(text);
+    free(text);
+    return copy;
+}
+
+std::string CurrentDirectory() {
+    return fs::current_path().string();
+}
+
+TEST(PathName, KeepsTextInNormalForm) {
+    const struct {
+        const char *text, *stored;
+        int absolute;
+        const char *directory, *tail;
+    } rows[] = {
+        {"/a/b/../c", "/a/c", 1, "/a", "c"},
+        {"a/../b", "a/../b", 0, "a/..", "b"},
+        {"a/./b", "a/./b", 0, "a/.", "b"},
+        {"a\\b", "a/b", 0, "a", "b"},
+        {"c:\\x\\y.txt", "c:/x/y.txt", 1, "c:/x", "y.txt"},
+        {"c:\\x", "c:/x", 1, "c:/", "x"},
+        {"c:/", "c:/", 1, "c:/", ""},
+        {"c:", "c:", 1, "", "c:"},
+        {"/x", "/x", 1, "/", "x"},
+        {"/", "/", 1, "/", ""},
+        {"x", "x", 0, "", "x"},
+        {"x/", "x/", 0, "x", ""},
+        {"urn:k4user:a/../b", "/b", 1, "/", "b"},
+        {"scheme://h/a/./b", "scheme://h/a/b", 1, "scheme://h/a", "b"},
+        {"//host/share", "//host/share", 1, "//host", "share"},
+        {"/a/..", "", 0, "", ""},
+        {"/..", "", 0, "", ""},
+        {"/a/.", "/a/.", 1, "/a", "."},
+        {"", "", 0, "", ""},
+        {nullptr, "", 0, "", ""},
+    };
+    for (const auto& row : rows) {
+        SPathName path(row.text);
+        const char* name = row.text ? row.text : "null";
+        EXPECT_STREQ(path.c_str(), row.stored) << name;
+        EXPECT_EQ(path.IsAbsolutePath(), row.absolute) << name;
+        EXPECT_EQ(path.GetDirectory(), row.directory) << name;
+        EXPECT_STREQ(path.GetTail(), row.tail) << name;
+        path = "other";
+        path = SString(row.text);
+        EXPECT_STREQ(path.c_str(), row.stored) << name;
+    }
+}
+
+TEST(PathName, RefusesTextOf1024Bytes) {
+    SPathName path;
+    errno = 0;
+    path = std::string(1023, 'x').c_str();
+    EXPECT_EQ(path.GetLength(), 1023u);
+    EXPECT_EQ(errno, 0);
+    path = std::string(1024, 'x').c_str();
+    EXPECT_EQ(path.GetLength(), 0u);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+TEST(PathName, ComparesWithTextInNormalForm) {
+    SPathName path("a");
+    path.AddPathElement("b\\c");
+    EXPECT_STREQ(path.c_str(), "a/b\\c") << "an element is appended as it stands";
+    EXPECT_TRUE(path != "a/b\\c");
+    SPathName copy;
+    copy = path;
+    EXPECT_TRUE(copy == path) << "a copy isn't brought into normal form";
+    EXPECT_EQ(TakeOver(copy.GetUnixPath()), "a/b/c");
+    EXPECT_EQ(TakeOver(copy.GetWinPath()), "a\\b\\c");
+    EXPECT_TRUE(SPathName("/a/b") == "\\a\\x\\..\\b");
+    EXPECT_TRUE(SPathName("/a") != SPathName("/A"));
+    EXPECT_FALSE(SPathName("/a") == static_cast<const char*>(nullptr));
+}
+
+TEST(Canonicalize, TakesStepsOut) {
+    const struct {
+        const char *in, *out;
+        int removed;
+    } rows[] = {
+        {"", "", 0},
+        {"/a/b", "/a/b", 0},
+        {"/././a", "/a", 1},
+        {"/a/b/..", "/a", 1},
+        {"/a/..", "", 1},
+        {"/..", "", 1},
+        {"/../x", "/x", 1},
+        {"/a/../../../x", "/x", 1},
+        {"/a//../b", "/a/b", 1},
+        {"/a/b/./../c", "/a/c", 1},
+        {"c:/../b", "/b", 1},
+        {"/a/.", "/a/.", 0},
+        {"/a/.b/..c/...", "/a/.b/..c/...", 0},
+        {"a/..b", "a/..b", 0},
+        {"../a", "../a", 0},
+    };
+    for (const auto& row : rows) {
+        std::string text(row.in);
+        std::string out(text.size() + 1, '?');
+        EXPECT_EQ(WexPathCanonicalize(&out[0], row.in), row.removed) << row.in;
+        EXPECT_STREQ(out.c_str(), row.out) << row.in;
+        WexPathCanonicalize(&text[0], &text[0]);
+        EXPECT_STREQ(text.c_str(), row.out) << row.in << " in place";
+    }
+}
+
+TEST(Separators, PreferTheSlash) {
+    const struct {
+        const char* text;
+        int first, last;
+    } rows[] = {{"a/b/c", 1, 3}, {"a\\b\\c", 1, 3}, {"a\\b/c\\d", 3, 3}, {"abc", -1, -1}, {"", -1, -1}};
+    for (const auto& row : rows) {
+        std::string text(row.text);
+        const char* first = FindFirstDirSep(&text[0]);
+        const char* last = FindLastDirSep(&text[0]);
+        EXPECT_EQ(first ? first - text.c_str() : -1, row.first) << row.text;
+        EXPECT_EQ(last ? last - text.c_str() : -1, row.last) << row.text;
+    }
+}
+
+TEST(Suffix, BelongsToTheLastElement) {
+    const struct {
+        const char *text, *suffix, *base, *without, *withTxt;
+    } rows[] = {
+        {"a.cpp", ".cpp", "a", "a", "a.cpp"},
+        {"a", nullptr, "a", "a", "a.txt"},
+        {"/a.b/c", nullptr, "c", "/a.b/c", "/a.b/c.txt"},
+        {"c.", ".", "c", "c", "c."},
+        {"/a/.profile", ".profile", "", "/a/", "/a/.profile"},
+        {"/a/x.tar.gz", ".gz", "x.tar", "/a/x.tar", "/a/x.tar.gz"},
+    };
+    for (const auto& row : rows) {
+        SPathName path(row.text);
+        EXPECT_STREQ(path.GetSuffix(), row.suffix) << row.text;
+        EXPECT_EQ(TakeOver(path.GetBaseName()), row.base) << row.text;
+        EXPECT_STREQ(path.c_str(), row.text) << "the base name is a copy";
+        path.AddSuffix(SString(".txt"));
+        EXPECT_STREQ(path.c_str(), row.withTxt);
+        path = row.text;
+        path.SubSuffix();
+        EXPECT_STREQ(path.c_str(), row.without);
+    }
+    EXPECT_EQ(GetExtentionFromPath("scheme://h/a.b?x=1.2"), ".b");
+    EXPECT_EQ(GetExtentionFromPath("a"), "");
+    EXPECT_EQ(GetExtentionFromPath("?a.b"), "");
+}
+
+TEST(PathElement, IsAppendedBehindOneSeparator) {
+    const struct {
+        const char *path, *element, *expected;
+    } rows[] = {
+        {"/x", "", "/x/"},
+        {"/x/", "", "/x/"},
+        {"", "", ""},
+        {"/x", "/y", "/x/y"},
+        {"/x/", "//y", "/x//y"},
+        {"", "/y", "/y"},
+        {"", "y", "y"},
+        {"/a/b", "..", "/a"},
+        {"a/b", "..", "a/b/.."},
+        {"c:/a", "../b", "c:/b"},
+        {"http://h", "./p", "http://h/p"},
+        {"", "/a/../b", "/b"},
+        {"/a", "..", ""},
+        {"/a", ".", "/a/."},
+    };
+    for (const auto& row : rows) {
+        SPathName path(row.path);
+        path.AddPathElement(SString(row.element));
+        EXPECT_STREQ(path.c_str(), row.expected) << row.path << " + " << row.element;
+    }
+    SPathName path("/x");
+    path.AddPathElement("a\\");
+    path.AddPathElement("b");
+    EXPECT_STREQ(path.c_str(), "/x/a\\b");
+    SPathName twice("long enough to lie on the heap, and to move there");
+    const std::string once(twice);
+    twice.AddPathElement(twice.c_str());
+    EXPECT_STREQ(twice.c_str(), (once + "/" + once).c_str());
+}
+
+TEST(PathName, ExpandsReferences) {
+    setenv("VYN_X", "c:\\a", 1);
+    SPathName path("$(VYN_X)/../b");
+    path.MakeExpandPath();
+    EXPECT_STREQ(path.c_str(), "c:/b");
+}
+
+TEST(AbsolutePath, StartsFromTheCurrentDirectory) {
+    setenv("VYN_X", "d", 1);
+    const struct {
+        const char* text;
+        std::string expected;
+    } rows[] = {
+        {"", ""},
+        {"/x", "/x"},
+        {"$(VYN_X)/./x", CurrentDirectory() + "/d/x"},
+        {"c:/x", CurrentDirectory() + "/c:/x"},
+    };
+    for (const auto& row : rows) {
+        SPathName path(row.text);
+        path.MakeAbsolutePath();
+        EXPECT_EQ(path, row.expected) << row.text;
+        path = row.text;
+        path.MakeAbsolutePath(SPathName());
+        EXPECT_EQ(path, row.expected) << row.text << " with an empty base";
+    }
+}
+
+TEST(AbsolutePath, StartsFromTheDirectoryOfTheBase) {
+    setenv("VYN_X", "d", 1);
+    setenv("VYN_ABSOLUTE", "/abs", 1);
+    const struct {
+        const char *text, *base;
+        std::string expected;
+    } rows[] = {
+        {"x", "/p/q.txt", "/p/x"},
+        {"../x", "/p/q/", "/p/x"},
+        {"/z", "/p/q.txt", "/z"},
+        {"c:/z", "/p/q.txt", "c:/z"},
+        {"$(VYN_ABSOLUTE)/x", "/p/q", "/abs/x"},
+        {"$(VYN_X)/x", "/p/q", "/p/$(VYN_X)/x"},
+        {"x", "$(VYN_X)/q", CurrentDirectory() + "/d/x"},
+        {"", "/p/q", "/p/"},
+    };
+    for (const auto& row : rows) {
+        SPathName path(row.text);
+        path.MakeAbsolutePath(SPathName(row.base));
+        EXPECT_EQ(path, row.expected) << row.text << " at " << row.base;
+    }
+}
+
+TEST(AbsolutePath, LeavesOutWhatDoesNotFit) {
+    const std::string longBase = "/" + std::string(1000, 'b') + "/";
+    const std::string name(21, 'x');
+    SPathName path(name.c_str());
+    errno = 0;
+    path.MakeAbsolutePath(SPathName(longBase.c_str()));
+    EXPECT_EQ(path, longBase + name) << "1023 bytes";
+    EXPECT_EQ(errno, 0);
+    path = (name + "x").c_str();
+    path.MakeAbsolutePath(SPathName(longBase.c_str()));
+    EXPECT_EQ(path, longBase);
+    EXPECT_EQ(errno, ERANGE);
+    errno = 0;
+    path = "x";
+    path.MakeAbsolutePath(SPathName(std::string(1020, 'b').c_str()));
+    EXPECT_EQ(path, std::string("x")) << "the full path of the base is too long";
+    EXPECT_EQ(errno, ERANGE);
+}
+
+TEST(RelativePath, CountsTheLastElementOfTheBaseAsAFile) {
+    const struct {
+        const char *path, *base, *expected;
+    } rows[] = {
+        {"/p/q/r", "/p/q/", "r"},
+        {"/p/q/r", "/p/q", "q/r"},
+        {"a/b", "a/", "b"},
+        {"$(VYN_X)", "$(VYN_Y)", "$(VYN_X)"},
+    };
+    for (const auto& row : rows) {
+        SPathName path(row.path);
+        path.MakeRelativePath(SPathName(row.base));
+        EXPECT_STREQ(path.c_str(), row.expected) << row.path << " from " << row.base;
+    }
+}
+
+// A directory of its own that is the current one.
+class CreateDirectory : public testing::Test {
+protected:
+    CreateDirectory() : m_start(fs::current_path()) {
+        char name[] = "/tmp/vynpathXXXXXX";
+        m_root = mkdtemp(name);
+        fs::current_path(m_root);
+    }
+    ~CreateDirectory() override {
+        fs::current_path(m_start);
+        fs::remove_all(m_root);
+    }
+    std::string m_root;
+
+private:
+    fs::path m_start;
+};
+
+TEST_F(CreateDirectory, MakesParentsFromTheSecondSeparatorOn) {
+    const SPathName absolute((m_root + "/x/y/z/").c_str());
+    EXPECT_EQ(absolute.CreateDirectoryA(), 1);
+    EXPECT_TRUE(fs::is_directory(m_root + "/x/y/z"));
+    EXPECT_EQ(absolute, m_root + "/x/y/z/") << "the text stays";
+
+    EXPECT_EQ(SPathName("a/b").CreateDirectoryA(), 0);
+    EXPECT_EQ(SPathName("a/b/c").CreateDirectoryA(), 0);
+    EXPECT_FALSE(fs::exists("a")) << "the first element of a relative path isn't created";
+    EXPECT_EQ(SPathName("a").CreateDirectoryA(), 1);
+    EXPECT_EQ(SPathName("a/b/c").CreateDirectoryA(), 1);
+    EXPECT_TRUE(fs::is_directory("a/b/c"));
+}
+
+TEST_F(CreateDirectory, TellsADirectoryFromAFile) {
+    std::ofstream("file") << "x";
+    EXPECT_EQ(SPathName(m_root.c_str()).CreateDirectoryA(), 1);
+    EXPECT_EQ(SPathName("file").CreateDirectoryA(), 0);
+    EXPECT_EQ(errno, EEXIST);
+    EXPECT_EQ(SPathName("file/x").CreateDirectoryA(), 0);
+    EXPECT_EQ(SPathName().CreateDirectoryA(), 0);
+}
+
+TEST_F(CreateDirectory, MakesNoDrive) {
+    EXPECT_EQ(SPathName("c:/").CreateDirectoryA(), 0);
+    EXPECT_FALSE(fs::exists("c:"));
+    fs::create_directory("c:");
+    EXPECT_EQ(SPathName("c:").CreateDirectoryA(), 1);
+    EXPECT_EQ(SPathName("c:/x/y").CreateDirectoryA(), 1);
+    EXPECT_TRUE(fs::is_directory("c:/x/y"));
+}
+
+}  // namespace
+}  // namespace vyn
