@@ -1,0 +1,526 @@
+#pragma once
+
+/// \file
+/// Options: the tables in which a tool declares them, the manager that finds their values through a stack of
+/// option files, and the files with their incremental save. Nothing here locks: a manager, its tree and its
+/// files belong to one thread, and since the keys of all option files share one save context, a save of any
+/// option file runs alone, with no other save and no load of an option file beside it.
+
+#include <set>
+
+#include "RgFile.h"
+#include "SMap.h"
+#include "SPathName.h"
+#include "SString.h"
+#include "VynM.h"
+
+namespace vyn {
+
+class CIncrSaveContext;
+class COptDummyRgKey;
+class COptionFile;
+class COptionManager;
+class COptRgKey;
+
+/// \brief One declared option: a row of a static table.
+///
+/// The tables are read, never written. A manager keeps pointers to the rows and to the names of the sets, so
+/// that a table outlives every manager that received it.
+struct VYN_API COption {
+    const char* szName;     ///< Name of the option, the last element of its address.
+    int nType;              ///< 1 text; 2 and 3 are written bare in a file, see COptRgValue::GetType.
+    const char* szDefault;  ///< Default as text: "true" or "false", integers in decimal.
+    long nReserved1;        ///< Keeps the shape of the tables; 0, and read by nobody.
+    long nReserved2;        ///< The same.
+
+    /// \return 1 when \p value equals the default, else 0.
+    int IsDefaultValue(const char* value);
+    /// \return the default.
+    operator const char*() const { return szDefault; }
+    /// \return 1 when the default begins with a lower-case `t`, else 0.
+    int GetBoolValue() const { return szDefault[0] == 't' ? 1 : 0; }
+    /// \return `atoi` of the default.
+    int GetIntValue() const;
+};
+
+/// \brief A named table of options.
+struct COptionSet {
+    const char* szName;          ///< Name of the set, also its key among a manager's components.
+    const COption* pOptions;     ///< The rows.
+    int nOptions;                ///< Number of rows that count; may be 0.
+    const COptionSet* pBaseSet;  ///< Set whose options this one inherits, or null.
+};
+
+/// \brief A declared category: one element of an option address, with its sub-categories and its options.
+struct CCategory {
+    const char* szName;                    ///< Name of the category, at most 255 bytes.
+    const CCategory* const* ppCategories;  ///< The sub-categories.
+    int nCategories;                       ///< Number of sub-categories.
+    const COptionSet* pOptionSet;          ///< The options of this category.
+};
+
+/// \brief Index of the options of one category, those of its base sets included. Owned by its category or
+/// manager.
+class VYN_API CMgrOptionSet {
+public:
+    CMgrOptionSet();
+    /// Indexes \p set after its base sets, whose components it asks of \p manager. \p set may be null.
+    CMgrOptionSet(const COptionSet* set, COptionManager* manager);
+    /// The same from a set of another manager.
+    CMgrOptionSet(const CMgrOptionSet* set, COptionManager* manager);
+    CMgrOptionSet(const CMgrOptionSet&) = delete;
+    CMgrOptionSet& operator=(const CMgrOptionSet&) = delete;
+    /// The rows aren't touched.
+    virtual ~CMgrOptionSet();
+
+    /// \return the row, here or in a base set; null when unknown. It belongs to the tool's table.
+    COption* FindOption(const char* name) const;
+    const char* GetName() const { return m_szName; }
+    /// \return the component of the base set, owned by the manager; null when there is none.
+    const CMgrOptionSet* GetNextOptionSet() const { return m_pNext; }
+    /// \return the number of options in the index.
+    int GetOptionCount() const { return m_mapOptions.GetCount(); }
+    /// \return the first position, in the order of the index and not of the tables; null when there is none.
+    void* GetFirstOptionPosition() const { return m_mapOptions.GetStartPosition(); }
+    /// \param[in,out] pos moves to the next option or to null. Not null.
+    const COption* GetNextOption(void*& pos) const;
+
+    /// Indexes the base sets of \p set, then its own rows; null does nothing. A later row of a name replaces
+    /// the earlier one.
+    void IndexOptions(const COptionSet* set);
+    void IndexOptions(const CMgrOptionSet* set);
+    /// Indexes the rows of \p set without its base set; null does nothing.
+    void MergeOptions(const COptionSet* set);
+    void MergeOptions(const CMgrOptionSet* set);
+    /// Removes every option name of \p set, whichever row it points to; null does nothing.
+    void UnMergeOptions(const CMgrOptionSet* set);
+
+private:
+    const char* m_szName;  // of the table, not a copy
+    const CMgrOptionSet* m_pNext;
+    MMap<SString, const COption*> m_mapOptions;
+};
+
+/// \brief One node of a manager's category tree.
+///
+/// The tree says which option addresses exist, and so what a default is and which entries of a file are
+/// known. A node owns its sub-categories and its option set; the keys of loaded files register with it and
+/// are destroyed with it.
+class VYN_API CMgrCategory {
+public:
+    /// A root: no set, no owner.
+    CMgrCategory();
+    /// A node made from a table, with all below it.
+    /// \param owner leads to a manager already.
+    CMgrCategory(const CCategory* category, CMgrCategory* owner);
+    /// A copy of a node of another manager's tree, with all below it.
+    /// \param merged not 0 when the copy is made by merging a manager.
+    CMgrCategory(CMgrCategory* category, CMgrCategory* owner, int merged);
+    CMgrCategory(const CMgrCategory&) = delete;
+    CMgrCategory& operator=(const CMgrCategory&) = delete;
+    /// Destroys the keys that stand for this category, leaves the owner, and destroys all below.
+    virtual ~CMgrCategory();
+
+    /// \return the manager at the root of the tree.
+    COptionManager* GetManager() const;
+    /// \param path address below this node: category names and an option name, joined by `/`.
+    /// \return the row; null when it isn't declared. It belongs to the tool's table.
+    COption* FindOption(const char* path) const;
+    /// \param[out] rest the text behind the first `/` of \p path; untouched when there is no `/`.
+    /// \return the sub-category named in front of the first `/`; null when there is none or \p path has no
+    /// `/`.
+    const CMgrCategory* FindCategory(const char* path, const char*& rest) const;
+    /// \param length bytes of \p name that count; 0 for all of them. An element has at most 255 bytes: a
+    /// longer \p length and a null \p name with one leave EINVAL in `errno`. \return the direct sub-category
+    /// of that name; null when there is none.
+    const CMgrCategory* FindCategory(const char* name, unsigned length) const;
+    /// \return names from the top level down, joined by `/`; null for the root. Lives as long as the node.
+    const char* GetPath();
+    const char* GetName() const { return m_strName.c_str(); }
+    /// \return the options; null for the root.
+    const CMgrOptionSet* GetOptionSet() const { return m_pOptionSet; }
+    /// \return the parent; null for the root.
+    const CMgrCategory* GetOwner() const { return m_pOwner; }
+    /// \return the number of direct sub-categories.
+    int GetCategoryCount() const { return m_mapCategories.GetCount(); }
+    /// \return the first position; null when there is none.
+    void* GetFirstCategoryPosition() const { return m_mapCategories.GetStartPosition(); }
+    /// \param[in,out] pos moves to the next sub-category or to null. Not null.
+    CMgrCategory* GetNextCategory(void*& pos) const;
+
+    /// Adds a table below this node, or merges it into the sub-category of its name. Of two options of one
+    /// address the later one counts.
+    void MergeCategory(const CCategory* category);
+    /// Merges the sub-categories of \p other into this node.
+    void MergeManager(CMgrCategory* other);
+    /// Takes the sub-categories of \p other out again; with the last manager a sub-category goes altogether, also one
+    /// that a table had made. Does nothing when nothing was merged.
+    void RemoveManager(CMgrCategory* other);
+    /// A key that stands for this category is to be destroyed with it.
+    void RegisterOptRgKey(COptRgKey* key);
+    /// A key that isn't registered is ignored.
+    void UnregisterOptRgKey(COptRgKey* key);
+    /// Detaches, and so destroys, every registered key.
+    void InformAllOptRgKeys();
+
+private:
+    CMgrCategory* FindSubCategory(const char* name) const;
+
+    int m_nRefCount;  // how many managers were merged into this node
+    SString m_strName;
+    SString m_strPath;  // made by the first GetPath
+    CMgrOptionSet* m_pOptionSet;
+    CMgrCategory* m_pOwner;
+    MMap<SString, CMgrCategory*> m_mapCategories;
+    std::set<COptRgKey*> m_setKeys;
+};
+
+/// \brief The central option store of one tool.
+///
+/// A value is looked for in the stack of option files from the top, then among the declared defaults; a lower
+/// file that marks the option "fixed" wins over the files above it. A change goes to the top file only, and
+/// only as a difference from what shows through from below.
+///
+/// A tool calls AddCategory for each of its tables first, since a file keeps in memory only what the category
+/// tree knows, then adds its files, the most personal one first, and at the end calls SaveAllFiles: \code
+/// COptionManager manager;
+/// manager.AddCategory(&catEditor);
+/// manager.AddOptionFile("user.zop");
+/// manager.AddOptionFile("company.zop");
+/// int nWidth = manager.GetIntValue("Editor/Text", "TabWidth");
+/// manager.SetBoolValue("Editor/Text", "Wrap", 1);
+/// manager.SaveAllFiles();
+/// \endcode
+///
+/// An option is addressed by a key, which is the path of its category with no leading `/` and elements of at
+/// most 255 bytes, and its name. All values are text: booleans "true" and "false", of which the first
+/// character counts, and decimal integers.
+///
+/// The manager owns its category tree, its components and the files in its list.
+class VYN_API COptionManager : public CMgrCategory {
+public:
+    COptionManager();
+    /// Destroys the components, the files and the category tree, in this order.
+    ~COptionManager() override;
+
+    /// Makes a file and loads \p path into it, with no test for a file of that path in the stack.
+    /// \return the file, at the bottom of the stack and owned by the manager; null when it can't be loaded.
+    virtual COptionFile* Load(const char* path);
+    /// Adds the file that GetOptionFile knows by this path, or else loads it.
+    /// \return the file, owned by the manager; null when it can't be loaded.
+    virtual COptionFile* AddOptionFile(SPathName path);
+    /// Takes the file of this path name out of the stack; the object then belongs to the caller.
+    virtual void RemoveOptionFile(SPathName path);
+    /// Writes \p value to the top file, or takes the option out of it when \p value is what lies underneath.
+    /// Does nothing without files, when IsEditable says no, and for an option that isn't declared.
+    virtual void SetValue(const char* key, const char* name, const char* value);
+    /// \return the value; "" when the option is neither in a file nor declared; never null. Valid until the
+    /// option is set or a file changes.
+    virtual const char* GetValue(const char* key, const char* name) const;
+
+    /// The typed getters read what the virtual GetValue answers. The default comes to bear only in a subclass
+    /// whose GetValue may return null.
+    const char* GetStrValue(const char* key, const char* name) const;
+    const char* GetStrValue(const char* key, const char* name, const char* defaultValue) const;
+    /// \return 1 when the value begins with a lower-case `t`, else 0.
+    int GetBoolValue(const char* key, const char* name) const;
+    int GetBoolValue(const char* key, const char* name, int defaultValue) const;
+    /// \return `atoi` of the value.
+    int GetIntValue(const char* key, const char* name) const;
+    int GetIntValue(const char* key, const char* name, int defaultValue) const;
+    /// The typed setters call the virtual SetValue.
+    void SetStrValue(const char* key, const char* name, const char* value);
+    /// Sets "true" when \p value isn't 0, else "false".
+    void SetBoolValue(const char* key, const char* name, int value);
+    void SetIntValue(const char* key, const char* name, int value);
+    /// \pre the option is declared.
+    /// \return 1 when \p value is the declared default, else 0.
+    int IsDefaultValue(const char* key, const char* name, const char* value);
+    /// \param file a file of the stack; null means the top one, and there must be one.
+    /// \return what the option would be without \p file and those above it, whatever is marked fixed; null
+    /// when it is neither below nor declared. Valid as the result of GetValue.
+    const char* GetUnderneathValue(COptionFile* file, const char* key, const char* name);
+    /// \return 1 when a file of the stack has a value for the option, else 0.
+    int IsRedefined(const char* key, const char* name);
+    /// \return 0 when the top file has a path name and can't be written, or doesn't exist; 0 when the topmost
+    /// file that marks the option fixed isn't the top file; else 1, also without files.
+    int IsEditable(const char* key, const char* name);
+    /// The top file forgets its values; nothing without files. The disk isn't touched before a save.
+    void Reset();
+    /// Every file forgets its values.
+    void ResetAll();
+
+    /// Puts \p file at the bottom of the stack, unless it or one of its path name is there; the manager owns
+    /// it.
+    void AddFile(COptionFile* file);
+    /// Takes \p file out of the stack; it then belongs to the caller.
+    void RemoveFile(COptionFile* file);
+    /// \return the first file of the stack with that path name; null for a null \p path or when there is
+    /// none.
+    COptionFile* GetFile(const char* path);
+    /// \return the file that the map of all managers knows by that path; null for a null \p path or none.
+    COptionFile* GetOptionFile(const char* path);
+    /// Loads the file of that path name again.
+    /// \return 1 when it is in the stack and could be read, else 0.
+    int Reload(const char* path);
+    void ReloadAllFiles();
+    /// Saves each file to its own path, from the top; results are dropped.
+    void SaveAllFiles();
+    /// Sets the modified flag of each file.
+    void SetModified();
+    /// Empties the stack. The files then belong to the caller.
+    void RemoveAllFiles();
+    int GetFileCount() const { return m_listFiles.GetCount(); }
+    /// \return the position of the top file; null without files.
+    void* GetFirstFilePosition() const { return m_listFiles.GetHeadPosition(); }
+    /// \param[in,out] pos moves to the next lower file or to null. Not null.
+    COptionFile* GetNextFile(void*& pos) const { return m_listFiles.GetNext(pos); }
+
+    /// Adds a table to the category tree. To be called before any file is loaded.
+    void AddCategory(const CCategory* category) { MergeCategory(category); }
+    /// \return the component of that set name, made when it is missing, base sets first; null for null.
+    const CMgrOptionSet* GetComponent(const COptionSet* set);
+    const CMgrOptionSet* GetComponent(const CMgrOptionSet* set);
+    int GetComponentCount() const { return m_mapComponents.GetCount(); }
+    /// \return the first position; null when there is none.
+    void* GetFirstComponentPosition() const { return m_mapComponents.GetStartPosition(); }
+    /// \param[in,out] pos moves to the next component or to null. Not null.
+    const CMgrOptionSet* GetNextComponent(void*& pos) const;
+    /// The manager's own name, which isn't part of any address. Null means the empty name.
+    void SetName(const char* name) { m_strManagerName = name; }
+    const char* GetName() const { return m_strManagerName.c_str(); }
+
+protected:
+    /// The value that the stack of files gives, fixed marks heeded; null when no file has one.
+    const char* GetFileValue(const char* key, const char* name) const;
+    /// The declared option at key, `/`, name; null when there is none.
+    const COption* FindDeclared(const char* key, const char* name) const;
+
+    MMap<SString, CMgrOptionSet*> m_mapComponents;
+    MList<COptionFile*> m_listFiles;  // from top to bottom
+    SString m_strManagerName;
+    MList<COptionFile*> m_listPredefinedFiles;  // not owning
+
+    static MMap<SString, COptionFile*> m_mapOptionFiles;  // by path name, of all managers; filled by tools
+    static int m_bPredefinedAlreadyLoaded;
+
+private:
+    template <class Set>
+    const CMgrOptionSet* MakeComponent(const Set* set, const char* name);
+};
+
+/// \brief The value of one declared option in an option file.
+class VYN_API COptRgValue : public CRgValue {
+public:
+    /// \param option outlives the value.
+    COptRgValue(const COption* option, const char* value);
+
+    const char* GetName() const override;
+    const char* GetValue() const override { return m_strValue.c_str(); }
+    /// \return eText for an option of type 1, eBare for 2, eBareOther for 3, eText for anything else.
+    RvType GetType() const override;
+    /// The option decides name and type: these two do nothing. \return 1.
+    int SetName(const char* name) override;
+    int SetType(RvType type) override;
+    /// \return 1.
+    int SetValue(const char* value) override;
+
+private:
+    friend class COptRgKey;
+
+    const COption* m_pOption;
+    SString m_strValue;
+    int m_nFlags;  // bit 0: written in the save under way
+};
+
+/// \brief A key of an option file, which stands for one category.
+///
+/// Loading keeps what the category tree declares and passes over the rest. While an incremental save is under
+/// way the same operations, driven by the parser, copy the old file to the new one instead.
+class VYN_API COptRgKey : public CRgKey {
+public:
+    /// The name of a key is that of its category; \p name has no use.
+    explicit COptRgKey(const char* name);
+    ~COptRgKey() override;
+
+    /// \return the category's name; "" without a category.
+    const char* GetName() const override;
+    /// \return the subkey; null when the category has no sub-category \p name.
+    CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
+    CRgKey* FindKey(const char* name) const override;
+    int AddKey(CRgKey* key) override;
+    int RemoveKey(CRgKey* key) override;
+    /// \param type not used: the option decides.
+    /// \return the value; null when the category doesn't declare an option \p name, and during a save.
+    CRgValue* CreateValue(const char* name, CRgValue::RvType type, const char* value,
+                          MList<CRgAttribute*>* attributes) override;
+    CRgValue* FindValue(const char* name) const override;
+    int AddValue(CRgValue* value) override;
+    int RemoveValue(CRgValue* value) override;
+    void SetAttributes(MList<CRgAttribute*>* attributes) override;
+    void Empty() override;
+
+    /// Registers with \p category, which may be null, and no longer with the present one.
+    void SetCategory(const CMgrCategory* category);
+    /// Called by a dying category: takes the key out of its parent and destroys it with all below it.
+    void Detach();
+    /// \return 1 when the save under way has yet to write a value, else 0.
+    int IsThereUnsavedValues();
+    /// Writes the values that the save under way hasn't written yet.
+    /// \pre a save is under way.
+    void SaveUnsavedValues();
+    /// Writes this key, when the save under way hasn't met it, and those below it; at the end the flags of
+    /// all of them are clear. \pre a save is under way.
+    void SaveUnsavedKeys();
+
+protected:
+    friend class CIncrSaveContext;
+    friend class COptionFile;
+
+    // Flags of a key during a save. The bits from kHeading on count its headings that are still to come.
+    static constexpr int kDealtWith = 1;      // a heading of the key has been closed
+    static constexpr int kOldAttributes = 2;  // the old file has attributes on a heading of the key
+    static constexpr int kHeading = 4;
+
+    const CMgrCategory* FindSubCategory(const char* name) const;
+    const COption* FindOption(const char* name) const;
+
+    CMgrCategory* m_pCategory;
+    int m_nFlags;
+    MMap<SString, CRgKey*> m_mapKeys;
+    MMap<SString, CRgValue*> m_mapValues;
+
+    static CIncrSaveContext* m_pContext;  // null except during the parse of an incremental save
+
+private:
+    CRgKey* ReplayKey(const char* name);
+    void ReplayValue(const char* name, const char* value, MList<CRgAttribute*>* attributes);
+    bool IsCurrent(COptRgValue* value) const;
+    MList<CRgAttribute*>* HeadingAttributes();
+};
+
+/// \brief The root of an option file's tree. Its category is the manager.
+class VYN_API COptRootRgKey : public COptRgKey {
+public:
+    COptRootRgKey() : COptRgKey(nullptr) {}
+
+    /// Begins a section when an incremental save is under way.
+    CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
+};
+
+/// \brief Stands in, during an incremental save, for every section of the old file that has no key in memory.
+class VYN_API COptDummyRgKey : public COptRgKey {
+public:
+    COptDummyRgKey() : COptRgKey(nullptr) {}
+
+    /// \return this key, moved to the sub-category \p name.
+    CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
+};
+
+/// \brief The state of one incremental save.
+///
+/// The old file is parsed twice, and the keys of the tree, which the parser drives, work on this object. The
+/// first time they count the headings of each key, so that values which a later section of the same key holds
+/// aren't taken for new ones. The second time they write the new text.
+class VYN_API CIncrSaveContext {
+public:
+    /// \param root root of the file's tree; outlives the context.
+    explicit CIncrSaveContext(COptRgKey* root);
+    CIncrSaveContext(const CIncrSaveContext&) = delete;
+    CIncrSaveContext& operator=(const CIncrSaveContext&) = delete;
+    ~CIncrSaveContext();
+
+    /// Empties the pending heading.
+    void ClearPath();
+    /// Appends an element to the pending heading.
+    void AddSubPath(const char* name);
+    /// Writes the heading before a value line, when one is due.
+    /// \param attributes of the heading; may be null.
+    void SavePath(MList<CRgAttribute*>* attributes);
+    /// Writes the pending heading before left-over values.
+    /// \param attributes of the heading; may be null.
+    void SaveKeyPath(MList<CRgAttribute*>* attributes);
+    /// Closes the section being read: values of its key that the old file doesn't hold go to its end.
+    /// \param attributes of the heading; may be null.
+    void Flush(MList<CRgAttribute*>* attributes);
+    /// Writes everything that the parse didn't reach.
+    void FlushUnsavedKeys();
+
+private:
+    friend class COptionFile;
+    friend class COptRgKey;
+    friend class COptRootRgKey;
+    friend class COptDummyRgKey;
+
+    void BeginSection();
+    void CloseSection();
+    void CountHeading();
+
+    COptRgKey* m_pRoot;
+    COptRgKey* m_pCurrent;      // key in memory of the section being read; null when it has none
+    COptDummyRgKey* m_pDummy;   // owned
+    SString m_strPath;          // the pending heading
+    SString m_strLastPath;      // the last plain heading written
+    FILE* m_pFile;              // the new text
+    bool m_bCounting;           // in the first of the two parses
+    bool m_bHeadingAttributes;  // the heading being read has attributes
+};
+
+/// \brief One option file of a manager.
+///
+/// Memory holds what the manager's category tree knows. A save over an existing file keeps every entry that
+/// no category knows, in its place; a save to a new file writes what is in memory. The object doesn't outlive
+/// its manager.
+class VYN_API COptionFile : public CRgFile {
+public:
+    /// The file isn't in the manager's stack yet.
+    /// \param manager not null.
+    explicit COptionFile(COptionManager* manager);
+    ~COptionFile() override;
+
+    /// Empties the tree and reads \p path. The first call gives the file its path name.
+    /// \return 0 on success, and the modified flag is clear; else 1, and the tree is empty.
+    int Load(const char* path);
+    /// Writes the file. The new text is made in a file of that name followed by "~", which then takes its
+    /// place; when it can't, its content is copied there. \param path null means the file's own path, which a
+    /// save never changes. \return 0 on success, and the modified flag is clear. 1 when the path is empty, or
+    /// when the existing file is malformed: that file stays as it was and the tree is empty. Else the value
+    /// of `errno`: nothing has changed but, when only the last step failed, that the new text stays in the
+    /// "~" file.
+    int Save(const char* path);
+    /// The same, but for the copy in the last step.
+    int SaveAs(const char* path);
+
+    int IsModified() const { return m_bModified; }
+    /// \return the old flag.
+    int SetModifiedFlag(int flag);
+    /// A mark for the tool; the library doesn't set it.
+    int IsPredefined() const { return m_bPredefined; }
+    void SetPredefined(int flag) { m_bPredefined = flag; }
+    /// \return 1 when the value exists and is marked fixed: its attribute "fixed" is exactly "true"; else 0.
+    int IsUnredefinable(const char* key, const char* name);
+    /// Marks a declared option fixed, or, with a \p flag of 0, sets the mark to "false".
+    /// \param value text of the value when it doesn't exist yet.
+    void SetRedefineFlag(const char* key, const char* name, const char* value, int flag);
+    /// The file forgets all its values; the disk isn't touched before a save.
+    void Reset();
+    /// \return the manager, never null.
+    COptionManager* GetManager() const { return m_pManager; }
+    /// \return the path name; "" when the file has none. Valid until it is set.
+    const char* GetPathName() const { return m_strPath.c_str(); }
+    /// Null means none.
+    void SetPathName(const char* path) { m_strPath = path; }
+
+private:
+    int Rewrite(const SString& path, bool copyIfNotReplaced);
+    int Replay(const SString& path, const SString& temporary);
+
+    int m_bPredefined;
+    COptionManager* m_pManager;
+    int m_bModified;
+};
+
+/// Name of the attribute that marks a value as not to be redefined by the files above it.
+VYN_API extern const char* const szUnRefinable;
+
+}  // namespace vyn

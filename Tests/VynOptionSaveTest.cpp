@@ -1,0 +1,318 @@
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+#include <sys/wait.h>
+
+#include <cerrno>
+#include <map>
+#include <random>
+#include <vector>
+
+#include "TestSupport.h"
+#include "VynOption.h"
+#include "VynOptionTables.h"
+
+namespace vyn {
+namespace {
+
+using namespace test;
+
+class IncrementalSave : public testing::Test {
+protected:
+    // What a save makes of `old` after it was loaded and `change` was done.
+    template <class Change>
+    std::string Save(const std::string& old, Change change) {
+        Manager manager;
+        WriteText(m_path, old);
+        COptionFile* file = manager.Load(m_path.c_str());
+        EXPECT_NE(file, nullptr) << old;
+        change(manager, *file);
+        EXPECT_EQ(file->Save(nullptr), 0);
+        const std::string text = ReadText(m_path);
+        EXPECT_EQ(file->Save(nullptr), 0);
+        EXPECT_EQ(ReadText(m_path), text) << "the second save of\n" << old;
+        EXPECT_FALSE(std::filesystem::exists(m_path + "~"));
+        return text;
+    }
+    std::string Save(const std::string& old) {
+        return Save(old, [](Manager&, COptionFile&) {});
+    }
+
+    TemporaryDirectory m_directory;
+    const std::string m_path = m_directory / "f.zop";
+};
+
+TEST_F(IncrementalSave, KeepsUnknownEntriesInTheirPlace) {
+    const std::string old =
+        "\n[Tool/Window] (dock=left, pin=1)\n\n\"x\"=\"1\" (\"p\"=\"q\" )\n\"y\"=\"2\" \n"
+        "\n[Editor]\n\n\"Other\"=\"o\" \n\"Name\"=\"n\" (\"fixed\"=\"true\" )\n\"More\"=\"m\" \n"
+        "\n[Editor/Unknown/Text]\n\n\"Font\"=\"f\" \n"
+        "\n[Build]\n\n\"Target\"=\"t\" \n";
+    EXPECT_EQ(Save(old), old);
+}
+
+TEST_F(IncrementalSave, UpdatesKnownEntriesAndPutsNewOnesAtTheEnd) {
+    EXPECT_EQ(Save("[Editor]\"Name\"=\"old\"\"Other\"=12 \"Owner\"=\"gone\"\n[Build]\"Target\"=\"t\"",
+                   [](Manager& manager, COptionFile&) {
+                       manager.SetValue("Editor", "Name", "new");
+                       manager.SetValue("Editor", "Owner", "nobody");
+                       manager.SetValue("Editor", "Wrap", "false");
+                       manager.SetValue("Editor/Text", "Font", "Serif");
+                       manager.SetValue("Build", "Target", "all");
+                   }),
+              "\n[Editor]\n\n\"Name\"=\"new\" \n\"Other\"=\"12\" \n\"Wrap\"=\"false\" \n"
+              "\n[Editor/Text]\n\n\"Font\"=\"Serif\" \n");
+}
+
+TEST_F(IncrementalSave, WritesAHeadingOnlyWhereOneIsDue) {
+    const struct {
+        const char* old;
+        const char* text;
+    } rows[] = {
+        {"[Editor][Build]\"Target\"=\"t\"", "\n[Editor]\n\n\n[Build]\n\n\"Target\"=\"t\" \n"},
+        {"[Tool][Build]\"Target\"=\"t\"", "\n[Build]\n\n\"Target\"=\"t\" \n"},
+        {"[Editor]\"Name\"=\"n\"[Build](k=v)", "\n[Editor]\n\n\"Name\"=\"n\" \n\n[Build] (k=v)\n\n"},
+        {"[Editor](a=b, c=d)\"Name\"=\"n\"[Build]\"Target\"=\"t\"",
+         "\n[Editor] (a=b, c=d)\n\n\"Name\"=\"n\" \n\n[Build]\n\n\"Target\"=\"t\" \n"},
+        {"", ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Save(row.old), row.text) << row.old;
+    }
+    EXPECT_EQ(Save("[Editor]\"Name\"=\"n\"\"Other\"=\"o\"",
+                   [](Manager& manager, COptionFile&) { manager.SetValue("Editor", "Name", "editor"); }),
+              "\n[Editor]\n\n\"Other\"=\"o\" \n")
+        << "the first value went, the heading stays for the second";
+}
+
+TEST_F(IncrementalSave, ValuesAfterAHeadingWithAttributesGetAPlainOne) {
+    EXPECT_EQ(Save("[Editor](a=b)\"Name\"=\"n\"\"Other\"=\"o\"\"Wrap\"=\"w\"\"Owner\"=\"p\"\"Last\"=\"l\""),
+              "\n[Editor] (a=b)\n\n\"Name\"=\"n\" \n\n[Editor]\n\n\"Other\"=\"o\" \n\"Wrap\"=\"w\" \n"
+              "\"Owner\"=\"p\" \n\"Last\"=\"l\" \n");
+    EXPECT_EQ(Save("[Editor](a=b)\"Name\"=\"n\"\"Other\"=\"o\""),
+              "\n[Editor] (a=b)\n\n\"Name\"=\"n\" \n\"Other\"=\"o\" \n")
+        << "no known value is left";
+}
+
+TEST_F(IncrementalSave, WritesAValueOfRepeatedEntriesOnce) {
+    EXPECT_EQ(Save("[Editor]\"Name\"=\"1\"\"Name\"=\"2\"[Build]\"Target\"=\"a\"[Build]\"Target\"=\"b\""),
+              "\n[Editor]\n\n\"Name\"=\"2\" \n\n[Build]\n\n\"Target\"=\"b\" \n\n[Build]\n\n");
+    EXPECT_EQ(
+        Save(
+            "[Editor]\"Name\"=\"1\"[Build]\"Target\"=\"t\"[Editor](a=b)\"Wrap\"=\"2\"[Editor]\"Owner\"=\"3\"",
+            [](Manager& manager, COptionFile&) { manager.SetValue("Editor", "Width", "5"); }),
+        "\n[Editor]\n\n\"Name\"=\"1\" \n\n[Build]\n\n\"Target\"=\"t\" \n"
+        "\n[Editor] (a=b)\n\n\"Wrap\"=\"2\" \n\n[Editor]\n\n\"Owner\"=\"3\" \n\"Width\"=5 \n");
+    EXPECT_EQ(Save("[Editor]\"Name\"=\"1\"\"Name\"=\"2\"\"Other\"=\"o\"",
+                   [](Manager& manager, COptionFile&) { manager.SetValue("Editor", "Name", "editor"); }),
+              "\n[Editor]\n\n\"Other\"=\"o\" \n")
+        << "a shadowed value doesn't come back";
+}
+
+TEST_F(IncrementalSave, QuotesWhatWouldNotReadBackBare) {
+    const struct {
+        const char* value;
+        const char* written;
+    } rows[] = {{"12", "12"}, {"word", "word"}, {"-1", "\"-1\""}, {"a b", "\"a b\""}, {"", "\"\""}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(Save("[Editor]\"Width\"=1",
+                       [&](Manager& manager, COptionFile& file) {
+                           manager.SetValue("Editor", "Width", row.value);
+                           file.SetRedefineFlag("Editor", "Width", "", 1);
+                       }),
+                  std::string("\n[Editor]\n\n\"Width\"=") + row.written +
+                      " (\"fixed\"=" + (*row.written == '"' ? "\"true\"" : "true") + " )\n");
+    }
+}
+
+TEST_F(IncrementalSave, LeavesOutHeadingAttributesThatNoHeadingCanHold) {
+    EXPECT_EQ(Save("[Build]\"Target\"=\"t\"",
+                   [](Manager& manager, COptionFile& file) {
+                       file.CreateKey("Editor", "a", "")->CreateValue("Name", CRgValue::eText, "n", nullptr);
+                       manager.SetValue("Editor/Text", "Font", "f");
+                       file.CreateKey("Editor/Text", "k", "v");
+                   }),
+              "\n[Build]\n\n\"Target\"=\"t\" \n\n[Editor]\n\n\"Name\"=\"n\" \n"
+              "\n[Editor/Text] (k=v)\n\n\"Font\"=\"f\" \n");
+}
+
+TEST_F(IncrementalSave, NewFileComesFromMemoryAlone) {
+    Manager manager;
+    WriteText(m_path, "[Tool]\"x\"=1 [Editor](a=b)\"Name\"=\"n\"");
+    COptionFile* file = manager.Load(m_path.c_str());
+    ASSERT_EQ(file->Save((m_path + "2").c_str()), 0);
+    EXPECT_EQ(ReadText(m_path + "2"), "\n[Editor]\n\n\"Name\"=\"n\" \n");
+    WriteText(m_path + "3", "[Other]\"y\"=\"2\" [Editor]\"Wrap\"=\"w\"");
+    file->SetModifiedFlag(1);
+    ASSERT_EQ(file->SaveAs((m_path + "3").c_str()), 0);
+    EXPECT_EQ(file->IsModified(), 0);
+    EXPECT_EQ(ReadText(m_path + "3"), "\n[Other]\n\n\"y\"=\"2\" \n\n[Editor] (a=b)\n\n\"Name\"=\"n\" \n");
+    EXPECT_EQ(file->GetPathName(), m_path);
+}
+
+TEST_F(IncrementalSave, MalformedOldFileStaysAndTheTreeIsEmpty) {
+    Manager manager;
+    WriteText(m_path, "[Editor]\"Name\"=\"n\"");
+    COptionFile* file = manager.Load(m_path.c_str());
+    const std::string bad = "[Editor]\"Name\"=\"n\" [Build]\"Target\"=\"x\" stray";
+    WriteText(m_path, bad);
+    WriteText(m_path + "~", "left over");
+    EXPECT_EQ(file->Save(nullptr), 1);
+    EXPECT_EQ(ReadText(m_path), bad);
+    EXPECT_FALSE(std::filesystem::exists(m_path + "~"));
+    EXPECT_EQ(file->GetKeyRoot()->GetKeyCount(), 0);
+    WriteText(m_path, "[Editor]\"Name\"=\"n\"");
+    manager.SetValue("Editor", "Wrap", "false");
+    EXPECT_EQ(file->Save(nullptr), 0);
+    EXPECT_EQ(ReadText(m_path), "\n[Editor]\n\n\"Wrap\"=\"false\" \n")
+        << "nothing is left of the failed save";
+}
+
+TEST_F(IncrementalSave, ReportsWhatCannotBeWritten) {
+    Manager manager;
+    COptionFile unnamed(&manager);
+    EXPECT_EQ(unnamed.Save(nullptr), 1);
+    EXPECT_EQ(unnamed.Save((m_directory / "no/such").c_str()), ENOENT);
+
+    WriteText(m_path, "[Editor]\"Name\"=\"n\"");
+    COptionFile* file = manager.Load(m_path.c_str());
+    file->SetModifiedFlag(1);
+    std::filesystem::create_directory(m_path + "~");
+    EXPECT_EQ(file->Save(nullptr), EISDIR) << "the temporary file can't be made";
+    EXPECT_EQ(file->IsModified(), 1);
+    EXPECT_EQ(ReadText(m_path), "[Editor]\"Name\"=\"n\"");
+    EXPECT_STREQ(file->GetValue("Editor", "Name"), "n");
+    std::filesystem::remove(m_path + "~");
+    EXPECT_EQ(file->Save(nullptr), 0) << "the flags are clean";
+    EXPECT_EQ(ReadText(m_path), "\n[Editor]\n\n\"Name\"=\"n\" \n");
+
+    const std::string directory = m_directory / "dir";
+    std::filesystem::create_directory(directory);
+    EXPECT_EQ(file->SaveAs(directory.c_str()), EISDIR);
+    EXPECT_TRUE(std::filesystem::exists(directory + "~")) << "the new text stays";
+    std::filesystem::remove(directory + "~");
+    EXPECT_EQ(file->Save(directory.c_str()), EISDIR);
+}
+
+TEST_F(IncrementalSave, KeepsThePermissionsOfTheFile) {
+    Manager manager;
+    WriteText(m_path, "[Editor]\"Name\"=\"n\"");
+    ASSERT_EQ(chmod(m_path.c_str(), 0600), 0);
+    ASSERT_EQ(manager.Load(m_path.c_str())->Save(nullptr), 0);
+    struct stat status;
+    ASSERT_EQ(stat(m_path.c_str(), &status), 0);
+    EXPECT_EQ(status.st_mode & 07777, 0600u);
+}
+
+// Random files with repeated sections and values, headings with attributes and unknown entries.
+class RandomFile {
+public:
+    explicit RandomFile(unsigned seed) : m_random(seed) {}
+
+    std::string Text() {
+        std::string text;
+        for (int n = Pick(6); n >= 0; --n) {
+            text +=
+                std::string("[") + kSections[Pick(5)] + "]" + (Pick(3) == 0 ? "(a=" + Number() + ")" : "");
+            for (int values = Pick(5); values > 0; --values) {
+                const bool unknown = Pick(3) == 0;
+                text += std::string("\"") + (unknown ? "u" + Number() : kNames[Pick(6)]) + "\"=\"" +
+                        Number() + "\"" + (Pick(4) == 0 ? "(\"p\"=\"" + Number() + "\")" : "") + "\n";
+            }
+        }
+        return text;
+    }
+    void Change(COptionManager& manager) {
+        for (int n = Pick(4); n > 0; --n) {
+            const char* section = kSections[Pick(3)];
+            const char* name = kNames[Pick(6)];
+            if (const COption* option = manager.FindOption((std::string(section) + "/" + name).c_str())) {
+                manager.SetValue(section, name, Pick(2) == 0 ? option->szDefault : Number().c_str());
+            }
+        }
+    }
+    static constexpr const char* kSections[] = {"Editor", "Editor/Text", "Build", "Tool", "Editor/None"};
+    static constexpr const char* kNames[] = {"Wrap", "Name", "Owner", "Font", "Size", "Target"};
+
+private:
+    int Pick(unsigned n) { return static_cast<int>(m_random() % n); }
+    std::string Number() { return std::to_string(m_random() % 1000); }
+
+    std::mt19937 m_random;
+};
+
+// Every value of the file in memory, by address.
+std::map<std::string, std::string> Values(COptionManager& manager) {
+    std::map<std::string, std::string> values;
+    for (const char* section : RandomFile::kSections) {
+        for (const char* name : RandomFile::kNames) {
+            values[std::string(section) + "/" + name] = manager.GetValue(section, name);
+        }
+    }
+    return values;
+}
+
+// The unknown values of a text with their sections, in order.
+std::vector<std::string> Unknown(const std::string& path) {
+    struct Key : CDefRgKey {
+        Key(const char* name, const std::string& keyPath, std::vector<std::string>& keyLog)
+            : CDefRgKey(name), m_strPath(keyPath), m_log(keyLog) {}
+        CRgKey* CreateKey(const char* name, MList<CRgAttribute*>*) override {
+            if (CRgKey* present = FindKey(name)) {
+                return present;
+            }
+            CRgKey* key = new Key(name, m_strPath + "/" + name, m_log);
+            AddKey(key);
+            return key;
+        }
+        CRgValue* CreateValue(const char* name, CRgValue::RvType type, const char* value,
+                              MList<CRgAttribute*>* attributes) override {
+            if (*name == 'u' || m_strPath == "/Tool" || m_strPath == "/Editor/None") {
+                m_log.push_back(m_strPath + " " + name + " " + value);
+            }
+            return CDefRgKey::CreateValue(name, type, value, attributes);
+        }
+        std::string m_strPath;
+        std::vector<std::string>& m_log;
+    };
+    std::vector<std::string> log;
+    CRgFile file(new Key("", "", log));
+    EXPECT_EQ(file.Load(path.c_str()), 0);
+    return log;
+}
+
+TEST_F(IncrementalSave, HoldsWhateverTheOldFileLooksLike) {
+    for (unsigned seed = 0; seed < 500; ++seed) {
+        RandomFile random(seed);
+        const std::string old = random.Text();
+        WriteText(m_path, old);
+        const std::vector<std::string> unknown = Unknown(m_path);
+        Manager manager;
+        COptionFile* file = manager.Load(m_path.c_str());
+        ASSERT_NE(file, nullptr);
+        random.Change(manager);
+        const auto values = Values(manager);
+
+        std::string text[3];
+        for (std::string& saved : text) {
+            ASSERT_EQ(file->Save(nullptr), 0);
+            saved = ReadText(m_path);
+        }
+        ASSERT_EQ(text[1], text[2]) << "seed " << seed << "\n" << old << "\n---\n" << text[0];
+        ASSERT_EQ(Unknown(m_path), unknown) << "seed " << seed << "\n" << old << "\n---\n" << text[0];
+        Manager again;
+        COptionFile* loaded = again.Load(m_path.c_str());
+        ASSERT_EQ(Values(again), values) << "seed " << seed << "\n" << old << "\n---\n" << text[0];
+        for (const char* section : RandomFile::kSections) {
+            CRgKey* key = loaded->FindKey(section);
+            std::map<std::string, int> count;
+            for (void* pos = key ? key->GetFirstValuePosition() : nullptr; pos;) {
+                ASSERT_EQ(++count[key->GetNextValue(pos)->GetName()], 1) << "seed " << seed << "\n" << old;
+            }
+        }
+        ASSERT_EQ(loaded->Save(nullptr), 0);
+        ASSERT_EQ(ReadText(m_path), text[2]) << "saved by another process, seed " << seed;
+    }
+}
+
+}  // namespace
+}  // namespace vyn

@@ -1,0 +1,323 @@
+#include "VynOption.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include <cerrno>
+#include <memory>
+
+#include "TestSupport.h"
+#include "VynOptionTables.h"
+
+namespace vyn {
+namespace {
+
+using namespace test;
+
+TEST(Option, ReadsItsDefault) {
+    COption upper = {"x", 1, "True", 0, 0};
+    COption number = {"x", 1, "12px", 0, 0};
+    EXPECT_EQ(upper.GetBoolValue(), 0) << "only a lower-case t counts";
+    EXPECT_EQ(optEditor[0].GetBoolValue(), 1);
+    EXPECT_EQ(number.GetIntValue(), 12);
+    EXPECT_STREQ(number, "12px");
+    EXPECT_EQ(number.IsDefaultValue("12px"), 1);
+    EXPECT_EQ(number.IsDefaultValue("12"), 0);
+}
+
+TEST(Category, ResolvesAddresses) {
+    Manager manager;
+    const struct {
+        const char* address;
+        const char* expected;  // null when it isn't declared
+    } rows[] = {{"Editor/Wrap", "true"},
+                {"Editor/Text/Font", "Mono"},
+                {"Editor/Owner", "nobody"},
+                {"Editor/Name", "editor"},
+                {"Build/Target", "all"},
+                {"Wrap", nullptr},
+                {"Editor", nullptr},
+                {"Editor/None/Font", nullptr},
+                {"editor/Wrap", nullptr},
+                {"Editor/Font", nullptr},
+                {"", nullptr},
+                {"/Wrap", nullptr}};
+    for (const auto& row : rows) {
+        const COption* option = manager.FindOption(row.address);
+        EXPECT_EQ(option ? std::string(option->szDefault) : "-", row.expected ? row.expected : "-")
+            << row.address;
+    }
+    errno = 0;
+    EXPECT_EQ(manager.FindOption((std::string(256, 'x') + "/Wrap").c_str()), nullptr);
+    EXPECT_EQ(errno, EINVAL);
+}
+
+TEST(Category, TablesOfOneNameAddUp) {
+    const COption more[] = {{"Font", 1, "Serif", 0, 0}, {"Weight", 1, "bold", 0, 0}};
+    const COptionSet setMore = {"More", more, 2, nullptr};
+    const CCategory catMore = {"Text", nullptr, 0, &setMore};
+    const CCategory* const sub[] = {&catMore};
+    const COptionSet setNone = {"None", nullptr, 0, nullptr};
+    const CCategory catAgain = {"Editor", sub, 1, &setNone};
+    Manager manager;
+    manager.AddCategory(&catAgain);
+    EXPECT_STREQ(manager.FindOption("Editor/Text/Font")->szDefault, "Serif") << "the later table";
+    EXPECT_STREQ(manager.FindOption("Editor/Text/Size")->szDefault, "12");
+    EXPECT_STREQ(manager.FindOption("Editor/Text/Weight")->szDefault, "bold");
+    EXPECT_EQ(manager.GetCategoryCount(), 2);
+}
+
+TEST(Category, TellsItsPath) {
+    Manager manager;
+    EXPECT_EQ(static_cast<CMgrCategory&>(manager).GetPath(), nullptr);
+    auto* editor = const_cast<CMgrCategory*>(manager.FindCategory("Editor", 0));
+    auto* text = const_cast<CMgrCategory*>(editor->FindCategory("TextAndMore", 4));
+    EXPECT_STREQ(text->GetPath(), "Editor/Text");
+    EXPECT_STREQ(editor->GetPath(), "Editor");
+    EXPECT_EQ(text->GetManager(), &manager);
+    EXPECT_EQ(text->GetOwner(), editor);
+}
+
+TEST(Category, MergesAManagerAndTakesItOutAgain) {
+    Manager manager;
+    COptionManager other;
+    const COption rows[] = {{"Wrap", 1, "false", 0, 0}, {"Extra", 1, "e", 0, 0}};
+    const COptionSet set = {"Other", rows, 2, nullptr};
+    const CCategory catOther = {"Editor", nullptr, 0, &set};
+    const CCategory catNew = {"New", nullptr, 0, &set};
+    other.AddCategory(&catOther);
+    other.AddCategory(&catNew);
+    manager.MergeManager(&other);
+    EXPECT_STREQ(manager.FindOption("Editor/Extra")->szDefault, "e");
+    EXPECT_STREQ(manager.FindOption("New/Wrap")->szDefault, "false");
+    manager.RemoveManager(&other);
+    EXPECT_EQ(manager.FindOption("Editor/Extra"), nullptr);
+    EXPECT_EQ(manager.FindCategory("New", 0), nullptr);
+    EXPECT_EQ(manager.FindCategory("Editor", 0), nullptr) << "its last manager took it along";
+    manager.RemoveManager(&other);
+    EXPECT_NE(manager.FindOption("Build/Target"), nullptr) << "a second removal does nothing";
+}
+
+TEST(Manager, KeepsOneComponentPerSet) {
+    COptionManager manager;
+    EXPECT_EQ(manager.GetComponent(static_cast<const COptionSet*>(nullptr)), nullptr);
+    const CMgrOptionSet* editor = manager.GetComponent(&setEditor);
+    EXPECT_EQ(manager.GetComponent(&setEditor), editor);
+    EXPECT_EQ(manager.GetComponentCount(), 2) << "the base set is a component too";
+    EXPECT_EQ(editor->GetNextOptionSet(), manager.GetComponent(&setBase));
+    EXPECT_EQ(editor->GetOptionCount(), 5);
+}
+
+class OptionFileTest : public testing::Test {
+protected:
+    std::string Path(const char* name) { return m_directory / name; }
+    // A file of the stack, below those added before.
+    COptionFile* Add(Manager& manager, const char* name, const std::string& text) {
+        WriteText(Path(name), text);
+        return manager.AddOptionFile(Path(name).c_str());
+    }
+
+    TemporaryDirectory m_directory;
+};
+
+TEST_F(OptionFileTest, LoadKeepsWhatIsDeclared) {
+    Manager manager;
+    COptionFile* file =
+        Add(manager, "f",
+            "[Editor](k=v)\"Wrap\"=\"false\" \"Other\"=1 \"Text/Font\"=\"x\"\n"
+            "[Editor/Text]\"Font\"=\"A\" [Tool]\"Wrap\"=\"x\" [Editor/No/Text]\"Font\"=\"B\"");
+    ASSERT_NE(file, nullptr);
+    EXPECT_STREQ(file->GetValue("Editor", "Wrap"), "false");
+    EXPECT_STREQ(file->GetValue("Editor/Text", "Font"), "A");
+    EXPECT_EQ(file->GetValue("Editor", "Other"), nullptr);
+    EXPECT_EQ(file->GetValue("Tool", "Wrap"), nullptr);
+    EXPECT_EQ(file->FindKey("Editor")->GetValueCount(), 1);
+    EXPECT_EQ(file->FindKey("Editor")->GetAttributeList()->GetCount(), 1);
+    EXPECT_EQ(file->GetKeyRoot()->GetKeyCount(), 1);
+}
+
+TEST_F(OptionFileTest, RefusesWhatNoCategoryDeclares) {
+    Manager manager;
+    COptionFile file(&manager);
+    EXPECT_EQ(file.CreateKey("Tool", "k", "v"), nullptr);
+    EXPECT_EQ(file.CreateKey("Editor/No/More", "k", "v"), nullptr);
+    file.SetValue("Tool", "Wrap", "x");
+    file.SetValue("Editor", "Other", "x");
+    EXPECT_EQ(file.GetValue("Editor", "Other"), nullptr);
+    CRgKey* key = file.CreateKey("Editor", "k", "v");
+    ASSERT_NE(key, nullptr);
+    EXPECT_EQ(file.CreateKey("Editor", "k", "w"), key);
+    EXPECT_EQ(key->GetAttributeList()->GetCount(), 1) << "the attributes are replaced";
+    MList<CRgAttribute*> attributes;
+    attributes.AddTail(new CRgAttribute("a", "b"));
+    EXPECT_EQ(key->CreateValue("Other", CRgValue::eText, "x", &attributes), nullptr);
+}
+
+TEST_F(OptionFileTest, DyingCategoryTakesItsKeysAlong) {
+    Manager manager;
+    COptionFile* file = Add(manager, "f", "[Editor/Text]\"Font\"=\"A\" [Build]\"Target\"=\"x\"");
+    COptionFile* below = Add(manager, "g", "[Editor]\"Wrap\"=\"false\" [Editor/Text]\"Font\"=\"A\"");
+    delete const_cast<CMgrCategory*>(manager.FindCategory("Editor", 0));
+    EXPECT_EQ(file->FindKey("Editor"), nullptr);
+    EXPECT_EQ(below->GetKeyRoot()->GetKeyCount(), 0);
+    EXPECT_STREQ(file->GetValue("Build", "Target"), "x");
+    EXPECT_EQ(file->Save(nullptr), 0);
+    EXPECT_EQ(ReadText(Path("f")), "\n[Editor/Text]\n\n\"Font\"=\"A\" \n\n[Build]\n\n\"Target\"=\"x\" \n")
+        << "to the file the section is now unknown";
+}
+
+TEST_F(OptionFileTest, EmptiedKeyCanBeRemovedOrDestroyed) {
+    Manager manager;
+    COptionFile* file = Add(manager, "f", "[Editor/Text]\"Font\"=\"A\"");
+    CRgKey* editor = file->FindKey("Editor");
+    CRgKey* text = file->FindKey("Editor/Text");
+    file->RemoveKey(text);
+    file->DestroyKey(editor);
+    EXPECT_EQ(file->FindKey("Editor/Text"), text) << "one has a value, the other a subkey";
+    file->DestroyKey(text);
+    EXPECT_EQ(editor->GetKeyCount(), 0);
+    file->RemoveKey(editor);
+    EXPECT_EQ(file->FindKey("Editor"), nullptr);
+    delete text;
+    delete editor;
+}
+
+TEST_F(OptionFileTest, FixedIsExactlyTrue) {
+    Manager manager;
+    COptionFile* file = Add(manager, "f",
+                            "[Editor]\"Wrap\"=\"1\"(\"fixed\"=\"True\") \"Name\"=\"2\"(\"fixed\"=\"true\")"
+                            "\"Width\"=3(\"fixed\"=true)");
+    EXPECT_EQ(file->IsUnredefinable("Editor", "Wrap"), 0);
+    EXPECT_EQ(file->IsUnredefinable("Editor", "Name"), 1);
+    EXPECT_EQ(file->IsUnredefinable("Editor", "Width"), 1);
+    EXPECT_EQ(file->IsUnredefinable("Editor", "Ratio"), 0);
+    file->SetRedefineFlag("Editor", "Name", "ignored", 0);
+    file->SetRedefineFlag("Editor/Text", "Font", "new", 1);
+    EXPECT_EQ(file->IsUnredefinable("Editor", "Name"), 0);
+    EXPECT_STREQ(file->GetAttributeValue("Editor", "Name", "fixed"), "false");
+    EXPECT_STREQ(file->GetValue("Editor", "Name"), "2");
+    EXPECT_STREQ(file->GetValue("Editor/Text", "Font"), "new");
+}
+
+TEST_F(OptionFileTest, StackIsReadFromTheTopUnlessALowerFileIsFixed) {
+    const std::string none;
+    const std::string fixed = "(\"fixed\"=\"true\")";
+    auto file = [](const char* value, const std::string& mark) {
+        return value ? std::string("[Editor]\"Name\"=\"") + value + "\"" + mark : std::string();
+    };
+    const struct {
+        std::string files[3];
+        const char* value;
+        int redefined, editable;
+    } rows[] = {
+        {{"", "", ""}, "editor", 0, 1},
+        {{"", "", file("c", none)}, "c", 1, 1},
+        {{file("a", none), file("b", none), file("c", none)}, "a", 1, 1},
+        {{file("", none), "", file("c", none)}, "", 1, 1},
+        {{file("a", none), "", file("c", fixed)}, "c", 1, 0},
+        {{file("a", none), file("b", fixed), file("c", fixed)}, "c", 1, 0},
+        {{file("a", none), file("b", fixed), file("c", none)}, "b", 1, 0},
+        {{file("a", fixed), file("b", none), ""}, "a", 1, 1},
+        {{file("a", fixed), file("b", fixed), ""}, "b", 1, 1},
+        {{"", file("b", fixed), ""}, "b", 1, 0},
+    };
+    for (const auto& row : rows) {
+        Manager manager;
+        Add(manager, "a", row.files[0]);
+        Add(manager, "b", row.files[1]);
+        Add(manager, "c", row.files[2]);
+        EXPECT_STREQ(manager.GetValue("Editor", "Name"), row.value);
+        EXPECT_EQ(manager.IsRedefined("Editor", "Name"), row.redefined) << row.value;
+        EXPECT_EQ(manager.IsEditable("Editor", "Name"), row.editable) << row.value;
+    }
+}
+
+TEST_F(OptionFileTest, ChangeIsKeptAsADifferenceFromBelow) {
+    Manager manager;
+    manager.SetValue("Editor", "Name", "x");
+    EXPECT_STREQ(manager.GetValue("Editor", "Name"), "editor") << "without a file nothing is kept";
+    COptionFile* top = Add(manager, "top", "");
+    Add(manager, "below", "[Editor]\"Name\"=\"below\"");
+    EXPECT_STREQ(manager.GetUnderneathValue(top, "Editor", "Name"), "below");
+    EXPECT_STREQ(manager.GetUnderneathValue(nullptr, "Editor", "Owner"), "nobody");
+    EXPECT_EQ(manager.GetUnderneathValue(top, "Editor", "Other"), nullptr);
+
+    manager.SetValue("Editor", "Name", "below");
+    EXPECT_EQ(top->FindKey("Editor"), nullptr);
+    manager.SetValue("Editor", "Name", "editor");
+    EXPECT_STREQ(top->GetValue("Editor", "Name"), "editor") << "the default differs from what is below";
+    manager.SetIntValue("Editor", "Width", -5);
+    manager.SetBoolValue("Editor", "Wrap", 2);
+    EXPECT_EQ(top->GetValue("Editor", "Wrap"), nullptr) << "true is the default";
+    manager.SetBoolValue("Editor", "Wrap", 0);
+    EXPECT_EQ(manager.GetIntValue("Editor", "Width"), -5);
+    EXPECT_EQ(manager.GetBoolValue("Editor", "Wrap"), 0);
+    manager.SetValue("Editor", "Wrap", "T");
+    EXPECT_EQ(manager.GetBoolValue("Editor", "Wrap", 1), 0);
+    manager.SetStrValue("Editor", "Wrap", manager.GetStrValue("Editor", "Wrap"));
+    EXPECT_STREQ(manager.GetStrValue("Editor", "Wrap", "d"), "T") << "set to its own text";
+
+    manager.SetValue("Editor", "Name", "below");
+    manager.SetValue("Editor", "Width", "80");
+    EXPECT_NE(top->FindKey("Editor"), nullptr);
+    manager.SetValue("Editor", "Wrap", "true");
+    EXPECT_EQ(top->FindKey("Editor"), nullptr) << "the key goes with its last value";
+    manager.SetValue("Editor", "Other", "x");
+    EXPECT_STREQ(manager.GetValue("Editor", "Other"), "");
+    manager.SetValue("Tool", "Other", "x");
+    EXPECT_EQ(manager.IsDefaultValue("Editor", "Name", "editor"), 1);
+}
+
+TEST_F(OptionFileTest, FixedAndReadOnlyOptionsAreNotChanged) {
+    Manager manager;
+    COptionFile* top = Add(manager, "top", "[Editor]\"Name\"=\"a\" \"Wrap\"=\"false\"(\"fixed\"=\"true\")");
+    Add(manager, "below", "[Editor]\"Name\"=\"b\"(\"fixed\"=\"true\")");
+    manager.SetValue("Editor", "Name", "c");
+    EXPECT_STREQ(top->GetValue("Editor", "Name"), "a");
+    manager.SetValue("Editor", "Wrap", "true");
+    EXPECT_STREQ(top->GetValue("Editor", "Wrap"), "false") << "a lock is not removed by a value";
+    manager.SetValue("Editor", "Wrap", "x");
+    EXPECT_STREQ(top->GetValue("Editor", "Wrap"), "x");
+    std::filesystem::remove(Path("top"));
+    EXPECT_EQ(manager.IsEditable("Editor", "Width"), 0) << "a file that isn't there can't take changes";
+}
+
+TEST_F(OptionFileTest, ManagerKeepsItsFilesInOrder) {
+    Manager manager;
+    EXPECT_EQ(manager.AddOptionFile(Path("missing").c_str()), nullptr);
+    COptionFile* a = Add(manager, "a", "[Editor]\"Name\"=\"a\"");
+    COptionFile* b = Add(manager, "b", "[Editor]\"Name\"=\"b\"");
+    EXPECT_NE(manager.Load(Path("a").c_str()), nullptr) << "a second load adds a second file";
+    EXPECT_EQ(manager.GetFileCount(), 3);
+    EXPECT_EQ(manager.GetFile(Path("a").c_str()), a);
+    EXPECT_EQ(manager.GetFile(nullptr), nullptr);
+    EXPECT_EQ(manager.GetOptionFile(Path("a").c_str()), nullptr);
+    auto* twin = new COptionFile(&manager);
+    twin->SetPathName(Path("b").c_str());
+    manager.AddFile(twin);
+    EXPECT_EQ(manager.GetFileCount(), 3) << "one of that path is there";
+    delete twin;
+    manager.RemoveOptionFile(Path("a").c_str());
+    EXPECT_STREQ(manager.GetValue("Editor", "Name"), "b");
+    delete a;
+
+    WriteText(Path("b"), "[Editor]\"Name\"=\"new\"");
+    EXPECT_EQ(manager.Reload(Path("c").c_str()), 0);
+    EXPECT_EQ(manager.Reload(Path("b").c_str()), 1);
+    EXPECT_STREQ(manager.GetValue("Editor", "Name"), "new");
+    manager.SetModified();
+    EXPECT_EQ(b->IsModified(), 1);
+    manager.ReloadAllFiles();
+    EXPECT_EQ(b->IsModified(), 0);
+    manager.Reset();
+    EXPECT_STREQ(manager.GetValue("Editor", "Name"), "a") << "the lower file still shows";
+    manager.ResetAll();
+    EXPECT_STREQ(manager.GetValue("Editor", "Name"), "editor");
+    std::unique_ptr<COptionFile> last(manager.GetFile(Path("a").c_str()));
+    manager.RemoveAllFiles();
+    EXPECT_EQ(manager.GetFileCount(), 0);
+    delete b;
+}
+
+}  // namespace
+}  // namespace vyn
