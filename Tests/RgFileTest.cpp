@@ -10,6 +10,7 @@
 namespace vyn {
 namespace {
 
+using namespace std::string_literals;
 using test::ReadText;
 using test::TemporaryDirectory;
 using test::WriteText;
@@ -128,8 +129,8 @@ TEST_F(RgFileTest, LoaderReadsEveryFormToItsEnd) {
         {"[a](x=1,y)\"v\"=1", 0, "(a[x=1](v=1))"},
         {"[a](x=1", 0, "(a[x=1]())"},
         {"[a]\"x\"=1(\"p\"=\"q\" \"r\"=\"s\")", 1, "(a(x=1{p=q}))"},
-        {std::string("[a]\"x\"=1\0\"y\"=2", 16), 0, "(a(x=1))"},
-        {std::string("[a]\"x\"=\"1\0\"\"y\"=2", 18), 0, "(a(x=1))"},
+        {"[a]\"x\"=1\0\"y\"=2"s, 0, "(a(x=1))"},
+        {"[a]\"x\"=\"1\0\"\"y\"=2"s, 0, "(a(x=1))"},
     };
     for (const auto& row : rows) {
         std::string log;
