@@ -1,0 +1,61 @@
+#pragma once
+
+/// \file
+/// Content that the benchmarks share: N values named Value0 to Value19 in sections named Section0 and so on.
+
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <string>
+
+namespace bench {
+
+constexpr int kValuesPerSection = 20;
+
+inline std::string Section(int i) {
+    return "Section" + std::to_string(i / kValuesPerSection);
+}
+
+inline std::string Name(int i) {
+    return "Value" + std::to_string(i % kValuesPerSection);
+}
+
+inline std::string Value(int i) {
+    return "text of the value number " + std::to_string(i);
+}
+
+/// The content in one of two formats: quoted as Rg text, bare as a GLib key file.
+inline std::string Text(int values, const char* quote) {
+    std::string text;
+    for (int i = 0; i < values; ++i) {
+        if (i % kValuesPerSection == 0) {
+            text += "\n[" + Section(i) + "]\n\n";
+        }
+        text += quote + Name(i) + quote + "=" + quote + Value(i) + quote + (*quote ? " \n" : "\n");
+    }
+    return text;
+}
+
+/// A file that goes with the object.
+class TemporaryFile {
+public:
+    explicit TemporaryFile(const std::string& text) {
+        const char* directory = getenv("TMPDIR");
+        m_path = std::string(directory ? directory : "/tmp") + "/vynbenchXXXXXX";
+        const int fd = mkstemp(&m_path[0]);
+        FILE* file = fdopen(fd, "w");
+        fwrite(text.data(), 1, text.size(), file);
+        fclose(file);
+    }
+    TemporaryFile(const TemporaryFile&) = delete;
+    TemporaryFile& operator=(const TemporaryFile&) = delete;
+    ~TemporaryFile() { unlink(m_path.c_str()); }
+
+    const char* Path() const { return m_path.c_str(); }
+
+private:
+    std::string m_path;
+};
+
+}  // namespace bench
