@@ -48,7 +48,6 @@ TEST(ErrOutVariable, IsReadWordByWord) {
         std::string output;
     } rows[] = {
         {nullptr, strPlain},
-        {"", strPlain},
         {"   ", strPlain},
         {"-q", strQuiet},
         {"  -q  ", strQuiet},
@@ -59,7 +58,6 @@ TEST(ErrOutVariable, IsReadWordByWord) {
         {"-z -q", strUnknown + strQuiet},
         {"-qq", strUnknown + strPlain},
         {"- -q", strUnknown + strPlain},
-        {"-z x -q", strUnknown + strUnknown + strPlain},
         {"-o", "Internal error: CErrOut: file required\n" + strPlain},
     };
     for (const auto& row : rows) {

