@@ -11,10 +11,16 @@
 
 namespace vyn {
 
+class ANSIString;
+class WString;
+
 /// \brief A string that holds UTF-8 text.
 ///
 /// Use SString for ordinary work; this class is the base that fixes the encoding in the type. All members of
 /// the standard string are available, and copies are independent values.
+///
+/// Include VynEncoding.h to convert from the other encoded strings, and see there what becomes of text that
+/// can't be converted. A literal null is ambiguous: say `static_cast<const char*>(nullptr)`.
 class VYN_API UTF8String : public std::basic_string<char> {
 public:
     UTF8String() = default;
@@ -24,6 +30,12 @@ public:
     UTF8String(const char* text) : std::basic_string<char>(text ? text : "") {}
     /// Copies the bytes, taken as UTF-8.
     UTF8String(const std::basic_string<char>& text) : std::basic_string<char>(text) {}
+    /// Converts wide text. Null means the empty string.
+    UTF8String(const wchar_t* text);
+    /// Converts wide text, with no detour over an ANSIString, which can't hold all of it.
+    UTF8String(const WString& text);
+    /// Converts text in the encoding of the system locale.
+    UTF8String(const ANSIString& text);
     virtual ~UTF8String() = default;
 
     UTF8String& operator=(const UTF8String&) = default;
@@ -42,7 +54,15 @@ public:
         assign(1, c);
         return *this;
     }
+    /// Converts wide text. Null assigns the empty string.
+    UTF8String& operator=(const wchar_t* text);
+    /// Converts wide text.
+    UTF8String& operator=(const WString& text);
+    /// Converts text in the encoding of the system locale.
+    UTF8String& operator=(const ANSIString& text);
 
+    /// Converts text in the encoding of the system locale.
+    void CreateFromSystemLocaleEncodedString(const ANSIString& text);
     /// The string becomes a copy of the bytes of \p text.
     void CreateFromUTF8String(const UTF8String& text) { assign(text); }
 };
@@ -57,10 +77,12 @@ public:
     SString() = default;
     SString(const SString&) = default;
     SString(SString&&) = default;
-    /// Copies the bytes with no conversion.
+    /// Copies the bytes with no conversion, those of an ANSIString too: that one goes through a UTF8String.
     SString(const std::basic_string<char>& text) : UTF8String(text) {}
     /// Copies the bytes up to the NUL, taken as UTF-8 without validation. Null yields the empty string.
     SString(const char* text) : UTF8String(text) {}
+    /// Converts wide text. Null yields the empty string.
+    SString(const wchar_t* text) : UTF8String(text) {}
 
     SString& operator=(const SString&) = default;
     SString& operator=(SString&&) = default;
@@ -78,6 +100,18 @@ public:
         assign(1, c);
         return *this;
     }
+    /// Converts wide text. Null assigns the empty string.
+    SString& operator=(const wchar_t* text) {
+        UTF8String::operator=(text);
+        return *this;
+    }
+
+    using UTF8String::CreateFromSystemLocaleEncodedString;
+    using UTF8String::CreateFromUTF8String;
+    /// Converts \p text, which is in the encoding of the system locale. Null yields the empty string.
+    void CreateFromSystemLocaleEncodedString(const char* text);
+    /// The string becomes a copy of \p text, which is UTF-8 already. Null yields the empty string.
+    void CreateFromUTF8String(const char* text) { *this = text; }
 
     /// \return 1 when the length is 0, else 0.
     int IsEmpty() const { return empty() ? 1 : 0; }
