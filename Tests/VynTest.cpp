@@ -1,0 +1,49 @@
+#include "Vyn.h"
+
+#include <gtest/gtest.h>
+
+#include <cerrno>
+#include <climits>
+#include <cstdlib>
+#include <cstring>
+
+namespace vyn {
+namespace {
+
+// The flag is remembered by the process, so each case runs in a child.
+void AssertWith(const char* atFirst, const char* later) {
+    for (const char* value : {atFirst, later}) {
+        if (value) {
+            setenv("QZD_ASSERT", value, 1);
+        } else {
+            unsetenv("QZD_ASSERT");
+        }
+        vyn_assert("a < b", "x.cpp", 12);
+    }
+    exit(0);
+}
+
+TEST(SoftAssertion, ReportsWhenTheVariableIsThereAtTheFirstCall) {
+    const testing::ExitedWithCode success(0);
+    EXPECT_EXIT(AssertWith(nullptr, "1"), success, "^$");
+    EXPECT_EXIT(
+        AssertWith("", nullptr), success,
+        "^Assertion failed: a < b, file x.cpp, line 12\nAssertion failed: a < b, file x.cpp, line 12\n$");
+}
+
+TEST(SmallHelpers, GiveATextForEveryErrorNumber) {
+    EXPECT_STREQ(vyn_strerror(ENOENT), strerror(ENOENT));
+    for (const int number : {0, -1, INT_MAX}) {
+        EXPECT_STRNE(vyn_strerror(number), "") << number;
+    }
+}
+
+TEST(SmallHelpers, FormatNoFurtherThanTheBuffer) {
+    char buffer[] = "????????";
+    EXPECT_EQ(xq_sprintf_s(buffer, 5, "%d-%s", 12, "long"), 7);
+    EXPECT_STREQ(buffer, "12-l");
+    EXPECT_EQ(buffer[5], '?');
+}
+
+}  // namespace
+}  // namespace vyn
