@@ -6,7 +6,6 @@
 /// CRgKey decides what reading a file means. A tree, a loader and a file belong to one thread at a time.
 
 #include <cstdio>
-#include <memory>
 
 #include "SMap.h"
 #include "SString.h"
@@ -248,6 +247,7 @@ private:
     bool SkipSpace();
     template <class Accept>
     void TakeWhile(Accept accept);
+    void TakeString();
     int TakePunctuation(int kind);
     int TakeNumber();
     int TakeWord();
@@ -263,7 +263,7 @@ private:
     int m_nToken;         // kind of the last token
     const char* m_pNext;  // unread part of the buffer
     const char* m_pEnd;
-    std::unique_ptr<char[]> m_pBuffer;
+    char* m_pBuffer;  // of the Load under way
 };
 
 /// \brief One Rg tree bound to a file name, with access to keys and values by path.

@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <utility>
 
 #include "SString.h"
 
@@ -85,12 +86,12 @@ public:
 
     /// \return the value of \p key, which is inserted with a value of zero when it is missing; valid until
     /// the entry is removed.
-    V& operator[](const K& key) {
-        const size_t hash = detail::MapKey<K>::Hash(key);
-        if (MapNode* node = FindNode(key, hash)) {
-            return node->value;
-        }
-        return AddNode(key, hash)->value;
+    V& operator[](const K& key) { return GetOrAdd(key); }
+    /// The same for a map with SString keys, with no SString made for an entry that is there. \p key isn't
+    /// null.
+    template <class Key = K>
+    auto operator[](const char* key) -> decltype(detail::MapKey<Key>::Hash(key), std::declval<V&>()) {
+        return GetOrAdd(key);
     }
     /// The value itself isn't destroyed.
     /// \return 1 when the entry was removed, 0 when \p key is absent.
@@ -132,9 +133,9 @@ private:
     struct MapNode {
         MapNode* next;
         unsigned bucket;
+        unsigned hash;  // what 32 bits hold of it, to tell most keys apart without a look at them
         K key;
         V value;
-        size_t hash;
         MapNode* indexNext;
     };
 
@@ -145,7 +146,7 @@ private:
         Index& operator=(const Index&) = delete;
         ~Index() { delete[] buckets; }
 
-        MapNode*& Head(size_t hash) const { return buckets[(hash ^ (hash >> 15)) & mask]; }
+        MapNode*& Head(unsigned hash) const { return buckets[(hash ^ (hash >> 15)) & mask]; }
         void Add(MapNode* node) {
             MapNode*& head = Head(node->hash);
             node->indexNext = head;
@@ -182,16 +183,17 @@ private:
     }
     template <class Q>
     MapNode* FindNode(const Q& key, size_t hash) const {
+        const unsigned hash32 = static_cast<unsigned>(hash);
         if (m_pIndex) {
-            for (MapNode* node = m_pIndex->Head(hash); node; node = node->indexNext) {
-                if (node->hash == hash && detail::MapKey<K>::Equal(node->key, key)) {
+            for (MapNode* node = m_pIndex->Head(hash32); node; node = node->indexNext) {
+                if (node->hash == hash32 && detail::MapKey<K>::Equal(node->key, key)) {
                     return node;
                 }
             }
             return nullptr;
         }
         for (MapNode* node = m_ppTable ? m_ppTable[hash % kBuckets] : nullptr; node; node = node->next) {
-            if (node->hash == hash && detail::MapKey<K>::Equal(node->key, key)) {
+            if (node->hash == hash32 && detail::MapKey<K>::Equal(node->key, key)) {
                 return node;
             }
         }
@@ -207,12 +209,20 @@ private:
         return nullptr;
     }
 
-    MapNode* AddNode(const K& key, size_t hash) {
+    template <class Q>
+    V& GetOrAdd(const Q& key) {
+        const size_t hash = detail::MapKey<K>::Hash(key);
+        MapNode* node = FindNode(key, hash);
+        return (node ? node : AddNode(key, hash))->value;
+    }
+
+    template <class Q>
+    MapNode* AddNode(const Q& key, size_t hash) {
         if (!m_ppTable) {
             m_ppTable = new MapNode* [kBuckets] {};
         }
         const unsigned bucket = static_cast<unsigned>(hash % kBuckets);
-        MapNode* node = new MapNode{nullptr, bucket, key, V(), hash, nullptr};
+        MapNode* node = new MapNode{nullptr, bucket, static_cast<unsigned>(hash), key, V(), nullptr};
         *EndOfChain(bucket) = node;
         ++m_nCount;
         if (m_pIndex && m_nCount <= static_cast<int>(m_pIndex->mask)) {

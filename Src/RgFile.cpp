@@ -57,12 +57,11 @@ int CRgFile::Save(const char* path) {
     if (!*path) {
         return 1;
     }
-    FILE* file = fopen(path, "w");
-    if (!file) {
+    const detail::COutputFile file(path, "w");
+    if (!file.File()) {
         return errno;
     }
-    m_pRoot->Dump(file, nullptr);
-    fclose(file);
+    m_pRoot->Dump(file.File(), nullptr);
     return 0;
 }
 

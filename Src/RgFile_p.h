@@ -21,6 +21,32 @@ const char* SplitKeyPath(const char* path, char (&element)[kKeyElementSize]);
 /// Deletes the attribute objects of \p attributes and empties the list; null is fine.
 void DestroyAttributes(MList<CRgAttribute*>* attributes);
 
+/// A file open for writing, with room to gather much text before each write. Closed with the object.
+class COutputFile {
+public:
+    /// Opens \p path as `fopen` does; File() is null and `errno` set when that fails.
+    COutputFile(const char* path, const char* mode) : m_pFile(fopen(path, mode)) {
+        if (m_pFile) {
+            setvbuf(m_pFile, m_buffer, _IOFBF, sizeof m_buffer);
+        }
+    }
+    COutputFile(const COutputFile&) = delete;
+    COutputFile& operator=(const COutputFile&) = delete;
+    ~COutputFile() { Close(); }
+
+    FILE* File() const { return m_pFile; }
+    void Close() {
+        if (m_pFile) {
+            fclose(m_pFile);
+            m_pFile = nullptr;
+        }
+    }
+
+private:
+    FILE* m_pFile;
+    char m_buffer[32 * 1024];
+};
+
 /// Writes the text with no lock and no formatting.
 void Put(FILE* file, const char* text);
 

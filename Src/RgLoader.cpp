@@ -1,5 +1,6 @@
 #include <cstdint>
 #include <cstdio>
+#include <cstring>
 
 #include "RgFile.h"
 #include "RgFile_p.h"
@@ -8,7 +9,7 @@ namespace vyn {
 
 namespace {
 
-constexpr size_t kBufferSize = 64 * 1024;
+constexpr size_t kBufferSize = 16 * 1024;
 
 // The classes of the format, whatever the locale: bytes from 0x80 upward are in none of them.
 bool IsSpace(char c) {
@@ -45,14 +46,15 @@ int CRgLoader::Load(const char* path) {
     }
     // The loader reads in blocks of its own, and needs no second buffer behind them.
     setvbuf(m_pFile, nullptr, _IONBF, 0);
-    m_pBuffer.reset(new char[kBufferSize]);
-    m_pNext = m_pEnd = m_pBuffer.get();
+    char buffer[kBufferSize];
+    m_pBuffer = buffer;
+    m_pNext = m_pEnd = m_pBuffer;
     m_chCurrent = ' ';
 
     ReadSections();
 
     m_chCurrent = ' ';
-    m_pBuffer.reset();
+    m_pBuffer = nullptr;
     fclose(m_pFile);
     m_pFile = nullptr;
     return m_nToken == eEnd ? 0 : 1;
@@ -60,8 +62,8 @@ int CRgLoader::Load(const char* path) {
 
 // Reads the next block; false at the end of the file or on a read error.
 bool CRgLoader::Fill() {
-    const size_t size = fread(m_pBuffer.get(), 1, kBufferSize, m_pFile);
-    m_pNext = m_pBuffer.get();
+    const size_t size = fread(m_pBuffer, 1, kBufferSize, m_pFile);
+    m_pNext = m_pBuffer;
     m_pEnd = m_pNext + size;
     return size > 0;
 }
@@ -89,6 +91,25 @@ void CRgLoader::TakeWhile(Accept accept) {
             ++m_pNext;
         }
         m_strToken.append(start, m_pNext);
+        NextChar();
+    }
+}
+
+// Takes a string behind its opening quote, up to the closing one or the end of the input. Most of a file is
+// strings: they are taken in blocks.
+void CRgLoader::TakeString() {
+    m_strToken.clear();
+    while (m_chCurrent != '"' && m_chCurrent != '\0') {
+        const char* start = m_pNext - 1;
+        const char* stop =
+            static_cast<const char*>(memchr(m_pNext, '"', static_cast<size_t>(m_pEnd - m_pNext)));
+        const size_t length = static_cast<size_t>((stop ? stop : m_pEnd) - start);
+        const size_t taken = strnlen(start, length);
+        m_strToken.append(start, taken);
+        m_pNext = start + taken;
+        NextChar();
+    }
+    if (m_chCurrent == '"') {
         NextChar();
     }
 }
@@ -125,11 +146,7 @@ int CRgLoader::NextToken() {
     switch (m_chCurrent) {
         case '"':
             NextChar();
-            m_strToken.clear();
-            TakeWhile([](char c) { return c != '"' && c != '\0'; });
-            if (m_chCurrent == '"') {
-                NextChar();
-            }
+            TakeString();
             return m_nToken = eString;
         case '(':
             return TakePunctuation(eOpen);

@@ -7,6 +7,7 @@
 #include <cstring>
 #include <vector>
 
+#include "RgFile_p.h"
 #include "VynOption.h"
 
 namespace vyn {
@@ -99,13 +100,13 @@ int COptionFile::Rewrite(const SString& path, bool copyIfNotReplaced) {
 
 // Writes the new text of `path` to `temporary`. 0, or the temporary file is gone and the result says why.
 int COptionFile::Replay(const SString& path, const SString& temporary) {
-    FILE* file = fopen(temporary.c_str(), "wt");
-    if (!file) {
+    detail::COutputFile file(temporary.c_str(), "wt");
+    if (!file.File()) {
         return errno;
     }
-    CopyMode(path.c_str(), file);
+    CopyMode(path.c_str(), file.File());
     CIncrSaveContext context(static_cast<COptRgKey*>(m_pRoot));
-    context.m_pFile = file;
+    context.m_pFile = file.File();
     COptRgKey::m_pContext = &context;
 
     context.m_bCounting = true;
@@ -122,7 +123,7 @@ int COptionFile::Replay(const SString& path, const SString& temporary) {
     }
 
     COptRgKey::m_pContext = nullptr;
-    fclose(file);
+    file.Close();
     if (status != 0) {
         unlink(temporary.c_str());
     }
