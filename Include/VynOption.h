@@ -153,8 +153,8 @@ public:
     void MergeCategory(const CCategory* category);
     /// Merges the sub-categories of \p other into this node.
     void MergeManager(CMgrCategory* other);
-    /// Takes the sub-categories of \p other out again; with the last manager a sub-category goes altogether, also one
-    /// that a table had made. Does nothing when nothing was merged.
+    /// Takes the sub-categories of \p other out again; with the last manager a sub-category goes altogether,
+    /// also one that a table had made. Does nothing when nothing was merged.
     void RemoveManager(CMgrCategory* other);
     /// A key that stands for this category is to be destroyed with it.
     void RegisterOptRgKey(COptRgKey* key);
