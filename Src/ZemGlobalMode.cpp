@@ -1,0 +1,19 @@
+#include "ZemGlobalMode.h"
+
+namespace vyn::gmode {
+
+namespace {
+
+EZemGlobalMode mode_ = EZemGlobalMode();
+
+}  // namespace
+
+void SetZemGlobalMode(EZemGlobalMode mode) {
+    mode_ = mode;
+}
+
+EZemGlobalMode GetZemGlobalMode() {
+    return mode_;
+}
+
+}  // namespace vyn::gmode
