@@ -1,0 +1,3 @@
+/** A class without a package, whose name has no "/" in native code. */
+public class Bare {
+}

@@ -1,0 +1,549 @@
+#include "JNIUtilities.h"
+
+#include <dlfcn.h>
+#include <gtest/gtest.h>
+
+#include <atomic>
+#include <condition_variable>
+#include <cstdarg>
+#include <mutex>
+#include <thread>
+#include <vector>
+
+#include "CountingObject.h"
+
+namespace vyn {
+namespace {
+
+using namespace jniutils;
+
+const char* const kElement = "com/dravmoor/zem/IModelElement";
+const char* const kElementImpl = "com/dravmoor/zem/IModelElementImpl";
+const char* const kJavaElement = "com/dravmoor/zem/JavaModelElement";
+const char* const kWrapper = "com/dravmoor/zem/CppObjectWrapper";
+
+// The one virtual machine of the process. What it prints is kept: the checks of -Xcheck:jni have to be
+// silent.
+class VirtualMachine : public ::testing::Environment {
+public:
+    void SetUp() override {
+        ASSERT_EQ(dlopen("libjvm.so", RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library brings no machine";
+        void* library = dlopen(VYN_JVM, RTLD_NOW);
+        ASSERT_NE(library, nullptr) << dlerror();
+        const auto create = reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
+        ASSERT_NE(create, nullptr);
+        JavaVMOption options[] = {
+            {const_cast<char*>("-Djava.class.path=" VYN_CLASS_PATH), nullptr},
+            {const_cast<char*>("-Xcheck:jni"), nullptr},
+            {const_cast<char*>("-Xrs"), nullptr},
+            {const_cast<char*>("-Xmx64m"), nullptr},
+            {const_cast<char*>("-XX:+UseSerialGC"), nullptr},
+            {const_cast<char*>("-XX:-UsePerfData"), nullptr},
+            {const_cast<char*>("vfprintf"), reinterpret_cast<void*>(&VirtualMachine::Print)},
+        };
+        JavaVMInitArgs args = {JNI_VERSION_1_8, std::size(options), options, JNI_FALSE};
+        void* created = nullptr;
+        ASSERT_EQ(create(&machine, &created, &args), JNI_OK) << TakeOutput();
+        env = static_cast<JNIEnv*>(created);
+    }
+    void TearDown() override {
+        if (machine) {
+            machine->DestroyJavaVM();
+        }
+    }
+
+    static std::string TakeOutput() {
+        const std::lock_guard<std::mutex> lock(outputMutex);
+        return std::exchange(output, std::string());
+    }
+
+    static inline JavaVM* machine = nullptr;
+    static inline JNIEnv* env = nullptr;
+
+private:
+    static jint JNICALL Print(FILE*, const char* format, va_list args) {
+        char text[1024];
+        const int length = vsnprintf(text, sizeof text, format, args);
+        const std::lock_guard<std::mutex> lock(outputMutex);
+        output += text;
+        return length;
+    }
+
+    static inline std::mutex outputMutex;
+    static inline std::string output;
+};
+
+const auto* const environment = ::testing::AddGlobalTestEnvironment(new VirtualMachine);
+
+// As the glue of a tool has it: registered before main, unregistered after it.
+struct StaticRegistration {
+    StaticRegistration() { RegisterCppWrapperObjectCreator("Bare", nullptr); }
+    ~StaticRegistration() { UnregisterCppWrapperObjectCreator("Bare"); }
+} staticRegistration;
+
+// While it lives, the look-up of one name fails in this thread, as that of an unknown name does.
+class FailingLookUp {
+public:
+    explicit FailingLookUp(const char* name) : m_table(*VirtualMachine::env->functions) {
+        m_szName = name;
+        m_pReal = VirtualMachine::env->functions;
+        m_table.FindClass = [](JNIEnv* env, const char* n) { return m_pReal->FindClass(env, Replace(n)); };
+        m_table.GetMethodID = [](JNIEnv* env, jclass c, const char* n, const char* signature) {
+            return m_pReal->GetMethodID(env, c, Replace(n), signature);
+        };
+        m_table.GetFieldID = [](JNIEnv* env, jclass c, const char* n, const char* signature) {
+            return m_pReal->GetFieldID(env, c, Replace(n), signature);
+        };
+        VirtualMachine::env->functions = &m_table;
+    }
+    FailingLookUp(const FailingLookUp&) = delete;
+    FailingLookUp& operator=(const FailingLookUp&) = delete;
+    ~FailingLookUp() { VirtualMachine::env->functions = m_pReal; }
+
+private:
+    static const char* Replace(const char* name) { return strcmp(name, m_szName) == 0 ? "missing" : name; }
+
+    static inline const char* m_szName = nullptr;
+    static inline const JNINativeInterface_* m_pReal = nullptr;
+    JNINativeInterface_ m_table;
+};
+
+struct CountingCreator : ICppWrapperObjectCreator {
+    k4::IUnknown* CreateCppWrapperObject(const std::string& name, JNIEnv*, jobject object) override {
+        m_listCalls.push_back(name);
+        m_lastObject = object;
+        return m_object.Canonical();
+    }
+
+    CountingObject m_object;
+    std::vector<std::string> m_listCalls;
+    jobject m_lastObject = nullptr;
+};
+
+class Bridge : public ::testing::Test {
+protected:
+    void SetUp() override {
+        ASSERT_NE(env, nullptr) << "no virtual machine";
+        ASSERT_EQ(env->PushLocalFrame(32), 0);
+    }
+    void TearDown() override {
+        EXPECT_EQ(TakeException(), "");
+        env->PopLocalFrame(nullptr);
+        EXPECT_EQ(VirtualMachine::TakeOutput(), "");
+    }
+
+    // The text of the pending exception, which is cleared; "" when there is none.
+    std::string TakeException() {
+        const jthrowable pending = env->ExceptionOccurred();
+        if (!pending) {
+            return "";
+        }
+        env->ExceptionClear();
+        return GetString(env, static_cast<jstring>(Call(pending, "toString", "()Ljava/lang/String;")));
+    }
+    jobject Call(jobject object, const char* name, const char* signature) {
+        const jmethodID method = env->GetMethodID(env->GetObjectClass(object), name, signature);
+        const jobject result = env->CallObjectMethod(object, method);
+        EXPECT_FALSE(env->ExceptionCheck()) << name;
+        return result;
+    }
+    jobject Kind(const char* name) {
+        const jclass kinds = env->FindClass("com/dravmoor/zem/EElementKind");
+        return env->GetStaticObjectField(
+            kinds, env->GetStaticFieldID(kinds, name, "Lcom/dravmoor/zem/EElementKind;"));
+    }
+    jobject NewJavaElement() {
+        return CreateNewJavaObject(env, kJavaElement, "(Ljava/lang/String;Lcom/dravmoor/zem/EElementKind;)V",
+                                   GetString(env, "orders"), Kind("DIAGRAM"));
+    }
+    // A Java object with the address, which isn't registered.
+    jobject NewKey(k4::IUnknown* object) {
+        return CreateNewJavaObject(env, kWrapper, "(J)V", reinterpret_cast<jlong>(object));
+    }
+    // Unregisters and gives what was reported.
+    std::string Unregister(jobject object) {
+        ::testing::internal::CaptureStderr();
+        UnregisterJavaObject(env, object);
+        return ::testing::internal::GetCapturedStderr();
+    }
+    // The text of the API error that the call throws; "" when it throws none.
+    std::string ErrorOfWrapping(jobject object, const char* interfaceName) {
+        try {
+            CreateNewWrappingCppObject(env, object, interfaceName);
+            return "";
+        } catch (const char* error) {
+            return k4::GetAPIErrorMessage(error);
+        }
+    }
+
+    JNIEnv* env = VirtualMachine::env;
+};
+
+// The class in the text of an exception. What follows it differs between virtual machines.
+std::string ClassOf(const std::string& exception) {
+    return exception.substr(0, exception.find(':'));
+}
+
+const char* const kNotRegistered = "Internal error: Attempt to unregister non-existing Java object!\n";
+
+TEST_F(Bridge, PassesTextsInModifiedUtf8) {
+    struct {
+        std::string text;
+        jsize length;
+    } rows[] = {
+        {"", 0},
+        {"plain", 5},
+        {"Gr\xC3\xB6\xC3\x9F"
+         "e",
+         5},
+        {"a\xC0\x80"
+         "b",
+         3},
+        {"\xED\xA0\xBD\xED\xB8\x80", 2},
+    };
+    for (const auto& row : rows) {
+        const jstring java = GetString(env, row.text);
+        EXPECT_EQ(env->GetStringLength(java), row.length) << row.text;
+        EXPECT_EQ(GetString(env, java), row.text);
+        EXPECT_EQ(GetNarrowString(env, java), row.text);
+    }
+    EXPECT_EQ(GetString(env, GetString(env, std::string("cut\0off", 7))), "cut");
+}
+
+TEST_F(Bridge, GivesTheOrdinalOfAnEnum) {
+    EXPECT_EQ(ConvertEnumToInt(env, Kind("PACKAGE")), 0);
+    EXPECT_EQ(ConvertEnumToInt(env, Kind("DIAGRAM")), 2);
+    const jobject kind = Kind("CLASS");
+    EXPECT_EQ(ConvertEnumToInt(env, kind), 1);
+    for (const char* lookUp : {"java/lang/Enum", "ordinal"}) {
+        {
+            const FailingLookUp failing(lookUp);
+            EXPECT_EQ(ConvertEnumToInt(env, kind), 0) << lookUp;
+        }
+        EXPECT_NE(TakeException().find("missing"), std::string::npos) << lookUp;
+    }
+}
+
+TEST_F(Bridge, MakesJavaObjectsWithAnyArguments) {
+    const jobject element = NewJavaElement();
+    EXPECT_EQ(GetString(env, static_cast<jstring>(Call(element, "getName", "()Ljava/lang/String;"))),
+              "orders");
+    EXPECT_EQ(ConvertEnumToInt(env, Call(element, "getKind", "()Lcom/dravmoor/zem/EElementKind;")), 2);
+    const jobject number = CreateNewJavaObject(env, "java/lang/Long", "(J)V", jlong{-0x123456789ABCDEF});
+    EXPECT_EQ(GetString(env, static_cast<jstring>(Call(number, "toString", "()Ljava/lang/String;"))),
+              "-81985529216486895");
+}
+
+TEST_F(Bridge, LeavesTheExceptionOfAFailedCreation) {
+    struct {
+        const char* className;
+        const char* signature;
+        const char* exception;
+    } rows[] = {
+        {"no/such/Class", "()V", "java.lang.NoClassDefFoundError"},
+        {"java/lang/Object", "(J)V", "java.lang.NoSuchMethodError"},
+        {"java/lang/Integer", "(Ljava/lang/String;)V", "java.lang.NumberFormatException"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(CreateNewJavaObject(env, row.className, row.signature, GetString(env, "x")), nullptr);
+        EXPECT_EQ(ClassOf(TakeException()), row.exception) << row.className;
+    }
+}
+
+TEST_F(Bridge, GivesAnObjectOneWrapperThroughAllItsInterfaces) {
+    CountingObject object;
+    const jobject wrapper = CreateNewWrappingJavaObject(env, object.ThroughOtherInterface());
+    ASSERT_NE(wrapper, nullptr);
+    EXPECT_EQ(object.m_nAdded, 2) << "its info and its canonical pointer";
+    EXPECT_TRUE(IsInstanceOf(env, wrapper, kElementImpl));
+    EXPECT_EQ(env->GetObjectRefType(wrapper), JNILocalRefType);
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, wrapper, nullptr), object.Canonical());
+    EXPECT_EQ(object.m_nReferences, 1);
+
+    const jobject stored = CreateNewWrappingJavaObject(env, object.Canonical());
+    EXPECT_EQ(env->GetObjectRefType(stored), JNIWeakGlobalRefType);
+    EXPECT_TRUE(env->IsSameObject(stored, wrapper));
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, "no/such/Class", object.ThroughOtherInterface()), stored)
+        << "the class counts only where the wrapper is made";
+    EXPECT_EQ(object.m_nAdded, 5);
+    EXPECT_EQ(object.m_nReferences, 1);
+
+    EXPECT_EQ(Unregister(wrapper), "");
+    EXPECT_EQ(Unregister(wrapper), kNotRegistered) << "there was one entry";
+    EXPECT_EQ(object.m_nReferences, 1);
+    const jobject next = CreateNewWrappingJavaObject(env, kElementImpl, object.Canonical());
+    EXPECT_FALSE(env->IsSameObject(next, wrapper));
+    EXPECT_EQ(Unregister(wrapper), "") << "any object with the address stands for the entry";
+    EXPECT_EQ(object.m_nReferences, 1);
+}
+
+TEST_F(Bridge, DeletesTheWeakReferenceWithTheEntry) {
+    CountingObject object;
+    const jobject wrapper = CreateNewWrappingJavaObject(env, object.Canonical());
+    const jobject stored = CreateNewWrappingJavaObject(env, object.Canonical());
+    static const JNINativeInterface_* real = env->functions;
+    static jobject deleted = nullptr;
+    JNINativeInterface_ watching = *real;
+    watching.DeleteWeakGlobalRef = [](JNIEnv* e, jweak reference) {
+        deleted = reference;
+        real->DeleteWeakGlobalRef(e, reference);
+    };
+    env->functions = &watching;
+    UnregisterJavaObject(env, wrapper);
+    env->functions = real;
+    EXPECT_EQ(deleted, stored);
+}
+
+TEST_F(Bridge, WrapsNothingThatHasNoPointerOrName) {
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, nullptr), nullptr);
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, nullptr), nullptr);
+    CountingObject refusing;
+    refusing.m_bRefusesAll = true;
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, refusing.Canonical()), nullptr);
+    CountingObject withoutInfo;
+    withoutInfo.m_bHasInfo = false;
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, withoutInfo.Canonical()), nullptr);
+    EXPECT_EQ(Unregister(NewKey(withoutInfo.Canonical())), kNotRegistered);
+    CountingObject nameless;
+    nameless.m_listNames.clear();
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, nameless.Canonical()), nullptr);
+    EXPECT_EQ(Unregister(NewKey(nameless.Canonical())), kNotRegistered);
+    EXPECT_EQ(nameless.m_nReferences, 1);
+}
+
+TEST_F(Bridge, KeepsTheNullOfAFailedWrapperUntilItIsUnregistered) {
+    CountingObject object;
+    object.m_listNames = {"IFoo"};
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, object.Canonical()), nullptr);
+    EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: com/dravmoor/zem/IFooImpl");
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, object.Canonical()), nullptr);
+    EXPECT_EQ(TakeException(), "");
+    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
+
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, kJavaElement, object.Canonical()), nullptr);
+    EXPECT_EQ(ClassOf(TakeException()), "java.lang.NoSuchMethodError");
+    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
+
+    const jobject wrapper = CreateNewWrappingJavaObject(env, kElementImpl, object.Canonical());
+    EXPECT_NE(wrapper, nullptr);
+    EXPECT_EQ(Unregister(wrapper), "");
+    EXPECT_EQ(object.m_nReferences, 1);
+}
+
+TEST_F(Bridge, ReportsWhatIsNotRegistered) {
+    CountingObject object;
+    EXPECT_EQ(Unregister(nullptr), kNotRegistered);
+    EXPECT_EQ(Unregister(NewJavaElement()), kNotRegistered);
+    EXPECT_EQ(Unregister(NewKey(object.Canonical())), kNotRegistered);
+    EXPECT_EQ(object.m_nReferences, 1);
+}
+
+TEST_F(Bridge, ReadsTheNativePointerOfAWrapperOnly) {
+    CountingObject object;
+    CountingCreator creator;
+    RegisterCppWrapperObjectCreator("IModelElement", &creator);
+    const jobject key = NewKey(object.Canonical());
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, nullptr, kElement), nullptr);
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, key, kElement), object.Canonical());
+    EXPECT_EQ(object.m_nReferences, 1);
+    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, key, nullptr), static_cast<IModelElement*>(&object));
+    EXPECT_EQ(object.m_nReferences, 2);
+    object.m_bHasInfo = false;
+    EXPECT_EQ(GetInterfacePtr<k4::IObjectInfo>(env, key, nullptr), nullptr);
+    EXPECT_EQ(object.m_nReferences, 2);
+
+    const jobject element = NewJavaElement();
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, element, nullptr), nullptr);
+    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, nullptr), nullptr);
+    EXPECT_TRUE(creator.m_listCalls.empty());
+    for (const char* lookUp : {"address", kWrapper}) {
+        {
+            const FailingLookUp failing(lookUp);
+            EXPECT_EQ(GetIUnknownFromJavaObject(env, key, kElement), nullptr) << lookUp;
+        }
+        EXPECT_NE(TakeException().find("missing"), std::string::npos) << lookUp;
+        EXPECT_TRUE(creator.m_listCalls.empty()) << "a failed look-up isn't taken for a Java implementation";
+    }
+    UnregisterCppWrapperObjectCreator("IModelElement");
+}
+
+TEST_F(Bridge, WrapsAJavaImplementationByTheCreatorOfItsInterface) {
+    CountingCreator first;
+    CountingCreator second;
+    const jobject element = NewJavaElement();
+    RegisterCppWrapperObjectCreator("IModelElement", &first);
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, element, kElement), first.m_object.Canonical());
+    EXPECT_EQ(first.m_object.m_nReferences, 1);
+    EXPECT_EQ(first.m_lastObject, element);
+    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, kElement),
+              static_cast<IModelElement*>(&first.m_object));
+    EXPECT_EQ(first.m_object.m_nReferences, 2);
+    EXPECT_EQ(first.m_listCalls, (std::vector<std::string>{"IModelElement", "IModelElement"}));
+
+    RegisterCppWrapperObjectCreator("IModelElement", &second);
+    EXPECT_EQ(CreateNewWrappingCppObject(env, element, kElement), second.m_object.Canonical());
+    RegisterCppWrapperObjectCreator("IModelElement", nullptr);
+    EXPECT_EQ(CreateNewWrappingCppObject(env, element, kElement), nullptr);
+    UnregisterCppWrapperObjectCreator("IModelElement");
+    UnregisterCppWrapperObjectCreator("IModelElement");
+
+    const jobject bare = CreateNewJavaObject(env, "Bare", "()V");
+    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), nullptr) << "registered before main";
+    RegisterCppWrapperObjectCreator("Bare", &first);
+    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), first.m_object.Canonical());
+    EXPECT_EQ(first.m_listCalls.back(), "Bare");
+}
+
+TEST_F(Bridge, ThrowsWhatCannotBeWrapped) {
+    CountingCreator creator;
+    RegisterCppWrapperObjectCreator(kElement, &creator);
+    const jobject element = NewJavaElement();
+    EXPECT_EQ(ErrorOfWrapping(element, kElement),
+              "Unable to pass Java object as interface com/dravmoor/zem/IModelElement")
+        << "a name with a package is never found";
+    EXPECT_EQ(ErrorOfWrapping(element, "Bare"), "Java object does not implement the expected interface Bare");
+    EXPECT_EQ(ErrorOfWrapping(element, "no/such/IClass"),
+              "Java object does not implement the expected interface no/such/IClass");
+    EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: no/such/IClass");
+    EXPECT_TRUE(creator.m_listCalls.empty());
+    UnregisterCppWrapperObjectCreator(kElement);
+}
+
+TEST_F(Bridge, TellsTheClassOfAnObject) {
+    const jobject element = NewJavaElement();
+    EXPECT_TRUE(IsInstanceOf(env, element, kJavaElement));
+    EXPECT_TRUE(IsInstanceOf(env, element, kElement));
+    EXPECT_FALSE(IsInstanceOf(env, element, kWrapper));
+    EXPECT_TRUE(IsInstanceOf(env, nullptr, kWrapper));
+    EXPECT_FALSE(IsInstanceOf(env, nullptr, "no/such/Class"));
+    EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: no/such/Class");
+}
+
+TEST_F(Bridge, RaisesAnApiErrorInPlaceOfAPendingException) {
+    ThrowJavaAPIErrorException(env, "no such element");
+    EXPECT_EQ(TakeException(), "com.dravmoor.zem.APIError: no such element");
+    EXPECT_EQ(ErrorOfWrapping(NewJavaElement(), "no/such/IClass").empty(), false);
+    ThrowJavaAPIErrorException(env, "replaced");
+    EXPECT_EQ(TakeException(), "com.dravmoor.zem.APIError: replaced");
+    {
+        const FailingLookUp failing("com/dravmoor/zem/APIError");
+        ThrowJavaAPIErrorException(env, "lost");
+    }
+    EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: missing");
+}
+
+TEST_F(Bridge, HandsOutAWrapperThatTheCollectorTook) {
+    CountingObject object;
+    env->DeleteLocalRef(CreateNewWrappingJavaObject(env, object.Canonical()));
+    const jweak stored = static_cast<jweak>(CreateNewWrappingJavaObject(env, object.Canonical()));
+    const jclass system = env->FindClass("java/lang/System");
+    const jmethodID collect = env->GetStaticMethodID(system, "gc", "()V");
+    for (int i = 0; i < 100 && !env->IsSameObject(stored, nullptr); ++i) {
+        env->CallStaticVoidMethod(system, collect);
+        ASSERT_FALSE(env->ExceptionCheck());
+    }
+    const jobject lost = CreateNewWrappingJavaObject(env, object.Canonical());
+    EXPECT_EQ(lost, stored);
+    EXPECT_EQ(env->NewLocalRef(lost), nullptr);
+
+    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
+    const jobject next = CreateNewWrappingJavaObject(env, object.Canonical());
+    EXPECT_NE(env->NewLocalRef(next), nullptr);
+    EXPECT_EQ(Unregister(next), "");
+    EXPECT_EQ(object.m_nReferences, 1);
+}
+
+// Lets no thread past before all have come.
+class Barrier {
+public:
+    explicit Barrier(int threads) : m_nThreads(threads) {}
+    void Wait() {
+        std::unique_lock<std::mutex> lock(m_mutex);
+        const int round = m_nRound;
+        if (++m_nWaiting == m_nThreads) {
+            m_nWaiting = 0;
+            ++m_nRound;
+            m_allCame.notify_all();
+        } else {
+            m_allCame.wait(lock, [&] { return m_nRound != round; });
+        }
+    }
+
+private:
+    const int m_nThreads;
+    int m_nWaiting = 0;
+    int m_nRound = 0;
+    std::mutex m_mutex;
+    std::condition_variable m_allCame;
+};
+
+// References are added by several threads at once here.
+class SharedObject final : public k4::IUnknown {
+public:
+    void QueryInterface(const k4::GUID& guid, void** out) override {
+        *out = guid == k4::IUnknown::guid_ ? this : nullptr;
+        m_nReferences += *out ? 1 : 0;
+    }
+    unsigned long AddRef() override { return ++m_nReferences; }
+    unsigned long Release() override { return --m_nReferences; }
+
+    std::atomic<unsigned long> m_nReferences{1};
+};
+
+TEST_F(Bridge, MakesOneWrapperForEightThreadsAtOnce) {
+    const int threads = 8;
+    const int rounds = 1000;
+    SharedObject object;
+    Barrier barrier(threads);
+    jobject made = nullptr;  // a global reference, of the thread that made the wrapper
+    std::atomic<int> makers{0};
+    std::atomic<int> others{0};
+    std::atomic<int> differing{0};
+
+    const auto run = [&] {
+        void* attached = nullptr;
+        ASSERT_EQ(VirtualMachine::machine->AttachCurrentThread(&attached, nullptr), JNI_OK);
+        JNIEnv* own = static_cast<JNIEnv*>(attached);
+        SharedObject ownObject;
+        for (int i = 0; i < rounds; ++i) {
+            barrier.Wait();
+            const jobject wrapper = CreateNewWrappingJavaObject(own, kElementImpl, &object);
+            const bool maker = own->GetObjectRefType(wrapper) == JNILocalRefType;
+            if (maker) {
+                ++makers;
+                made = own->NewGlobalRef(wrapper);
+            }
+            barrier.Wait();
+            differing += own->IsSameObject(wrapper, made) ? 0 : 1;
+            others += GetIUnknownFromJavaObject(own, wrapper, nullptr) == &object && !maker ? 1 : 0;
+            barrier.Wait();
+            if (maker) {
+                UnregisterJavaObject(own, wrapper);
+                own->DeleteGlobalRef(made);
+                own->DeleteLocalRef(wrapper);
+            }
+        }
+        for (int i = 0; i < rounds; ++i) {
+            const jobject wrapper = CreateNewWrappingJavaObject(own, kElementImpl, &ownObject);
+            UnregisterJavaObject(own, wrapper);
+            own->DeleteLocalRef(wrapper);
+        }
+        EXPECT_EQ(ownObject.m_nReferences, 1u);
+        VirtualMachine::machine->DetachCurrentThread();
+    };
+    std::vector<std::thread> running;
+    for (int i = 0; i < threads; ++i) {
+        running.emplace_back(run);
+    }
+    for (std::thread& thread : running) {
+        thread.join();
+    }
+    EXPECT_EQ(makers, rounds);
+    EXPECT_EQ(others, rounds * (threads - 1));
+    EXPECT_EQ(differing, 0);
+    EXPECT_EQ(object.m_nReferences, 1u);
+    EXPECT_EQ(Unregister(NewKey(&object)), kNotRegistered);
+}
+
+}  // namespace
+}  // namespace vyn
