@@ -1,0 +1,10 @@
+#include <VynOption.h>
+
+int main() {
+    static const vyn::COption options[] = {{"Wrap", 1, "true", 0, 0}};
+    static const vyn::COptionSet set = {"Editor", options, 1, nullptr};
+    static const vyn::CCategory editor = {"Editor", nullptr, 0, &set};
+    vyn::COptionManager manager;
+    manager.AddCategory(&editor);
+    return manager.GetBoolValue("Editor", "Wrap") ? 0 : 1;
+}
