@@ -162,6 +162,21 @@ public:
     /// The same as Format.
     /// \param args a `va_list`, decayed to a pointer. The scan works on a copy of it.
     int FormatV(const char* format, void* args);
+
+    /// Loads resource string \p id of the module of the current resource handle (VynGetResourceHandle).
+    /// \return 1 when there is such a string; else 0, and the string is unchanged.
+    int LoadStringA(unsigned id);
+    /// Formats with resource string \p id, loaded by LoadStringA, as the format.
+    /// \return what FormatV returns; -1 when there's no such string, and the string is then unchanged.
+    int Format(unsigned id, ...);
+    /// The same as Format.
+    int FormatMessage(unsigned id, ...);
+    /// Formats with resource string \p id, whose placeholders may name their argument: `%$2s is %$1s`. The
+    /// placeholders without a number take the argument after that of the placeholder before them. Each
+    /// argument is an `int` or a pointer; `double` and a width by `*` don't work, and there are at most nine.
+    /// \return what Format returns; -1 when there's no such string, when it has more than nine placeholders,
+    /// and for a number beyond the count of the placeholders: the string is then empty.
+    int FormatI18n(unsigned id, ...);
 };
 
 /// Sets \p dir to the working directory.

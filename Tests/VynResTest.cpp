@@ -1,0 +1,266 @@
+#include "VynRes.h"
+
+#include <gtest/gtest.h>
+
+#include <algorithm>
+#include <regex>
+#include <vector>
+
+#include "Platform.h"
+#include "RunProbe.h"
+
+namespace vyn {
+namespace {
+
+using namespace test;
+
+// Two handles of modules that nobody loaded.
+char modules[2];
+const HINSTANCE module = reinterpret_cast<HINSTANCE>(&modules[0]);
+const HINSTANCE other = reinterpret_cast<HINSTANCE>(&modules[1]);
+
+// Reports without their place in the source and with "#" for each handle and object.
+std::string Plain(const std::string& reports) {
+    const std::regex place("Internal error: file VynRes\\.cpp, line \\d+: ");
+    return std::regex_replace(std::regex_replace(reports, place, ""), std::regex("\\d{9,}"), "#");
+}
+
+template <class Action>
+std::string ReportsOf(Action action) {
+    testing::internal::CaptureStderr();
+    action();
+    return Plain(testing::internal::GetCapturedStderr());
+}
+
+TEST(StringTable, CutsATextToTheBuffer) {
+    SStringTable table(module);
+    table.Add(7, "xyz");
+    table.Add(7, "abc");
+    table.Add(0, "");
+    const struct {
+        unsigned id;
+        int size;  // 0 for a null buffer
+        int result;
+        const char* text;
+    } rows[] = {{7, 10, 4, "abc"}, {7, 4, 4, "abc"}, {7, 3, 3, "ab"}, {7, 1, 1, ""}, {7, 0, 3, "?"},
+                {8, 10, -1, "?"},  {8, 0, -1, "?"},  {0, 5, 1, ""},   {0, 0, 0, "?"}};
+    for (const auto& row : rows) {
+        char buffer[] = "?\0cdefghi";
+        EXPECT_EQ(table.GetString(row.id, row.size ? buffer : nullptr, row.size), row.result)
+            << row.id << ", " << row.size;
+        EXPECT_STREQ(buffer, row.text) << row.id << ", " << row.size;
+    }
+}
+
+TEST(StringTable, TracesItsLifeAndLeavesALaterTableInPlace) {
+    setenv("QZD_DEBUG_RESOURCE", "", 1);
+    EXPECT_EQ(ReportsOf([] {
+                  auto* second = static_cast<SStringTable*>(nullptr);
+                  {
+                      SStringTable first(module);
+                      second = new SStringTable(module);
+                      second->Add(1, "second");
+                  }
+                  SString text;
+                  EXPECT_EQ(LoadStringA(module, 1, text), 1);
+                  EXPECT_EQ(text, "second");
+                  VynUnregisterStringTable(module);
+                  VynUnregisterStringTable(module);
+              }),
+              "SStringTable( #, #)\n"
+              "SStringTable( #, #)\n"
+              "_VynRegisterStringTable(#, #, #)\n"
+              "~SStringTable( #)\n"
+              "_VynUnregisterStringTable(#)\n"
+              "VynUnregisterStringTable(#)\n"
+              "~SStringTable( #)\n"
+              "_VynUnregisterStringTable(#)\n"
+              "VynUnregisterStringTable(#)\n"
+              "VynUnregisterStringTable(#): instance not found\n");
+    unsetenv("QZD_DEBUG_RESOURCE");
+}
+
+TEST(LoadString, ReportsOnlyFromTheFormForMessages) {
+    SStringTable table(module);
+    SString text("before");
+    char buffer[10];
+    EXPECT_EQ(ReportsOf([&] {
+                  EXPECT_EQ(VynLoadString(other, 1, buffer, 10), 0);
+                  EXPECT_EQ(VynLoadString(module, 2, buffer, 10), -1);
+                  EXPECT_EQ(LoadStringA(other, 1, text), 0);
+                  EXPECT_EQ(LoadStringA(module, 2, text), 0);
+                  EXPECT_EQ(VynLoadString(other, 1, text), 0);
+                  EXPECT_EQ(VynLoadString(module, 2, text), 0);
+              }),
+              "VynLoadString(#, 1): handle not found\nVynLoadString(#, 2): resource not found\n");
+    EXPECT_EQ(text, "before");
+    pVynLoadStringMFC = [](HINSTANCE, unsigned id, SString&) { return static_cast<int>(id) + 100; };
+    EXPECT_EQ(VynLoadString(other, 5, text), 105);
+    pVynLoadStringMFC = nullptr;
+}
+
+TEST(LoadString, BringsTextOfAnyLengthBackWhole) {
+    SStringTable table(module);
+    VynDllHrscState current(module);
+    for (int length : {0, 508, 509, 512, 1000}) {
+        const std::string text(static_cast<size_t>(length), 'x');
+        table.Add(1, text.c_str());
+        SString loaded("?");
+        EXPECT_EQ(loaded.LoadStringA(1), 1);
+        EXPECT_EQ(loaded, text);
+        EXPECT_EQ(VynLoadString(module, 1, loaded), length);
+    }
+}
+
+TEST(ResourceHandle, ComesBackInReverseOrder) {
+    const HINSTANCE before = VynGetResourceHandle();
+    {
+        VynDllHrscState outer(module);
+        {
+            VynDllHrscState inner(other);
+            VynSetResourceHandle(nullptr);
+        }
+        EXPECT_EQ(VynGetResourceHandle(), module);
+    }
+    EXPECT_EQ(VynGetResourceHandle(), before);
+    EXPECT_EQ(DllMain(GetDllHandle(modules), 0, nullptr), 1);
+    EXPECT_EQ(VynhDllInstance, before) << "the library's own handle is set once";
+}
+
+TEST(ResourceFormat, TakesItsFormatFromTheCurrentModule) {
+    SStringTable table(module);
+    table.Add(1, "%s has %d");
+    VynDllHrscState current(module);
+    SString text("before");
+    EXPECT_EQ(text.Format(2, "x"), -1);
+    EXPECT_EQ(text.FormatMessage(2, "x"), -1);
+    EXPECT_EQ(text, "before");
+    EXPECT_EQ(text.Format(1, "a", 1), 1 + 5 + 32);
+    EXPECT_EQ(text, "a has 1");
+    EXPECT_EQ(text.FormatMessage(1, "b", 2), 1 + 5 + 32);
+    EXPECT_EQ(text, "b has 2");
+    EXPECT_EQ(text.FormatI18n(2, "x"), -1);
+    EXPECT_EQ(text, "");
+}
+
+TEST(ResourceFormat, PutsNumberedArgumentsInTheOrderOfTheText) {
+    SStringTable table(module);
+    VynDllHrscState current(module);
+    const struct {
+        const char* format;
+        const char* text;  // null when it fails
+    } rows[] = {
+        {"%$2s is %$1s", "b is a"},        {"%s is %s", "a is b"}, {"%$1s %s", "a b"},
+        {"%$2s %$1s %s", "b a b"},         {"%$3s %s", nullptr},   {"%$0s %s", nullptr},
+        {"%%%$2s%% %s", "%b% (null)"},     {"%$2.1s-%$1s", "b-a"}, {"plain", "plain"},
+        {"%s%s%s%s%s%s%s%s%s%s", nullptr},
+    };
+    for (const auto& row : rows) {
+        table.Add(1, row.format);
+        SString text("before");
+        EXPECT_EQ(text.FormatI18n(1, "a", "b", "c") == -1, row.text == nullptr) << row.format;
+        EXPECT_EQ(text, row.text ? row.text : "") << row.format;
+    }
+    SString text;
+    table.Add(1, "%$9d%$8d%$7d%$6d%$5d%$4d%$3d%$2d%$1d");
+    text.FormatI18n(1, 1, -2, 3, 4, 5, 6, 7, 8, 9);
+    EXPECT_EQ(text, "9876543-21");
+    table.Add(1, "%d%d%d%d%d%d%d%$9d%d");
+    text.FormatI18n(1, 1, -2, 3, 4, 5, 6, 7, 8, 9);
+    EXPECT_EQ(text, "1-23456790") << "there is no argument behind the ninth";
+}
+
+// The placeholders of a text. Those of the printf family have a fixed order, the numbered ones have not.
+std::vector<std::string> Placeholders(const std::string& text, bool numbered) {
+    const std::regex placeholder(numbered ? "%[0-9]+" : "%[^%]");
+    std::vector<std::string> found(std::sregex_token_iterator(text.begin(), text.end(), placeholder), {});
+    if (numbered) {
+        std::sort(found.begin(), found.end());
+    }
+    return found;
+}
+
+TEST(Translation, KeepsThePlaceholdersOfEachString) {
+    int languages = 0;
+    for (const auto& folder :
+         std::filesystem::directory_iterator(SString(VynGetInstallationRoot()) + "/locale")) {
+        HINSTANCE handle = VynLoadLibrary((folder.path() / "VYN10_R.DLL").c_str());
+        ASSERT_NE(handle, nullptr) << folder.path();
+        ++languages;
+        SString english, translated;
+        for (unsigned id = 1; id <= 16; ++id) {
+            ASSERT_EQ(LoadStringA(VynhDllInstance, id, english), 1);
+            ASSERT_EQ(LoadStringA(handle, id, translated), 1) << folder.path() << " " << id;
+            EXPECT_EQ(Placeholders(translated, id >= 15), Placeholders(english, id >= 15)) << translated;
+        }
+        EXPECT_EQ(LoadStringA(handle, 17, translated), 0);
+        VynUnregisterStringTable(handle);
+        VynFreeLibrary(handle);
+    }
+    EXPECT_GT(languages, 0);
+}
+
+TEST(Language, ChoosesTheStrings) {
+    TemporaryDirectory directory;
+    const std::string root = VynGetInstallationRoot();
+    std::filesystem::create_directories(directory / "opt/lib");
+    std::filesystem::create_directories(directory / "opt/locale/de");
+    std::filesystem::copy(SString(VynGetInstallationBin()) + "/libvyn10.so", directory / "opt/lib");
+    std::filesystem::copy(root + "/locale/de/VYN10_R.DLL", directory / "opt/locale/de");
+    const std::string english = "en\n@/opt/locale/en\n@/opt/locale/en\nFailed to open '%s' for write.\nown\n";
+    const struct {
+        const char* variable;
+        std::string out, err;
+    } rows[] = {
+        {"", english, ""},
+        {"DRAVMOOR_STUDIO_LANGUAGE=", english, ""},
+        {"DRAVMOOR_STUDIO_LANGUAGE=de",
+         "de\n@/opt/locale/de\n@/opt/locale/en\n'%s' konnte nicht zum Schreiben geöffnet werden.\nother\n",
+         ""},
+        {"DRAVMOOR_STUDIO_LANGUAGE=xx", "xx\n@/opt/locale/xx\n@/opt/locale/en\nnone\nown\n",
+         "Loading of resource DLL \"VYN10_R.DLL\" failed.\n"
+         "Error reported: @/opt/locale/xx/VYN10_R.DLL: cannot open shared object file: No such file or "
+         "directory\n"
+         "VynLoadString(#, 9): handle not found\n"
+         "VynUnregisterStringTable(#): instance not found\n"},
+    };
+    for (const auto& row : rows) {
+        const ProbeResult result =
+            RunProbe(directory, std::string("LD_LIBRARY_PATH=@/opt/lib ") + row.variable,
+                     "EnvironmentProbe locale localedir englishdir string9 own");
+        EXPECT_EQ(result.out, At(directory, row.out)) << row.variable;
+        EXPECT_EQ(Plain(result.err), At(directory, row.err)) << row.variable;
+        EXPECT_EQ(result.status, 0) << row.variable;
+    }
+}
+
+TEST(Start, MakesTheLibrarysHandleCurrentUntilItsEnd) {
+    TemporaryDirectory directory;
+    for (const auto& [language, out] :
+         {std::pair("en", "main: own\nend: restored\n"), std::pair("de", "main: other\nend: restored\n")}) {
+        const ProbeResult result =
+            RunProbe(directory, std::string("DRAVMOOR_STUDIO_LANGUAGE=") + language, "HandleProbe");
+        EXPECT_EQ(result.out, out) << result.err;
+        EXPECT_EQ(result.status, 0);
+    }
+}
+
+// The library is unloaded in English; its resource library keeps it, and both end with the process.
+TEST(Start, IsTracedLikeTheEnd) {
+    TemporaryDirectory directory;
+    const std::string start = "VynHandleResourceDLL( VYN10_R.DLL, #, #)\nSStringTable( #, #)\nloaded\n";
+    const std::string end =
+        "~VynHandleResourceDLL( VYN10_R.DLL, #, #)\nVynUnregisterStringTable(#)\n"
+        "~SStringTable( #)\n_VynUnregisterStringTable(#)\n";
+    for (const auto& [language, err] :
+         {std::pair("en", start + end + "unloaded\n"), std::pair("de", start + "kept\n" + end)}) {
+        const ProbeResult result =
+            RunProbe(directory, std::string("QZD_DEBUG_RESOURCE= DRAVMOOR_STUDIO_LANGUAGE=") + language,
+                     "UnloadProbe " + SString(VynGetInstallationBin()) + "/libvyn10.so");
+        EXPECT_EQ(Plain(result.err), err) << language;
+        EXPECT_EQ(result.status, 0) << language;
+    }
+}
+
+}  // namespace
+}  // namespace vyn
