@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// The message streams: vynerr for errors, vynout for normal output. No locks: a message is composed over
-/// several calls, so one thread at a time writes to a stream.
+/// The message streams, vynerr for errors and vynout for normal output, and the formatter of messages. No
+/// locks: a message is composed over several calls, so one thread at a time writes to a stream.
 
 #include <fstream>
 #include <optional>
@@ -17,6 +17,8 @@ class IMessageOutputHandler;
 }
 
 namespace vyn {
+
+class SFmt;
 
 /// \brief Composes a message in memory and delivers it as a whole at `flush`.
 ///
@@ -58,6 +60,8 @@ public:
     /// Appends the text. Null is reported on this stream, with a flush.
     CMsgOut& operator<<(const char* text);
     CMsgOut& operator<<(const SString& text);
+    /// Appends the text of the message, `str()`, which reports what is missing in it.
+    CMsgOut& operator<<(SFmt& format);
     /// Applies a manipulator. \return its result.
     CMsgOut& operator<<(CMsgOut& (*manipulator)(CMsgOut&));
 
@@ -107,5 +111,36 @@ VYN_API CMsgOut& endl(CMsgOut& stream);
 VYN_API CMsgOut& flush(CMsgOut& stream);
 /// Appends "Internal error: ", the start of each report to developers.
 VYN_API CMsgOut& IntErr(CMsgOut& stream);
+
+/// \brief Builds a message from a text with numbered placeholders, `%1`, `%2` and so on.
+///
+/// The arguments come in the order of the numbers, while the text, which may be a translation, uses them in
+/// any order:
+///
+///     vynerr << (SFmt(module, 15) << urn << target << reason) << endl << flush;
+///
+/// There's no escape for a `%`: one without a digit behind it is ordinary text. Misuse is reported as an
+/// internal error on vynerr, and the message comes out as good as it can be. An object is short-lived and
+/// belongs to one thread.
+class VYN_API SFmt : public SString {
+public:
+    /// \param format the text, copied; null means empty.
+    explicit SFmt(const char* format);
+    /// The text is string \p id of \p module; when there is none that is reported, and the text is empty.
+    SFmt(HINSTANCE__* module, unsigned id);
+
+    /// Fills in the next parameter: replaces the first place of its number in the text, texts filled in
+    /// before included. Without a place that is reported, and \p value goes behind the text and a blank.
+    SFmt& operator<<(const SString& value);
+    /// The same; null is reported instead and doesn't count as a parameter.
+    SFmt& operator<<(const char* value);
+    SFmt& operator<<(long value);
+
+    /// \return the text, valid until it is next changed. Each placeholder that is left in it is reported.
+    const SString& str();
+
+private:
+    int m_nParameter = 0;  // number of the last parameter that was filled in
+};
 
 }  // namespace vyn

@@ -1,0 +1,58 @@
+#include <gtest/gtest.h>
+
+#include <vector>
+
+#include "VynErrOut.h"
+#include "VynRes.h"
+
+namespace vyn {
+namespace {
+
+TEST(SFmt, FillsPlaceholdersInTheOrderOfTheirNumbers) {
+    const struct {
+        const char* text;
+        std::vector<const char*> values;
+        const char* result;
+        std::vector<const char*> reports;
+    } rows[] = {
+        {"%2 before %1", {"a", "b"}, "b before a", {}},
+        {"plain", {"x"}, "plain x", {"parameter %1 not found in plain"}},
+        {"%1%1", {"a"}, "a%1", {"actual parameter missing a%1"}},
+        {"100%", {"x"}, "100% x", {"parameter %1 not found in 100%"}},
+        {"%10 %1", {"a"}, "a0 %1", {"actual parameter missing a0 %1"}},
+        {"%1", {"%2", "x"}, "x", {}},
+        {"%1", {nullptr, "x"}, "x", {"NULL TCHAR* parameter %1"}},
+        {"a %2", {"x", "y"}, "a y x", {"parameter %1 not found in a %2"}},
+        {"%% %a %", {}, "%% %a %", {}},
+        {"%1 %2", {}, "%1 %2", {"actual parameter missing %1 %2", "actual parameter missing %1 %2"}},
+        {nullptr, {}, "", {}},
+    };
+    for (const auto& row : rows) {
+        testing::internal::CaptureStderr();
+        SFmt format(row.text);
+        for (const char* value : row.values) {
+            format << value;
+        }
+        EXPECT_EQ(format.str(), row.result);
+        std::string reports;
+        for (const char* report : row.reports) {
+            reports += "Internal error: SFmt: " + std::string(report) + "\n";
+        }
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), reports) << (row.text ? row.text : "null");
+    }
+}
+
+TEST(SFmt, TakesItsTextFromAModuleToAStream) {
+    testing::internal::CaptureStdout();
+    vynout << (SFmt(VynhDllInstance, 16) << -1 << SString("why")) << endl << flush;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "The filter '-1' is invalid.\nwhy\n");
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(SFmt(VynhDllInstance, 17), "");
+    const std::string reports = testing::internal::GetCapturedStderr();
+    EXPECT_NE(reports.find("\nInternal error: Vyn::SFmt::LoadString(17): resource id not found\n"),
+              std::string::npos)
+        << reports;
+}
+
+}  // namespace
+}  // namespace vyn
