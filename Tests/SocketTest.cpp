@@ -1,0 +1,274 @@
+#include "Socket.h"
+
+#include <arpa/inet.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <netinet/in.h>
+#include <sys/resource.h>
+#include <sys/socket.h>
+#include <sys/time.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <cstring>
+#include <filesystem>
+#include <iterator>
+#include <memory>
+#include <string>
+
+namespace vyn {
+namespace {
+
+using namespace std::string_literals;
+
+auto OpenDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
+// Sees what only derived classes see.
+class Server : public SocketServer {
+public:
+    explicit Server(TypeSocket type = eBlockingSocket, int port = 0) : SocketServer(port, 4, type) {}
+
+    int Port() const {
+        sockaddr_in address = {};
+        socklen_t length = sizeof address;
+        getsockname(m_nDescriptor, reinterpret_cast<sockaddr*>(&address), &length);
+        return ntohs(address.sin_port);
+    }
+    int Descriptor() const { return m_nDescriptor; }
+    static int LiveSockets() { return nofSockets_; }
+};
+
+// Two connected sockets, with the descriptors at hand to look from outside.
+struct Pair {
+    Pair() {
+        int descriptors[2];
+        EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, descriptors), 0);
+        fd = descriptors[0];
+        a = std::make_unique<Socket>(descriptors[0]);
+        b = std::make_unique<Socket>(descriptors[1]);
+    }
+    int fd;  // of a
+    std::unique_ptr<Socket> a, b;
+};
+
+bool IsOpen(int descriptor) {
+    return fcntl(descriptor, F_GETFD) != -1;
+}
+
+// Calls f and returns the plain text that it throws.
+template <class F>
+std::string Thrown(F f) {
+    try {
+        f();
+    } catch (const char* text) {
+        return text;
+    }
+    return "nothing";
+}
+
+TEST(Socket, ClosesItsDescriptorWithTheLastCopy) {
+    const auto before = OpenDescriptors();
+    const int live = Server::LiveSockets();
+    Pair pair;
+    const int fd = pair.fd;
+    auto copy = std::make_unique<Socket>(*pair.a);
+    EXPECT_EQ(Server::LiveSockets(), live + 3);
+    pair.a.reset();
+    EXPECT_TRUE(IsOpen(fd));
+    copy->SendLine("x");
+    EXPECT_EQ(pair.b->ReceiveLine(), "x\r\n");
+    copy.reset();
+    EXPECT_FALSE(IsOpen(fd));
+    pair.b.reset();
+    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(Server::LiveSockets(), live);
+}
+
+TEST(Socket, AssignmentGivesUpTheOldDescriptor) {
+    const int live = Server::LiveSockets();
+    {
+        Pair one, two;
+        Socket copy(*one.a);
+        *one.a = *two.a;
+        EXPECT_TRUE(IsOpen(one.fd)) << "a copy is left";
+        copy = *two.a;
+        EXPECT_FALSE(IsOpen(one.fd));
+        copy = copy;
+        copy = *one.a;
+        EXPECT_TRUE(IsOpen(two.fd)) << "shared by all three";
+        EXPECT_EQ(Server::LiveSockets(), live + 5);
+        two.a.reset();
+        one.a.reset();
+        copy.SendBytes("y");
+        EXPECT_EQ(two.b->ReceiveBytes(), "y");
+    }
+    EXPECT_EQ(Server::LiveSockets(), live);
+}
+
+TEST(Socket, NeverClosesANumberThatStandsForSomethingElse) {
+    Pair pair;
+    auto copy = std::make_unique<Socket>(*pair.a);
+    pair.a->Close();
+    ASSERT_FALSE(IsOpen(pair.fd));
+    const int other = dup2(STDERR_FILENO, pair.fd);
+    copy->Close();
+    copy.reset();
+    pair.a.reset();
+    EXPECT_TRUE(IsOpen(other));
+    close(other);
+}
+
+TEST(Socket, ReceivesLinesWithTheirEnds) {
+    Pair pair;
+    std::string line = "abc";
+    pair.a->SendLine(line);
+    EXPECT_EQ(line, "abc");
+    pair.a->SendBytes("d\ne\0f\n\r\n"s + std::string(5000, 'x') + "\nabc");
+    pair.a->Close();
+    for (const std::string& expected :
+         {"abc\r\n"s, "d\n"s, "e\0f\n"s, "\r\n"s, std::string(5000, 'x') + "\n", "abc"s, ""s}) {
+        EXPECT_EQ(pair.b->ReceiveLine(), expected);
+    }
+}
+
+TEST(Socket, ReceivesTheBytesThatHaveArrivedAndNeverWaits) {
+    Pair pair;
+    EXPECT_EQ(pair.b->ReceiveBytes(), "");
+    std::string bytes(3000, '\0');
+    for (size_t i = 0; i < bytes.size(); ++i) {
+        bytes[i] = static_cast<char>(i % 251);
+    }
+    pair.a->SendBytes(bytes);
+    EXPECT_EQ(pair.b->ReceiveBytes(), bytes);
+    EXPECT_EQ(pair.b->ReceiveBytes(), "");
+    Socket none(-1);
+    EXPECT_EQ(none.ReceiveBytes(), "");
+    EXPECT_EQ(none.ReceiveLine(), "");
+}
+
+int LowestFreeDescriptor() {
+    const int descriptor = dup(STDERR_FILENO);
+    close(descriptor);
+    return descriptor;
+}
+
+TEST(Socket, TalksOverAPortAndIsNotInheritedByPrograms) {
+    const auto before = OpenDescriptors();
+    {
+        Server server;
+        SocketClient client("localhost", server.Port());
+        const int accepted = LowestFreeDescriptor();
+        std::unique_ptr<Socket> peer(server.Accept());
+        EXPECT_EQ(fcntl(server.Descriptor(), F_GETFD), FD_CLOEXEC);
+        EXPECT_EQ(fcntl(accepted, F_GETFD), FD_CLOEXEC);
+        client.SendLine("ping");
+        EXPECT_EQ(peer->ReceiveLine(), "ping\r\n");
+        peer->SendBytes("pong");
+        peer.reset();
+        EXPECT_EQ(client.ReceiveLine(), "pong");
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(SocketServer, DoesNotWaitWhenItIsNonBlocking) {
+    Server server(eNonBlockingSocket);
+    EXPECT_EQ(Thrown([&] { server.Accept(); }), "Invalid Socket");
+    EXPECT_EQ(errno, EAGAIN);
+    SocketClient client("127.0.0.1", server.Port());
+    SocketSelect(&server, nullptr, eBlockingSocket);
+    std::unique_ptr<Socket> peer(server.Accept());
+    client.SendLine("x");
+    EXPECT_EQ(peer->ReceiveLine(), "x\r\n") << "the connection itself is blocking";
+}
+
+TEST(SocketServer, RefusesATakenPortAndLeavesNothingOpen) {
+    Server server;
+    const auto before = OpenDescriptors();
+    const int live = Server::LiveSockets();
+    EXPECT_EQ(Thrown([&] { Server second(eBlockingSocket, server.Port()); }), "INVALID_SOCKET");
+    EXPECT_EQ(errno, EADDRINUSE);
+    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(Server::LiveSockets(), live);
+}
+
+TEST(Socket, ThrowsWithoutAFreeDescriptor) {
+    // The undefined-behaviour sanitizer needs a descriptor to look at the first object of a class.
+    Socket first;
+    Socket copy(first);
+    const int live = Server::LiveSockets();
+    rlimit old;
+    getrlimit(RLIMIT_NOFILE, &old);
+    const rlimit none = {static_cast<rlim_t>(LowestFreeDescriptor()), old.rlim_max};
+    setrlimit(RLIMIT_NOFILE, &none);
+    EXPECT_EQ(Thrown([] { Socket socket; }), "INVALID_SOCKET");
+    EXPECT_EQ(errno, EMFILE);
+    setrlimit(RLIMIT_NOFILE, &old);
+    EXPECT_EQ(Server::LiveSockets(), live);
+}
+
+TEST(SocketClient, ThrowsTheSystemsMessage) {
+    const auto before = OpenDescriptors();
+    int port;
+    {
+        Server server;
+        port = server.Port();
+    }
+    // The second name is told apart from an address without asking a name server.
+    for (const char* host : {"127.0.0.1", "127.0.0.256"}) {
+        try {
+            SocketClient client(host, port);
+            ADD_FAILURE() << host;
+        } catch (const std::string& message) {
+            EXPECT_EQ(message, strerror(errno)) << host;
+            EXPECT_TRUE(strcmp(host, "127.0.0.1") != 0 || errno == ECONNREFUSED);
+        }
+    }
+    EXPECT_EQ(OpenDescriptors(), before);
+}
+
+TEST(SocketSelect, TellsWhichOfItsSocketsCanBeRead) {
+    Pair one, two, three;
+    SocketSelect nothing(one.b.get(), two.b.get(), eNonBlockingSocket);
+    EXPECT_FALSE(nothing.Readable(one.b.get()));
+    EXPECT_FALSE(nothing.Readable(two.b.get()));
+
+    two.a->SendBytes("x");
+    three.a->SendBytes("x");
+    SocketSelect second(one.b.get(), two.b.get(), eBlockingSocket);
+    EXPECT_FALSE(second.Readable(one.b.get()));
+    EXPECT_TRUE(second.Readable(two.b.get()));
+    EXPECT_FALSE(second.Readable(three.b.get())) << "wasn't waited for";
+    SocketSelect swapped(two.b.get(), one.b.get(), eNonBlockingSocket);
+    EXPECT_TRUE(swapped.Readable(two.b.get()));
+
+    one.a.reset();
+    SocketSelect alone(one.b.get(), nullptr, eBlockingSocket);
+    EXPECT_TRUE(alone.Readable(one.b.get())) << "at the end of the stream";
+
+    Socket closed(dup(STDERR_FILENO));
+    closed.Close();
+    EXPECT_EQ(Thrown([&] { SocketSelect(&closed, nullptr, eNonBlockingSocket); }), "Error in select");
+}
+
+TEST(SocketSelect, WaitsForAnyTypeOtherThanNonBlocking) {
+    Pair pair;
+    struct sigaction interrupt = {}, old;
+    interrupt.sa_handler = [](int) {};
+    sigaction(SIGALRM, &interrupt, &old);
+    const itimerval often = {{0, 10000}, {0, 10000}};
+    const itimerval never = {};
+    for (int type : {0, 2, -1}) {
+        setitimer(ITIMER_REAL, &often, nullptr);
+        EXPECT_EQ(Thrown([&] { SocketSelect(pair.a.get(), nullptr, static_cast<TypeSocket>(type)); }),
+                  "Error in select")
+            << type << " doesn't wait until it is interrupted";
+        setitimer(ITIMER_REAL, &never, nullptr);
+    }
+    sigaction(SIGALRM, &old, nullptr);
+}
+
+}  // namespace
+}  // namespace vyn
