@@ -1,0 +1,236 @@
+#include "VynHttp.h"
+
+#include <gtest/gtest.h>
+
+#include <cctype>
+#include <cstdio>
+#include <cstring>
+#include <map>
+#include <string>
+
+namespace vyn {
+namespace {
+
+using namespace std::string_literals;
+using Params = std::map<std::string, std::string>;
+
+TEST(TruncAtNewLine, CutsAtTheFirstLineEndButNotAtTheVeryStart) {
+    const struct {
+        std::string text, expected;
+    } rows[] = {
+        {"", ""},     {"abc", "abc"},     {"abc\r\ndef", "abc"},  {"a\nb\rc", "a"},
+        {"\n", "\n"}, {"\nabc", "\nabc"}, {"\r\na\n", "\r\na\n"}, {"a\0b\nc"s, "a\0b"s},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(TruncAtNewLine(row.text), row.expected) << row.text;
+    }
+}
+
+TEST(RemoveProtocolFromUrl, NeedsTwoSlashesBehindTheFirstColon) {
+    const struct {
+        std::string url;
+        bool found;
+        std::string protocol, rest;
+    } rows[] = {
+        {"http://a/b", true, "http", "a/b"},
+        {"://", true, "", ""},
+        {"x://y://z", true, "x", "y://z"},
+        {"c:\\dir", false, "old", "c:\\dir"},
+        {"a:b://c", false, "old", "a:b://c"},
+        {"abc", false, "old", "abc"},
+        {"a:", false, "old", "a:"},
+        {"a:/", false, "old", "a:/"},
+        {"", false, "old", ""},
+        {"a\0b://c"s, false, "old", "a\0b://c"s},
+    };
+    for (const auto& row : rows) {
+        std::string protocol = "old", rest = "old";
+        EXPECT_EQ(RemoveProtocolFromUrl(row.url, protocol, rest), row.found) << row.url;
+        EXPECT_EQ(protocol, row.protocol) << row.url;
+        EXPECT_EQ(rest, row.rest) << row.url;
+    }
+}
+
+TEST(SplitGetReq, GivesPathAndDecodedParameters) {
+    const struct {
+        std::string request, path;
+        Params params;
+    } rows[] = {
+        {"GET /a?x=1&y=b+c HTTP/1.1\r\n", "GET /a", {{"x", "1"}, {"y", "b c"}}},
+        {"GET /a HTTP/1.0\n", "GET /a", {}},
+        {"GET /a HTTP/1.1\r\n\n", "GET /a HTTP/1.1\r", {}},  // one byte stays, and hides the version
+        {"GET /a HTTP/2.0", "GET /a HTTP/2.0", {}},
+        {"HTTP/1.1", "HTTP/1.1", {}},  // eight bytes
+        {" HTTP/1.x", "", {}},
+        {"", "", {}},
+        {"\r\n", "", {}},
+        {"/a?x=1&x=2", "/a", {{"x", "1"}}},
+        {"/a?flag", "/a", {{"flag", "flag"}}},
+        {"/a?a+b", "/a", {{"a+b", "a b"}}},
+        {"/a?x=1&", "/a", {{"x", "1"}, {"", ""}}},
+        {"/a?", "/a", {{"", ""}}},
+        {"/a?=1&k%41=a=b?c", "/a", {{"", "1"}, {"k%41", "a=b?c"}}},
+        {"/a%20b?x=%2B%26%3d", "/a%20b", {{"x", "+&="}}},
+        {"/a?x=%+1", "/a", {{"x", "\x91"}}},  // the "+" is a blank before it is taken for a digit
+        {"/a\0?x=1"s, "/a\0?x=1"s, {}},
+        {"/a?x=1&y\0=2&z=3"s, "/a", {{"x", "1"}}},
+    };
+    for (const auto& row : rows) {
+        std::string path = "old";
+        Params params;
+        SplitGetReq(row.request, path, params);
+        EXPECT_EQ(path, row.path) << row.request;
+        EXPECT_EQ(params, row.params) << row.request;
+    }
+    Params kept = {{"x", "0"}, {"w", "9"}};
+    std::string path;
+    SplitGetReq("/a?x=1&y=2", path, kept);
+    EXPECT_EQ(kept, (Params{{"w", "9"}, {"x", "0"}, {"y", "2"}}));
+}
+
+TEST(SplitUrl, KnowsHttpAndFile) {
+    const struct {
+        std::string url, before, protocol, host, path, message;
+    } rows[] = {
+        {"http://host:80/a?b", "", "http", "host:80", "/a?b", ""},
+        {"http://host", "", "http", "host", "/", ""},
+        {"file://c:\\x\\y", "", "file", "", "c:/x/y", ""},
+        {"host/a", "http", "http", "host", "/a", ""},  // the caller's protocol stands
+        {"ftp://host/x", "", "ftp", "host/x", "old", "unknown protocol in SplitUrl: 'ftp'\n"},
+        {"HTTP://host/x", "", "HTTP", "host/x", "old", "unknown protocol in SplitUrl: 'HTTP'\n"},
+        {"c:\\x", "", "", "c:\\x", "old", "unknown protocol in SplitUrl: ''\n"},
+    };
+    for (const auto& row : rows) {
+        std::string protocol = row.before, host = "old", path = "old";
+        testing::internal::CaptureStderr();
+        SplitUrl(row.url, protocol, host, path);
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message) << row.url;
+        EXPECT_EQ(protocol, row.protocol) << row.url;
+        EXPECT_EQ(host, row.host) << row.url;
+        EXPECT_EQ(path, row.path) << row.url;
+    }
+}
+
+TEST(ReplaceInStr, GoesOnOneByteBehindTheEndLessTheLengthOfThePattern) {
+    const struct {
+        std::string text, from, to, expected;
+    } rows[] = {
+        {"a\\b\\\\", "\\", "/", "a/b//"},
+        {"a", "a", "aa", "aa"},
+        {"aXa", "a", "", "X"},
+        {"abcabc", "abc", "", "abc"},   // the start wraps
+        {"xxabcabc", "abc", "", "xx"},  // far enough from the start
+        {"abb", "ab", "a", "a"},        // the inserted text is part of the next match
+        {"abab", "ab", "xyz", "xyzxyz"},
+        {"abc", "", "-", "-a-b-c-"},
+        {"a\0a"s, "a", "b", "b\0b"s},
+        {"", "a", "b", ""},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(ReplaceInStr(row.text, row.from, row.to), row.expected) << row.text << ' ' << row.from;
+    }
+}
+
+TEST(UpperAndLower, ChangeAsciiLettersInPlace) {
+    std::string text = "aZ\xC3\xA4";
+    ToUpper(text);
+    EXPECT_EQ(text, "AZ\xC3\xA4");
+    ToLower(text);
+    EXPECT_EQ(text, "az\xC3\xA4");
+}
+
+TEST(PercentCoding, TakesAllBytesThereAndBack) {
+    for (int i = 0; i < 256; ++i) {
+        const std::string byte(1, static_cast<char>(i));
+        char escape[4];
+        snprintf(escape, sizeof escape, "%%%02x", static_cast<unsigned>(i));
+        const bool plainPasses = i && i < 128 && (isalnum(i) || strchr("!'()*-._$+,&/:;=?@", i));
+        const bool agentPasses = i && i < 128 && (isalnum(i) || strchr("!'()*-._~", i));
+        std::string plain, agent;
+        EncodeURL(byte, plain);
+        EXPECT_EQ(plain, plainPasses ? byte : escape);
+        EncodeAgentURL(byte, agent);
+        EXPECT_EQ(agent, agentPasses ? byte : i == ' ' ? "+" : escape);
+        UTF8String decoded = "kept";
+        DecodeURL(plain, decoded);
+        DecodeAgentURL(agent, decoded);
+        EXPECT_EQ(decoded, "kept" + byte + byte);
+    }
+}
+
+TEST(PercentCoding, AppendsALongTextToItself) {
+    const std::string original = std::string(1500, ' ') + "%41";
+    UTF8String text = original;
+    EncodeURL(text, text);
+    std::string coded;
+    for (int i = 0; i < 1500; ++i) {
+        coded += "%20";
+    }
+    EXPECT_EQ(text, original + coded + "%2541");
+    text = "a%41";
+    DecodeURL(text, text);
+    EXPECT_EQ(text, "a%41aA");
+}
+
+TEST(PercentCoding, DecodesWhateverStandsBehindAPercentSign) {
+    const struct {
+        std::string in, out;
+    } rows[] = {{"a+b%2Bc", "a b+c"}, {"%c3%A4%Ab", "\xC3\xA4\xAB"},
+                {"%00a", "\0a"s},     {"%2541", "%41"},
+                {"%zz%ZZ", "33"},     {"%%4-", "\xE4-"},
+                {"%+ ", "\x49"},      {"%\xFF\x80", "\x89"},
+                {"a%", "a%"},         {"a%4", "a@"},
+                {"a%+", "a@"},        {"", ""}};
+    for (const auto& row : rows) {
+        UTF8String plain, agent;
+        DecodeURL(row.in, plain);
+        DecodeAgentURL(row.in, agent);
+        EXPECT_EQ(plain, row.in == rows[0].in ? "a+b+c" : row.out) << row.in;
+        EXPECT_EQ(agent, row.out) << row.in;
+    }
+}
+
+std::string Base64(const std::string& bytes) {
+    return base64_encode(reinterpret_cast<const unsigned char*>(bytes.data()),
+                         static_cast<unsigned>(bytes.size()));
+}
+
+TEST(Base64, MatchesKnownTexts) {
+    const struct {
+        std::string bytes, text;
+    } rows[] = {
+        {"", ""},
+        {"f", "Zg=="},
+        {"fo", "Zm8="},
+        {"foo", "Zm9v"},
+        {"foob", "Zm9vYg=="},
+        {"fooba", "Zm9vYmE="},
+        {"foobar", "Zm9vYmFy"},
+        {"\xFF\xFE\xFD\0\x80"s, "//79AIA="},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Base64(row.bytes), row.text);
+        EXPECT_EQ(base64_decode(row.text), row.bytes) << row.text;
+    }
+    EXPECT_EQ(base64_encode(nullptr, 0), "");
+    const std::string sextets = base64_decode(base64_chars);
+    EXPECT_EQ(sextets.size(), 48u);
+    EXPECT_EQ(Base64(sextets), base64_chars);
+}
+
+TEST(Base64, DecodesUpToTheFirstForeignByte) {
+    const struct {
+        std::string text, bytes;
+    } rows[] = {
+        {"YWI", "ab"},        {"Y", ""},           {"YW", "a"},
+        {"YWJjZ", "abc"},     {"YW Jj", "a"},      {"YWJj\nYWJj", "abc"},
+        {"YWJj=YWJj", "abc"}, {"YWJjY=I=", "abc"}, {"YWJjYW-_", "abca"},
+        {"=YWJj", ""},        {"YW\0Jj"s, "a"},    {"YWJj\xC3\xA4YW", "abc"},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(base64_decode(row.text), row.bytes) << row.text;
+    }
+}
+
+}  // namespace
+}  // namespace vyn
