@@ -250,6 +250,16 @@ public:
     /// Every file forgets its values.
     void ResetAll();
 
+    /// Adds the files that `init.zop` in the all-users shared data directory lists, the first of them from
+    /// the user's directory, by the virtual AddOptionFile. Files that don't exist are created empty. One that
+    /// doesn't parse gives way to an empty file; its text is kept beside it under the name followed by
+    /// ".bad". One that can't be created, read or moved is left out, and nothing is reported. Without "HOME"
+    /// no file is added. A second call adds the files again. `errno` is ERANGE when the list has 1024 bytes
+    /// or more; it then counts as empty.
+    void LoadPredefinedOptionFiles();
+    /// \return 1 once LoadPredefinedOptionFiles ran to its end in any manager of the process, else 0.
+    int IsPredefinedOptionFilesLoaded() const;
+
     /// Puts \p file at the bottom of the stack, unless it or one of its path name is there; the manager owns
     /// it.
     void AddFile(COptionFile* file);
