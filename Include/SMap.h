@@ -20,30 +20,39 @@ VYN_API unsigned StringHashKey(const SString& key, int tableSize);
 
 namespace detail {
 
-// The 32 bits of StringHashKey before they are reduced to a bucket.
-inline unsigned TextHash(const char* text) {
-    unsigned h = 0;
-    for (; *text; ++text) {
-        h = h * 33 + static_cast<unsigned>(static_cast<signed char>(*text));
+// A text key with what one walk over it tells: its length up to the first NUL, and the 32 bits of
+// StringHashKey before they are reduced to a bucket.
+struct TextKey {
+    explicit TextKey(const char* key) : text(key) {
+        const char* p = key;
+        for (; *p; ++p) {
+            hash = hash * 33 + static_cast<unsigned>(static_cast<signed char>(*p));
+        }
+        length = static_cast<size_t>(p - key);
     }
-    return h;
-}
+    const char* text;
+    size_t length;
+    unsigned hash = 0;
+};
 
 // Hash and equality of the keys: the numeric form serves integers and pointers.
 template <class K>
 struct MapKey {
     static size_t Hash(K key) { return static_cast<size_t>((uintptr_t)key >> 2); }
     static bool Equal(K a, K b) { return a == b; }
+    static K Make(K key) { return key; }
 };
 
 template <>
 struct MapKey<SString> {
-    static size_t Hash(const SString& key) { return TextHash(key.c_str()); }
-    static size_t Hash(const char* key) { return TextHash(key); }
+    static size_t Hash(const SString& key) { return TextKey(key.c_str()).hash; }
+    static size_t Hash(const TextKey& key) { return key.hash; }
     static bool Equal(const SString& a, const SString& b) { return a == b; }
-    static bool Equal(const SString& a, const char* b) {
-        return strncmp(a.c_str(), b, a.length() + 1) == 0 && strlen(b) == a.length();
+    static bool Equal(const SString& a, const TextKey& b) {
+        return a.length() == b.length && memcmp(a.data(), b.text, b.length) == 0;
     }
+    static const SString& Make(const SString& key) { return key; }
+    static const char* Make(const TextKey& key) { return key.text; }
 };
 
 }  // namespace detail
@@ -68,8 +77,9 @@ public:
     int Lookup(const K& key, V& value) const { return Get(FindNode(key), value); }
     /// The same for a map with SString keys, with no SString made. \p key isn't null.
     template <class Key = K>
-    auto Lookup(const char* key, V& value) const -> decltype(detail::MapKey<Key>::Hash(key), int()) {
-        return Get(FindNode(key), value);
+    auto Lookup(const char* key, V& value) const
+        -> decltype(detail::MapKey<Key>::Hash(detail::TextKey(key)), int()) {
+        return m_ppTable ? Get(FindNode(detail::TextKey(key)), value) : 0;
     }
     /// \return the number of entries.
     int GetCount() const { return m_nCount; }
@@ -90,8 +100,9 @@ public:
     /// The same for a map with SString keys, with no SString made for an entry that is there. \p key isn't
     /// null.
     template <class Key = K>
-    auto operator[](const char* key) -> decltype(detail::MapKey<Key>::Hash(key), std::declval<V&>()) {
-        return GetOrAdd(key);
+    auto operator[](const char* key)
+        -> decltype(detail::MapKey<Key>::Hash(detail::TextKey(key)), std::declval<V&>()) {
+        return GetOrAdd(detail::TextKey(key));
     }
     /// The value itself isn't destroyed.
     /// \return 1 when the entry was removed, 0 when \p key is absent.
@@ -222,7 +233,8 @@ private:
             m_ppTable = new MapNode* [kBuckets] {};
         }
         const unsigned bucket = static_cast<unsigned>(hash % kBuckets);
-        MapNode* node = new MapNode{nullptr, bucket, static_cast<unsigned>(hash), key, V(), nullptr};
+        MapNode* node = new MapNode{
+            nullptr, bucket, static_cast<unsigned>(hash), detail::MapKey<K>::Make(key), V(), nullptr};
         *EndOfChain(bucket) = node;
         ++m_nCount;
         if (m_pIndex && m_nCount <= static_cast<int>(m_pIndex->mask)) {
