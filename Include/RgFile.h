@@ -199,9 +199,13 @@ public:
     void Empty() override;
 
 private:
+    void IndexValues() const;
+
     SString m_strName;
     MMap<SString, CRgKey*> m_mapKeys;
-    MMap<SString, CRgValue*> m_mapValues;
+    mutable MMap<SString, CRgValue*> m_mapValues;
+    mutable bool m_bValuesIndexed =
+        false;  // from the first look-up on: a file that is only copied needs no index
 };
 
 /// \brief Reads one Rg text into a tree. An object serves one load at a time.

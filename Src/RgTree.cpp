@@ -283,18 +283,33 @@ CRgValue* CDefRgKey::CreateValue(const char* name, CRgValue::RvType type, const 
     return made;
 }
 
+void CDefRgKey::IndexValues() const {
+    if (m_bValuesIndexed) {
+        return;
+    }
+    for (void* pos = GetFirstValuePosition(); pos;) {
+        CRgValue* value = GetNextValue(pos);
+        m_mapValues[value->GetName()] = value;
+    }
+    m_bValuesIndexed = true;
+}
+
 CRgValue* CDefRgKey::FindValue(const char* name) const {
+    IndexValues();
     CRgValue* value = nullptr;
     m_mapValues.Lookup(name, value);
     return value;
 }
 
 int CDefRgKey::AddValue(CRgValue* value) {
-    m_mapValues[value->GetName()] = value;
+    if (m_bValuesIndexed) {
+        m_mapValues[value->GetName()] = value;
+    }
     return CRgKey::AddValue(value);
 }
 
 int CDefRgKey::RemoveValue(CRgValue* value) {
+    IndexValues();
     m_mapValues.RemoveKey(value->GetName());
     return CRgKey::RemoveValue(value);
 }
@@ -302,6 +317,7 @@ int CDefRgKey::RemoveValue(CRgValue* value) {
 void CDefRgKey::Empty() {
     m_mapKeys.RemoveAll();
     m_mapValues.RemoveAll();
+    m_bValuesIndexed = false;
     CRgKey::Empty();
 }
 
