@@ -1,0 +1,580 @@
+#include "SubProc.h"
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <sys/stat.h>
+#include <sys/syscall.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <climits>
+#include <csignal>
+#include <cstdarg>
+#include <cstdlib>
+#include <cstring>
+#include <fstream>
+#include <functional>
+#include <memory>
+#include <string>
+#include <thread>
+#include <vector>
+
+using vyn::CSubProc;
+using vyn::CSubProcTimeOut;
+
+// The system calls of a launch go through these functions, which can be told to fail.
+namespace {
+
+int callToFail = 0;  // counts down with each call; the call that reaches 0 fails
+bool closeRangeMissing = false;
+int signalInChild = 0;  // sent by the child to itself before it executes the program
+
+bool FailsNow() {
+    if (callToFail == 0 || --callToFail > 0) {
+        return false;
+    }
+    errno = EIO;
+    return true;
+}
+
+}  // namespace
+
+#pragma GCC visibility push(default)
+extern "C" {
+
+int pipe2(int* ends, int flags) {
+    return FailsNow() ? -1 : static_cast<int>(syscall(SYS_pipe2, ends, flags));
+}
+int dup2(int from, int to) {
+    return FailsNow() ? -1 : static_cast<int>(syscall(SYS_dup2, from, to));
+}
+int dup3(int from, int to, int flags) {
+    return FailsNow() ? -1 : static_cast<int>(syscall(SYS_dup3, from, to, flags));
+}
+int chdir(const char* path) {
+    return FailsNow() ? -1 : static_cast<int>(syscall(SYS_chdir, path));
+}
+int fcntl(int fd, int command, ...) {
+    va_list args;
+    va_start(args, command);
+    const long argument = va_arg(args, long);
+    va_end(args);
+    const bool copies = command == F_DUPFD || command == F_DUPFD_CLOEXEC;
+    return copies && FailsNow() ? -1 : static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
+}
+int close_range(unsigned first, unsigned last, int flags) {
+    if (signalInChild != 0) {
+        kill(getpid(), signalInChild);
+    }
+    if (closeRangeMissing) {
+        errno = ENOSYS;
+        return -1;
+    }
+    return static_cast<int>(syscall(SYS_close_range, first, last, flags));
+}
+
+}  // extern "C"
+#pragma GCC visibility pop
+
+namespace {
+
+const std::string probe = VYN_PROBE_DIR "/DescriptorProbe";
+
+// What a launch has to leave as it was: the standard descriptors, the number of open ones, the directory.
+std::string ParentState() {
+    std::string state;
+    for (int fd = 0; fd < 3; ++fd) {
+        struct stat file = {};
+        const int flags = fcntl(fd, F_GETFD);
+        fstat(fd, &file);
+        state += std::to_string(flags) + ":" + std::to_string(file.st_dev) + ":" +
+                 std::to_string(file.st_ino) + " ";
+    }
+    int count = 0;
+    DIR* dir = opendir("/proc/self/fd");
+    while (readdir(dir)) {
+        ++count;
+    }
+    closedir(dir);
+    char directory[PATH_MAX];
+    return state + std::to_string(count) + " " + (getcwd(directory, sizeof directory) ? directory : "?");
+}
+
+int Launch(CSubProc& child, std::vector<const char*> argv, const char* directory = nullptr) {
+    argv.push_back(nullptr);
+    return child.launch(argv[0], argv.data(), directory, false);
+}
+
+int Shell(CSubProc& child, const char* script, const char* directory = nullptr) {
+    return Launch(child, {"sh", "-c", script}, directory);
+}
+
+std::string ReadAll(CSubProc& child) {
+    std::string text;
+    char buffer[4096];
+    for (int n; (n = child.read(buffer, sizeof buffer)) > 0;) {
+        text.append(buffer, static_cast<size_t>(n));
+    }
+    return text;
+}
+
+// The output of a child that ran to its end.
+std::string OutputOf(CSubProc& child) {
+    const std::string text = ReadAll(child);
+    EXPECT_EQ(0, child.get_exit_status()) << text;
+    child.reset();
+    return text;
+}
+
+// The raw status of the one child that this process has; -1 when there is none.
+int ReapOther() {
+    int status = -1;
+    return waitpid(-1, &status, 0) > 0 ? status : -1;
+}
+
+// Undoes what a test does to a standard descriptor.
+class CKeepDescriptor {
+public:
+    explicit CKeepDescriptor(int fd) : m_nFd(fd), m_nSaved(fcntl(fd, F_DUPFD_CLOEXEC, 100)) {}
+    ~CKeepDescriptor() {
+        dup2(m_nSaved, m_nFd);
+        close(m_nSaved);
+    }
+
+private:
+    int m_nFd;
+    int m_nSaved;
+};
+
+class CVariable {
+public:
+    CVariable(const char* name, const char* value) : m_pszName(name) {
+        if (const char* old = getenv(name)) {
+            m_strOld = old;
+            m_bSet = true;
+        }
+        value ? setenv(name, value, 1) : unsetenv(name);
+    }
+    ~CVariable() { m_bSet ? setenv(m_pszName, m_strOld.c_str(), 1) : unsetenv(m_pszName); }
+
+private:
+    const char* m_pszName;
+    std::string m_strOld;
+    bool m_bSet = false;
+};
+
+}  // namespace
+
+TEST(Launch, ConnectsBothStreamsAndLeavesTheParentAlone) {
+    const std::string before = ParentState();
+    CSubProc child;
+    ASSERT_EQ(0, Shell(child, "read line; echo \"got $line\"; echo err >&2; pwd; exit 3", "/usr"));
+    EXPECT_EQ(1, child.state());
+    EXPECT_EQ(-1, Launch(child, {"true"})) << "in state 1";
+    EXPECT_EQ(5, child.write("line\n", 5));
+    EXPECT_EQ("got line\nerr\n/usr\n", ReadAll(child));
+    const int status = child.get_exit_status();
+    EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 3) << status;
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(status, child.get_exit_status()) << "the last one, when there is nobody left to wait for";
+    EXPECT_EQ("waitpid: No child processes\n", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(1, child.state());
+    child.reset();
+    EXPECT_EQ(0, child.state());
+    EXPECT_EQ(before, ParentState());
+
+    // The other form, no directory, on the same object; what goes in comes out.
+    char name[] = "cat";
+    char* argv[] = {name, nullptr};
+    ASSERT_EQ(0, child.launchw("cat", argv, "", true));
+    EXPECT_TRUE(fcntl(child.rfd(), F_GETFD) & FD_CLOEXEC) << "a child of another thread would get it";
+    EXPECT_TRUE(fcntl(child.wfd(), F_GETFD) & FD_CLOEXEC);
+    EXPECT_EQ(3, child.write("abc", 3));
+    EXPECT_EQ(0, child.close_write());
+    EXPECT_EQ(0, child.close_write());
+    EXPECT_EQ(-1, child.wfd());
+    EXPECT_EQ(0, child.write("d", 1));
+    EXPECT_EQ("abc", OutputOf(child));
+    EXPECT_EQ(before, ParentState());
+}
+
+TEST(Launch, HandsExactlyTheThreeStandardDescriptorsOn) {
+    const int low = fcntl(0, F_DUPFD, 60);
+    const int high = fcntl(0, F_DUPFD, 900);
+    const std::string before = ParentState();
+    CSubProc child;
+    for (const bool missing : {false, true}) {
+        closeRangeMissing = missing;
+        EXPECT_EQ(0, Launch(child, {probe.c_str()}));
+        EXPECT_EQ("0:r 1:w 2:w", OutputOf(child)) << "without close_range: " << missing;
+    }
+    closeRangeMissing = false;
+    {
+        const CVariable keep("KOPRAN_NO_CLOSE", "");
+        ASSERT_EQ(0, Launch(child, {probe.c_str()}));
+        const std::string ends[] = {std::to_string(child.rfd()) + ":r", std::to_string(child.wfd()) + ":w"};
+        const std::string open = OutputOf(child);
+        for (const std::string& fd : {ends[0], ends[1], std::to_string(low), std::to_string(high)}) {
+            EXPECT_NE(std::string::npos, open.find(" " + fd)) << fd << " in " << open;
+        }
+    }
+    EXPECT_EQ(before, ParentState());
+    close(low);
+    close(high);
+}
+
+TEST(Launch, WorksWithAnyStandardDescriptorClosed) {
+    for (int closed = 1; closed < 8; ++closed) {
+        std::string before, after, output;
+        {
+            const CKeepDescriptor in(0), out(1), err(2);
+            for (int fd = 0; fd < 3; ++fd) {
+                if (closed & 1 << fd) {
+                    close(fd);
+                } else {
+                    fcntl(fd, F_SETFD, FD_CLOEXEC);
+                }
+            }
+            before = ParentState();
+            CSubProc child;
+            if (Shell(child, "read line; echo $line; echo err >&2") == 0) {
+                child.write("out\n", 4);
+                output = ReadAll(child);
+                child.get_exit_status();
+            }
+            child.reset();
+            after = ParentState();
+        }
+        EXPECT_EQ("out\nerr\n", output) << closed;
+        EXPECT_EQ(before, after) << closed;
+    }
+}
+
+TEST(Launch, FailsOnWhatItCannotUse) {
+    const std::string before = ParentState();
+    CSubProc child;
+    const char* argv[] = {"true", nullptr};
+    EXPECT_EQ(-1, child.launch(nullptr, argv, nullptr, false));
+    EXPECT_EQ(-1, child.launch("true", nullptr, nullptr, false));
+    EXPECT_EQ(-1, Launch(child, {"true"}, "/no/such/directory"));
+    EXPECT_EQ(0, child.state());
+    EXPECT_EQ(-1, child.get_exit_status()) << "nothing was launched";
+
+    rlimit limit;
+    getrlimit(RLIMIT_NOFILE, &limit);
+    int launched = -1;
+    int failures = 0;
+    for (rlim_t descriptors = 3; launched != 0 && descriptors < limit.rlim_cur; ++descriptors) {
+        const rlimit few = {descriptors, limit.rlim_max};
+        setrlimit(RLIMIT_NOFILE, &few);
+        launched = Launch(child, {"true"});
+        setrlimit(RLIMIT_NOFILE, &limit);
+        if (launched != 0) {
+            ++failures;
+            EXPECT_EQ(before, ParentState()) << descriptors << " descriptors";
+        }
+    }
+    EXPECT_GE(failures, 7) << "seven more are open in the middle of a launch";
+    EXPECT_EQ("", OutputOf(child));
+}
+
+TEST(Launch, UndoesEveryStepThatWasDone) {
+    // Two pipes, three saved, three redirected, a directory: then the child, and its way back.
+    constexpr int stepsBefore = 9;
+    constexpr int stepsBack = 4;
+    const std::string before = ParentState();
+    for (int step = 1; step <= stepsBefore + stepsBack; ++step) {
+        CSubProc child;
+        std::string after;
+        int launched;
+        {
+            const CKeepDescriptor in(0), out(1), err(2);
+            callToFail = step;
+            launched = Launch(child, {"sh", "-c", "exit 7"}, "/usr");
+            callToFail = 0;
+            if (step == stepsBefore + 1) {
+                EXPECT_EQ(0, chdir(before.substr(before.rfind(' ') + 1).c_str())) << "it failed to go back";
+            }
+        }
+        EXPECT_EQ(-1, launched) << step;
+        EXPECT_EQ(0, child.state()) << step;
+        EXPECT_EQ(-1, child.rfd()) << step;
+        EXPECT_EQ(-1, child.wfd()) << step;
+        EXPECT_EQ(before, ParentState()) << step;
+        const int status = ReapOther();
+        if (step <= stepsBefore) {
+            EXPECT_EQ(-1, status) << step << ": a child was started";
+        } else {
+            EXPECT_EQ(7, WEXITSTATUS(status)) << step << ": the child runs on";
+        }
+    }
+}
+
+TEST(Launch, SurvivesASystemWithoutProcesses) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto launchWithoutProcesses = [] {
+        const rlimit none = {0, 0};
+        setrlimit(RLIMIT_NPROC, &none);
+        if (geteuid() == 0 && setresuid(65534, 65534, 65534) != 0) {
+            _exit(2);
+        }
+        const std::string before = ParentState();
+        CSubProc child;
+        const bool failed = Launch(child, {"true"}, "/usr") == -1 && child.state() == 0;
+        _exit(failed && before == ParentState() && vyn::local_spawn("true", environ, false) == -1 ? 0 : 1);
+    };
+    // One line, of the second call: during a launch it goes to the pipe.
+    EXPECT_EXIT(launchWithoutProcesses(), testing::ExitedWithCode(0),
+                "^fork: Resource temporarily unavailable\n$");
+}
+
+TEST(Launch, ReportsAProgramThatCannotRunOnThePipe) {
+    CSubProc child;
+    for (const auto& [program, reason] : {std::pair{"no-such-program", "No such file or directory"},
+                                          std::pair{"/etc", "Permission denied"}}) {
+        ASSERT_EQ(0, Launch(child, {program}));
+        EXPECT_EQ(std::string("execvp: ") + reason + "\n", ReadAll(child));
+        const int status = child.get_exit_status();
+        EXPECT_TRUE(WIFEXITED(status) && WEXITSTATUS(status) == 1) << status;
+        child.reset();
+    }
+}
+
+TEST(Launch, RestoresTheLibraryPathOfOneChild) {
+    struct {
+        const char *current, *saved, *expected;
+    } const rows[] = {
+        {"/current", "/saved", "/saved"},
+        {nullptr, "/saved", "/saved"},
+        {"/current", "", ""},
+        {"/current", nullptr, "/current"},
+    };
+    for (const auto& row : rows) {
+        const CVariable current("LD_LIBRARY_PATH", row.current);
+        const CVariable saved("M7_SAVED_LD_LIBRARY_PATH", row.saved);
+        const std::string unchanged = row.current ? row.current : "unset";
+        const char* script = "echo \"${LD_LIBRARY_PATH-unset}\"; env | grep -c ^LD_LIBRARY_PATH=";
+        CSubProc child;
+        child.restore_ld_library_path();
+        EXPECT_EQ(-1, Shell(child, script, "/no/such/directory")) << "the request survives this";
+        for (const std::string& expected : {std::string(row.expected), unchanged}) {
+            ASSERT_EQ(0, Shell(child, script));
+            const std::string output = ReadAll(child);
+            EXPECT_EQ(expected + (expected == "unset" ? "\n0\n" : "\n1\n"), output);
+            child.get_exit_status();
+            child.reset();
+        }
+        const char* path = getenv("LD_LIBRARY_PATH");
+        EXPECT_EQ(unchanged, path ? path : "unset") << "the environment of the parent";
+    }
+}
+
+TEST(RestoreLibraryPath, PutsTheSavedValueInItsPlace) {
+    const CVariable current("LD_LIBRARY_PATH", "/current");
+    CVariable saved("M7_SAVED_LD_LIBRARY_PATH", nullptr);
+    CSubProc::do_restore_ld_library_path();
+    EXPECT_STREQ("/current", getenv("LD_LIBRARY_PATH"));
+    setenv("M7_SAVED_LD_LIBRARY_PATH", "/saved", 1);
+    CSubProc::do_restore_ld_library_path();
+    const char* path = getenv("LD_LIBRARY_PATH");
+    ASSERT_STREQ("/saved", path);
+    // The text belongs to the environment; for the leak detector it goes when it has left it.
+    unsetenv("LD_LIBRARY_PATH");
+    free(const_cast<char*>(path) - strlen("LD_LIBRARY_PATH="));
+}
+
+TEST(Launch, GivesTheChildTheSignalsOfAProgram) {
+    static volatile sig_atomic_t handled;
+    handled = 0;
+    const auto oldHandled = signal(SIGUSR1, [](int) { handled = 1; });
+    const auto oldIgnored = signal(SIGUSR2, SIG_IGN);
+    sigset_t blocked, mask;
+    sigemptyset(&blocked);
+    sigaddset(&blocked, SIGHUP);
+    pthread_sigmask(SIG_BLOCK, &blocked, &mask);
+
+    CSubProc child;
+    EXPECT_EQ(0, Launch(child, {"grep", "-E", "Sig(Blk|Ign)", "/proc/self/status"}));
+    EXPECT_EQ("SigBlk:\t0000000000000001\nSigIgn:\t0000000000000800\n", OutputOf(child));
+    // A signal between the start of the child and its program does what it does to a program; a handler of
+    // the parent would run in the memory of the parent.
+    signalInChild = SIGUSR1;
+    EXPECT_EQ(0, Launch(child, {"true"}));
+    signalInChild = 0;
+    EXPECT_EQ(SIGUSR1, child.get_exit_status());
+    child.reset();
+    EXPECT_EQ(0, handled);
+
+    sigset_t after;
+    pthread_sigmask(SIG_SETMASK, &mask, &after);
+    EXPECT_TRUE(sigismember(&after, SIGHUP) == 1 && sigismember(&after, SIGINT) == 0);
+    signal(SIGUSR1, oldHandled);
+    signal(SIGUSR2, oldIgnored);
+}
+
+TEST(State, FollowsKillAndFailedPipes) {
+    CSubProc child;
+    EXPECT_EQ(-1, child.kill()) << "in state 0";
+    char c;
+    EXPECT_EQ(0, child.read(&c, 1));
+    struct {
+        const char* what;
+        std::function<int(CSubProc&)> stop;
+        int result;
+    } const rows[] = {
+        {"kill", [](CSubProc& p) { return p.kill(); }, 0},
+        {"read", [](CSubProc& p) { return close(p.rfd()), p.read(nullptr, 1); }, -1},
+        {"write", [](CSubProc& p) { return close(p.wfd()), p.write("x", 1); }, -1},
+    };
+    for (const auto& row : rows) {
+        ASSERT_EQ(0, Launch(child, {"cat"})) << row.what;
+        EXPECT_EQ(row.result, row.stop(child)) << row.what;
+        EXPECT_EQ(2, child.state()) << row.what;
+        EXPECT_EQ(-1, child.get_exit_status()) << row.what;
+        EXPECT_EQ(-1, child.kill()) << row.what;
+        EXPECT_EQ(-1, Launch(child, {"true"})) << row.what;
+        child.reset();
+        EXPECT_EQ(0, child.state()) << row.what;
+        // Killed, or at the end of its input.
+        EXPECT_EQ(row.result == 0 ? SIGKILL : 0, ReapOther()) << row.what;
+    }
+}
+
+TEST(State, EndsInTheDestructorByKillingTheChild) {
+    const std::string before = ParentState();
+    {
+        CSubProc child;
+        ASSERT_EQ(0, Launch(child, {"cat"}));
+    }
+    EXPECT_EQ(before, ParentState());
+    EXPECT_EQ(SIGKILL, ReapOther()) << "killed, and left for others to wait for";
+}
+
+namespace {
+
+// Shows when the watchdog is at work on the child. The count has no lock: the thread sanitizer sees an Abort
+// that returns too early.
+class CWatchedProc : public CSubProc {
+public:
+    int kill() override {
+        usleep(200);
+        ++m_nKills;
+        return CSubProc::kill();
+    }
+    int m_nKills = 0;
+};
+
+// Waits until the thread whose id is stored here sleeps in the system.
+void WaitUntilAsleep(const std::atomic<int>& thread) {
+    const std::string path = "/proc/self/task/" + std::to_string(thread) + "/stat";
+    std::string stat;
+    while (stat.find(") S ") == std::string::npos) {
+        std::this_thread::yield();
+        std::getline(std::ifstream(path), stat);
+    }
+}
+
+}  // namespace
+
+TEST(Watchdog, KillsOrSparesTheChildInEachRaceWithAbort) {
+    const std::string before = ParentState();
+    for (int round = 0; round < 200; ++round) {
+        CWatchedProc child;
+        ASSERT_EQ(0, Launch(child, {"cat"}));
+        {
+            CSubProcTimeOut watchdog(child);
+            ASSERT_TRUE(watchdog.Start(0));
+            usleep(static_cast<useconds_t>(round % 20) * 10);
+            watchdog.Abort();
+            const bool killed = child.m_nKills == 1;
+            ASSERT_EQ(killed ? 1 : 0, child.m_nKills) << round;
+            ASSERT_EQ(killed ? 2 : 1, child.state()) << round;
+            if (killed) {
+                EXPECT_EQ(-1, child.get_exit_status()) << round;
+                EXPECT_EQ(SIGKILL, ReapOther()) << round;
+            } else {
+                EXPECT_EQ(2, child.write("ok", 2)) << round;
+                child.close_write();
+                EXPECT_EQ("ok", ReadAll(child)) << round;
+                EXPECT_EQ(0, child.get_exit_status()) << round;
+            }
+        }
+        child.reset();
+    }
+    EXPECT_EQ(before, ParentState());
+}
+
+// By design the watchdog closes the descriptor below a reader, which the thread sanitizer reports.
+#ifndef __SANITIZE_THREAD__
+TEST(Watchdog, EndsAReadByKillingAtTheDeadline) {
+    CSubProc child;
+    ASSERT_EQ(0, Launch(child, {"cat"}));
+    CSubProcTimeOut watchdog(child);
+    ASSERT_TRUE(watchdog.Start(1));
+    EXPECT_EQ("", ReadAll(child));
+    watchdog.Abort();
+    EXPECT_EQ(2, child.state());
+    EXPECT_EQ(SIGKILL, ReapOther());
+}
+#endif
+
+TEST(Watchdog, LeavesAChildInTimeAlone) {
+    for (const unsigned timeout : {1000U, 4294967295U}) {
+        CSubProc child;
+        ASSERT_EQ(0, Launch(child, {"true"}));
+        CSubProcTimeOut watchdog(child);
+        ASSERT_TRUE(watchdog.Start(timeout));
+        EXPECT_EQ(0, child.get_exit_status());
+        watchdog.Abort();
+        EXPECT_EQ(1, child.state()) << timeout;
+        child.reset();
+    }
+}
+
+TEST(Watchdog, FindsAChildThatWasResetIdle) {
+    CSubProc child;
+    ASSERT_EQ(0, Launch(child, {"true"}));
+    EXPECT_EQ(0, child.get_exit_status());
+    child.reset();
+    CSubProcTimeOut watchdog(child);
+    ASSERT_TRUE(watchdog.Start(0));
+    watchdog.Abort();
+    EXPECT_EQ(0, child.state());
+}
+
+TEST(Watchdog, EndsWithItsThreadWhereverThatIs) {
+    CSubProc child;
+    for (int round = 0; round < 50; ++round) {
+        CSubProcTimeOut neverStarted(child);
+        ASSERT_EQ(0, Launch(child, {"cat"}));
+        {
+            CSubProcTimeOut watchdog(child);
+            ASSERT_TRUE(watchdog.Start(1000));
+            usleep(static_cast<useconds_t>(round % 10) * 20);
+        }
+        EXPECT_EQ(1, child.state()) << round;
+        child.close_write();
+        EXPECT_EQ("", OutputOf(child)) << round;
+    }
+}
+
+TEST(Watchdog, FreesAFurtherAbortInItsDestructor) {
+    for (int round = 0; round < 50; ++round) {
+        CSubProc child;
+        auto watchdog = std::make_unique<CSubProcTimeOut>(child);
+        std::atomic<int> thread{0};
+        std::thread aborter([&, w = watchdog.get()] {
+            thread = gettid();
+            w->Abort();
+        });
+        while (thread == 0) {
+        }
+        WaitUntilAsleep(thread);
+        watchdog.reset();
+        aborter.join();
+    }
+}

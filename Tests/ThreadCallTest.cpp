@@ -1,0 +1,220 @@
+#include "ThreadCall.h"
+
+#include <gtest/gtest.h>
+#include <sys/resource.h>
+#include <unistd.h>
+
+#include <atomic>
+#include <cerrno>
+#include <ctime>
+#include <memory>
+#include <stdexcept>
+
+using namespace rhu::os;
+using vyn::SThread;
+using vyn::ThreadCall;
+
+namespace {
+
+Time FromNow(double seconds) {
+    Time point;
+    point.setNow();
+    Time span;
+    span.set(seconds);
+    point.add(span);
+    return point;
+}
+
+unsigned long PutOne(void* semaphore) {
+    static_cast<Semaphore*>(semaphore)->put(1);
+    return 0;
+}
+
+struct SWaiter {
+    Semaphore semaphore;
+    std::atomic<bool> woken{false};
+};
+
+unsigned long WaitLong(void* waiter) {
+    SWaiter* self = static_cast<SWaiter*>(waiter);
+    self->semaphore.get(FromNow(1e9));
+    self->woken = true;
+    return 0;
+}
+
+unsigned long WaitWithoutLimit(void* waiter) {
+    SWaiter* self = static_cast<SWaiter*>(waiter);
+    self->semaphore.get();
+    self->woken = true;
+    return 0;
+}
+
+}  // namespace
+
+TEST(Time, AddsAndSaturates) {
+    struct {
+        double first, second;
+        uint32_t seconds, nanoseconds;
+    } const rows[] = {
+        {0, 0, 0, 0},
+        {1.75, 2.5, 4, 250000000},
+        {0.5, 0.5, 1, 0},
+        {-3, 1, 1, 0},
+        {4294967295.0, 0, 4294967295U, 0},
+        {1e300, 2, 4294967295U, 999999999},
+        {2147483648.0, 2147483648.0, 4294967295U, 999999999},
+    };
+    for (const auto& row : rows) {
+        Time a, b;
+        a.set(row.first);
+        b.set(row.second);
+        a.add(b);
+        EXPECT_EQ(row.seconds, a.seconds()) << row.first << " + " << row.second;
+        EXPECT_EQ(row.nanoseconds, a.nanoseconds()) << row.first << " + " << row.second;
+    }
+}
+
+TEST(Time, IsOnTheMonotonicClock) {
+    timespec before, after;
+    Time now;
+    clock_gettime(CLOCK_MONOTONIC, &before);
+    now.setNow();
+    clock_gettime(CLOCK_MONOTONIC, &after);
+    EXPECT_LE(before.tv_sec, now.seconds());
+    EXPECT_GE(after.tv_sec, now.seconds());
+}
+
+TEST(Semaphore, CountsUpToItsMaximum) {
+    Semaphore semaphore;
+    EXPECT_EQ(eStatusTimedOut, semaphore.get(FromNow(0)));
+    EXPECT_EQ(eStatusFailed, semaphore.init(3, 2));
+    ASSERT_EQ(eStatusOk, semaphore.init(1, 2));
+    EXPECT_EQ(eStatusOk, semaphore.put(1));
+    EXPECT_EQ(eStatusFailed, semaphore.put(1));
+    EXPECT_EQ(eStatusOk, semaphore.get());
+    EXPECT_EQ(eStatusOk, semaphore.get(FromNow(0))) << "what is there is taken even at the deadline";
+    const Time deadline = FromNow(0.02);
+    EXPECT_EQ(2, semaphore.get(deadline));
+    Time now;
+    now.setNow();
+    EXPECT_GE(now.seconds() + now.nanoseconds() / 1e9, deadline.seconds() + deadline.nanoseconds() / 1e9);
+}
+
+TEST(Semaphore, MayBeDestroyedByWhoeverTakesTheLastUnit) {
+    for (int round = 0; round < 300; ++round) {
+        auto semaphore = std::make_unique<Semaphore>();
+        SThread thread;
+        ASSERT_TRUE(thread.Launch(PutOne, semaphore.get()));
+        semaphore->get();
+        // The sanitizers see a put that still runs.
+        semaphore.reset();
+        thread.KillWait();
+    }
+}
+
+TEST(Semaphore, StaysWholeWhenAWaiterIsCancelled) {
+    for (auto wait : {WaitLong, WaitWithoutLimit}) {
+        SWaiter waiter;
+        SThread thread;
+        ASSERT_TRUE(thread.Launch(wait, &waiter));
+        thread.KillWait();
+        EXPECT_FALSE(waiter.woken);
+        waiter.semaphore.put(1);
+        EXPECT_EQ(eStatusOk, waiter.semaphore.get(FromNow(0)))
+            << "the cancelled waiter left the mutex locked";
+    }
+}
+
+TEST(Mutex, ExcludesOtherThreadsAndIsFreedByAnException) {
+    struct SShared {
+        Mutex mutex;
+        long count = 0;
+    } shared;
+    const auto add = [](void* p) -> unsigned long {
+        SShared* s = static_cast<SShared*>(p);
+        for (int i = 0; i < 20000; ++i) {
+            const auto_lock lock(s->mutex);
+            ++s->count;
+        }
+        return 0;
+    };
+    try {
+        const auto_lock lock(shared.mutex);
+        throw std::runtime_error("left");
+    } catch (const std::runtime_error&) {
+    }
+    SThread threads[3];
+    for (SThread& thread : threads) {
+        ASSERT_TRUE(thread.Launch(add, &shared));
+    }
+    for (SThread& thread : threads) {
+        thread.KillWait();  // no cancellation point on its way: it ends by itself
+    }
+    EXPECT_EQ(60000, shared.count);
+    ASSERT_EQ(eStatusOk, shared.mutex.init(true));
+    shared.mutex.lock();
+    EXPECT_EQ(eStatusOk, shared.mutex.lock()) << "a recursive mutex";
+    shared.mutex.unlock();
+    shared.mutex.unlock();
+}
+
+TEST(SThread, DoesNothingWithoutAThread) {
+    testing::internal::CaptureStderr();
+    SThread thread;
+    errno = ENOTTY;
+    thread.Kill();
+    thread.Wait();
+    thread.KillWait();
+    EXPECT_EQ(ENOTTY, errno);
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+}
+
+TEST(SThread, ReportsAThreadThatCannotBeMade) {
+    GTEST_FLAG_SET(death_test_style, "threadsafe");
+    const auto launchWithoutProcesses = [] {
+        const rlimit none = {0, 0};
+        setrlimit(RLIMIT_NPROC, &none);
+        if (geteuid() == 0 && setresuid(65534, 65534, 65534) != 0) {
+            _exit(2);
+        }
+        Semaphore semaphore;
+        SThread thread;
+        const bool launched = thread.Launch(PutOne, &semaphore);
+        const bool ok = !launched && errno == EAGAIN;
+        thread.Wait();  // no handle is left: prints nothing
+        _exit(ok ? 0 : 1);
+    };
+    EXPECT_EXIT(launchWithoutProcesses(), testing::ExitedWithCode(0),
+                "^pthread_create: Resource temporarily unavailable\n$");
+}
+
+// The thread sanitizer ends the process on a second join.
+#ifndef __SANITIZE_THREAD__
+TEST(SThread, ReportsASecondWait) {
+    Semaphore semaphore;
+    SThread thread;
+    ASSERT_TRUE(thread.Launch(PutOne, &semaphore));
+    testing::internal::CaptureStderr();
+    thread.Wait();
+    EXPECT_EQ(0, errno);
+    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    EXPECT_EQ(eStatusOk, semaphore.get(FromNow(0)));
+    testing::internal::CaptureStderr();
+    thread.Wait();
+    EXPECT_EQ(ESRCH, errno);
+    EXPECT_EQ("pthread_join: No such process\n", testing::internal::GetCapturedStderr());
+    thread.Kill();  // drops the handle
+}
+#endif
+
+TEST(ThreadCall, PutsOneOnItsSemaphore) {
+    Semaphore semaphore;
+    ThreadCall call = {&semaphore, nullptr};
+    call.called();
+    EXPECT_EQ(eStatusTimedOut, semaphore.get(FromNow(0)));
+    call.setSemaphore(&semaphore);
+    call.called();
+    EXPECT_EQ(eStatusOk, semaphore.get(FromNow(0)));
+    EXPECT_EQ(eStatusTimedOut, semaphore.get(FromNow(0)));
+    EXPECT_EQ(&semaphore, call.m_pOwner);
+}
