@@ -196,11 +196,12 @@ int CSubProc::Launch(const char* program, Argv argv, const char* directory,
     }
     m_nChild = child;
     // Each of the four ways back is tried, whatever becomes of the others.
-    const bool restored[] = {workDir.Back(), in.Restore(), out.Restore(), err.Restore()};
-    for (const bool ok : restored) {
-        if (!ok) {
-            return -1;
-        }
+    bool back = workDir.Back();
+    back = in.Restore() && back;
+    back = out.Restore() && back;
+    back = err.Restore() && back;
+    if (!back) {
+        return -1;
     }
     m_nReadFd = output.read.Release();
     m_nWriteFd = input.write.Release();
