@@ -3,6 +3,8 @@
 /// \file
 /// A growing character buffer. One buffer belongs to one thread at a time.
 
+#include <cstddef>
+
 #include "Vyn.h"
 
 namespace vyn {
@@ -10,9 +12,9 @@ namespace vyn {
 /// \brief Growing buffer whose text is contiguous and always NUL-terminated.
 ///
 /// The capacity is the most bytes of text that the allocation holds; it never shrinks. No operation throws:
-/// an append that meets a null text leaves EINVAL in `errno`, one that finds no memory ENOMEM, and both leave
-/// the buffer as it was. Without memory at construction the capacity is 0 and appends are refused in the same
-/// way.
+/// an append that meets a null text leaves EINVAL in `errno`, one that finds no memory or passes 4 GiB
+/// ENOMEM, and both leave the buffer as it was. A buffer that found no memory when it was made has no text, and
+/// appends to it leave EINVAL.
 class VYN_API CBuffer {
 public:
     /// \param size bytes allocated at first and added at each growth, at least 1; the capacity is one less.
@@ -43,8 +45,8 @@ public:
     void Empty();
 
 private:
-    void Append(const char* text, unsigned n);
-    bool Grow(unsigned extra);
+    void Append(const char* text, std::size_t n);
+    bool Grow(std::size_t extra);
 
     char* m_pBuffer;
     char* m_pWrite;  // m_pBuffer + m_nLength

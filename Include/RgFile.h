@@ -44,9 +44,11 @@ public:
     /// Deletes the attributes.
     virtual ~CRgValue();
 
+    /// The texts belong to the value and last until it changes; they are never null.
     virtual const char* GetName() const = 0;
     virtual const char* GetValue() const = 0;
     virtual RvType GetType() const = 0;
+    /// The setters of this library take null for the empty text. \return 1.
     virtual int SetName(const char* name) = 0;
     virtual int SetType(RvType type) = 0;
     virtual int SetValue(const char* value) = 0;
@@ -60,12 +62,16 @@ public:
     /// unless it wouldn't be read back as one token with the same text (as a sign, a fraction, a blank or the
     /// empty text); then it and its attributes are quoted, and so is any attribute whose own text needs it.
     /// Several attributes are separated by commas. Nothing escapes a `"` in a text: such a value doesn't read
-    /// back. \param attributes may be null. \return 1.
+    /// back.
+    /// \param file open for writing; not null, as \p name and \p value aren't.
+    /// \param attributes may be null.
+    /// \return 1.
     static int Dump(FILE* file, const char* name, RvType type, const char* value,
                     MList<CRgAttribute*>* attributes);
 
     /// Appends \p attribute, which the value owns from now on, with no test for one of that name.
     void AddAttribute(CRgAttribute* attribute) { m_listAttributes.AddTail(attribute); }
+    /// \return the list itself, which belongs to the value with the attributes in it. Never null.
     MList<CRgAttribute*>* GetAttributeList() { return &m_listAttributes; }
     int GetAttributeCount() { return m_listAttributes.GetCount(); }
     /// \return the first position; null when there is none.
@@ -115,9 +121,10 @@ public:
     CRgKey() = default;
     CRgKey(const CRgKey&) = delete;
     CRgKey& operator=(const CRgKey&) = delete;
-    /// Deletes all below the key.
+    /// Deletes all below the key. A key may go before its subkeys do: their parent is then null.
     virtual ~CRgKey();
 
+    /// \return the name, which belongs to the key; never null.
     virtual const char* GetName() const = 0;
     /// Makes or finds the subkey \p name.
     /// \param attributes taken over; may be null.
@@ -145,14 +152,16 @@ public:
     /// Deletes the present attributes and takes over those of \p attributes, which isn't null.
     virtual void SetAttributes(MList<CRgAttribute*>* attributes);
     /// Called by the loader on the last key that a section heading reached, when the key class refused the
-    /// element \p name and the heading has attributes. \return the key that takes the section's values, and
-    /// with it the attributes; null leaves the attributes to the caller.
+    /// element \p name and the heading has attributes.
+    /// \return the key that takes the section's values, and with it the attributes; null leaves the
+    /// attributes to the caller.
     virtual CRgKey* UseAttributes(MList<CRgAttribute*>* attributes, const char* name);
     /// Deletes every subkey, value and attribute. The key itself survives.
     virtual void Empty();
     /// Writes the key and all below it: its heading, its values, then its subkeys. A key without values has
-    /// no heading. Attributes of keys aren't written. \param parentPath path of the parent key; null for the
-    /// root, which has no heading. \return 0.
+    /// no heading. Attributes of keys aren't written. Each level of keys is one level of calls.
+    /// \param parentPath path of the parent key; null for the root, which has no heading.
+    /// \return 0.
     virtual int Dump(FILE* file, const char* parentPath) const;
 
     int GetKeyCount() { return m_listKeys.GetCount(); }
@@ -165,6 +174,7 @@ public:
     void* GetFirstValuePosition() const { return m_listValues.GetHeadPosition(); }
     /// \param[in,out] pos moves to the next value or to null. Not null.
     CRgValue* GetNextValue(void*& pos) const { return m_listValues.GetNext(pos); }
+    /// \return the list itself, which belongs to the key with the attributes in it. Never null.
     MList<CRgAttribute*>* GetAttributeList() { return &m_listAttributes; }
 
 protected:
@@ -218,8 +228,10 @@ public:
     ~CRgLoader();
 
     /// Reads the file at \p path into the root, which keeps what it holds. What was read before a malformed
-    /// place stays in the tree. \param path not null. \return 0 when the text was read up to its end; 1 when
-    /// the path is empty, the file can't be opened or the text is malformed.
+    /// place stays in the tree.
+    /// \param path not null.
+    /// \return 0 when the text was read up to its end; 1 when the path is empty, the file can't be opened or
+    /// the text is malformed.
     int Load(const char* path);
 
 private:
@@ -286,25 +298,27 @@ public:
     virtual ~CRgFile();
 
     /// Empties the tree and reads the file at \p path. The first call gives the object its path name,
-    /// whatever its outcome; later ones leave that alone. \param path not null. \return 0 on success, else 1;
-    /// the tree is then empty.
+    /// whatever its outcome; later ones leave that alone.
+    /// \param path not null.
+    /// \return 0 on success, else 1; the tree is then empty.
     int Load(const char* path);
     /// Reads the file at \p path into the tree, adding to what it holds.
     /// \param path not null.
     /// \return 0 on success, else 1; the whole tree is then empty, what it held before included.
     int Merge(const char* path);
     /// Writes the tree to \p path, or to the file's own path when \p path is null. Errors while writing
-    /// aren't detected. \return 0 on success, 1 when the path is empty, the value of `errno` when the file
-    /// can't be opened.
+    /// aren't detected.
+    /// \return 0 on success, 1 when the path is empty, the value of `errno` when the file can't be opened.
     int Save(const char* path);
 
     /// \return the root, owned by the file, never null.
     CRgKey* GetKeyRoot() { return m_pRoot; }
-    /// \return the key at \p path; null when an element is missing.
+    /// \return the key at \p path; null when an element is missing. It belongs to the tree and lasts until it is
+    /// removed or the file is loaded again.
     CRgKey* FindKey(const char* path);
     /// Makes the key at \p path and what is missing on the way. The key class gets an attribute for the last
     /// element when both \p attributeName and \p attributeValue are given.
-    /// \return the key; null when the key class refuses an element.
+    /// \return the key, which belongs to the tree; null when the key class refuses an element.
     CRgKey* CreateKey(const char* path, const char* attributeName, const char* attributeValue);
     /// \return the text of value \p name in the key at \p path; null when it is missing. The text belongs to
     /// the value and lasts until that changes.

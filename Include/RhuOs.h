@@ -29,8 +29,9 @@ public:
     /// Sets both words.
     /// \param nanoseconds at least 0 and below 1,000,000,000.
     void set(long seconds, long nanoseconds);
-    /// Becomes a span. \param seconds may have a fraction; negative counts as 0, and what exceeds the words
-    /// as the longest span, 136 years.
+    /// Becomes a span.
+    /// \param seconds may have a fraction; negative counts as 0, and what exceeds the words as the longest
+    /// span, 136 years.
     void set(double seconds);
     /// Becomes the current point in time, as SemaphoreRep::get takes it.
     void setNow();
@@ -59,7 +60,8 @@ public:
     /// \pre nobody holds the mutex.
     ~MutexRep();
 
-    /// Makes the mutex anew. \param recursive whether the thread that holds it may lock it again.
+    /// Makes the mutex anew.
+    /// \param recursive whether the thread that holds it may lock it again.
     /// \pre nobody holds the mutex.
     Status init(bool recursive);
     /// Waits until nobody else holds the mutex, and takes it.
@@ -93,20 +95,24 @@ public:
     SemaphoreRep(const SemaphoreRep&) = delete;
     SemaphoreRep& operator=(const SemaphoreRep&) = delete;
     /// Waits for the threads that are about to leave get() with a unit of the count, so that a put() may be
-    /// followed by the destruction. \pre no other thread waits, and none enters any more.
+    /// followed by the destruction.
+    /// \pre no other thread waits, and none enters any more.
     ~SemaphoreRep();
 
-    /// Sets the count and its maximum. \return eStatusFailed, with nothing changed, when \p initial is above
-    /// \p maximum. \pre no thread waits.
+    /// Sets the count and its maximum.
+    /// \return eStatusFailed, with nothing changed, when \p initial is above \p maximum.
+    /// \pre no thread waits.
     Status init(unsigned initial, unsigned maximum);
-    /// Adds \p n to the count and wakes that many waiters; never blocks for long. \return eStatusFailed, with
-    /// nothing changed, when the count would exceed its maximum.
+    /// Adds \p n to the count and wakes that many waiters; never blocks for long.
+    /// \return eStatusFailed, with nothing changed, when the count would exceed its maximum.
     Status put(unsigned n);
     /// Blocks until the count is above 0, then takes one. A cancellation point: a thread that is cancelled
     /// here has taken nothing.
     Status get();
-    /// The same with a limit. \param deadline an absolute point in time. \return eStatusTimedOut when it has
-    /// passed and nothing was taken; what can be taken at once is taken even after the deadline.
+    /// The same with a limit.
+    /// \param deadline an absolute point in time.
+    /// \return eStatusTimedOut when it has passed and nothing was taken; what can be taken at once is taken
+    /// even after the deadline.
     Status get(Time deadline);
 
 private:

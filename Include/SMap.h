@@ -14,8 +14,9 @@
 namespace vyn {
 
 /// The hash of all maps with text keys: `h = h * 33 + c` in 32 bits over the bytes of \p key up to its first
-/// NUL, each taken as a signed char; then a mask when \p tableSize is a power of two, else a modulo. \param
-/// tableSize number of buckets, at least 1. \return the bucket.
+/// NUL, each taken as a signed char; then a mask when \p tableSize is a power of two, else a modulo.
+/// \param tableSize number of buckets, at least 1.
+/// \return the bucket.
 VYN_API unsigned StringHashKey(const SString& key, int tableSize);
 
 namespace detail {

@@ -15,8 +15,10 @@ namespace vyn {
 /// steps taken out; a relative text keeps them. Absolute are URIs, drive paths as `c:/x` among them, and what
 /// begins with "/". Assigned text is shorter than 1024 bytes: else the path becomes empty and `errno` EINVAL.
 /// Results of type `char*` are the caller's to `free`; a `const char*` points into the path and lasts until
-/// it changes. Texts passed in may be null only where that is said. \code SPathName
-/// path("/work/models/../a.mod");  // "/work/a.mod" path.SubSuffix();                         // "/work/a"
+/// it changes. Texts passed in may be null only where that is said.
+/// \code
+/// SPathName path("/work/models/../a.mod");  // "/work/a.mod"
+/// path.SubSuffix();                         // "/work/a"
 /// path.AddPathElement("b");                 // "/work/a/b"
 /// \endcode
 class VYN_API SPathName : public SString {
@@ -56,12 +58,13 @@ public:
     /// drive paths and URIs as well. An empty path stays empty.
     void MakeAbsolutePath();
     /// Expands the path when that makes it absolute; else puts the directory of \p base in front of the text
-    /// as it stood. \param base a file: its last element doesn't count. Empty means the current directory.
-    /// `errno` is ERANGE when the directory, or the path behind it, didn't fit in 1023 bytes and was left
-    /// out.
+    /// as it stood.
+    /// \param base a file: its last element doesn't count. Empty means the current directory. `errno` is
+    /// ERANGE when the directory, or the path behind it, didn't fit in 1023 bytes and was left out.
     void MakeAbsolutePath(const SPathName& base);
     /// The path becomes what leads to it from the directory of \p base, both taken as full paths without
-    /// expansion. \param base a file: a directory has to end in "/" to count as a whole.
+    /// expansion.
+    /// \param base a file: a directory has to end in "/" to count as a whole.
     void MakeRelativePath(const SPathName& base);
     /// Appends \p suffix, with the dot that it brings along, to a path that has no suffix.
     void AddSuffix(const char* suffix);
@@ -75,8 +78,8 @@ public:
     void AddPathElement(const SString& element) { AddPathElement(element.c_str()); }
 
     /// Creates the directory, and its parents except the first element of a relative path.
-    /// \return 1 when the directory was made or existed, else 0 with the `errno` of the system. Of a drive, 1
-    /// when its root is a directory.
+    /// \return 1 when the directory was made or existed, else 0 with the `errno` of the system; 0 for "/" itself. Of a
+    /// drive, 1 when its root is a directory.
     int CreateDirectoryA() const;
 };
 
@@ -97,8 +100,7 @@ VYN_API int IsAbsolutePathLocal(const char* text);
 
 /// Copies \p in without its `/./` and `/../` steps. A ".." takes away the element before it, an empty one
 /// too; without a "/" before, it takes away all there is: `/a/..` becomes empty, `c:/../b` becomes `/b`. A
-/// final
-/// `/.` stays.
+/// final `/.` stays.
 /// \param out at least as large as \p in with its NUL; may be \p in.
 /// \return 1 when something was taken out, else 0.
 VYN_API int WexPathCanonicalize(char* out, const char* in);

@@ -131,7 +131,8 @@ public:
     int CompareNoCase(const char* rhs) const;
     int CompareNoCase(const SString& rhs) const;
     /// \return the byte offset of the first occurrence of \p needle in the text up to its first NUL; -1 when
-    /// it doesn't occur; 0 for an empty needle. \throws std::logic_error when \p needle is null.
+    /// it doesn't occur; 0 for an empty needle.
+    /// \throws std::logic_error when \p needle is null.
     int Find(const char* needle) const;
 
     /// Inserts the bytes of \p text before byte offset \p pos.
@@ -153,9 +154,11 @@ public:
     /// object.
     ///
     /// The scan knows the conversions `c C s S d i o u x X p e g G f n` with one prefix letter. Others, `E`,
-    /// `ll` and so on, count as no output, so that their format is refused. \return the upper bound, which
-    /// isn't the length of the result. `errno` is EINVAL and the string empty when the result doesn't fit in
-    /// the bound or the format is refused by the system; else `errno` is left alone.
+    /// `ll` and so on, count as no output, so that their format is refused.
+    /// \pre \p format isn't null.
+    /// \return the upper bound, which isn't the length of the result. `errno` is EINVAL and the string empty
+    /// when the result doesn't fit in the bound or the format is refused by the system; else `errno` is left
+    /// alone.
     int Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     /// The same as Format.
     int FormatMessage(const char* format, ...) __attribute__((format(printf, 2, 3)));
@@ -189,9 +192,12 @@ VYN_API void SetNormalizeLineEndings(bool on);
 
 /// Writes the form that the one byte at \p src takes in XML character data to \p dst, NUL-terminated. The
 /// five markup characters, tab, line feed and carriage return become references; other control bytes and all
-/// bytes above 0x7F become a blank: UTF-8 text doesn't survive being mapped byte by byte. \param dstSize size
-/// of \p dst in bytes, at least 2. \return nothing. `errno` is ERANGE and the result empty when the form
-/// doesn't fit; EINVAL for a null \p dst.
+/// bytes above 0x7F become a blank: UTF-8 text doesn't survive being mapped byte by byte.
+/// A carriage return becomes the empty text after SetNormalizeLineEndings(true).
+/// \param src not null.
+/// \param dstSize size of \p dst in bytes, at least 2.
+/// \return nothing. `errno` is ERANGE and the result empty when the form doesn't fit; EINVAL for a null \p
+/// dst.
 VYN_API void XMLMapSingleDataCharacter(const char* src, char* dst, unsigned dstSize);
 
 /// \return the value in the environment, or null when \p name isn't set; valid until the environment changes.
@@ -201,7 +207,9 @@ VYN_API const char* VynGetEnvironmentVariable(const SString& name);
 VYN_API const char* VynGetEnvironmentVariable(const char* name);
 
 /// Formats a line and, when the variable QZD_TRACE was in the environment while the library loaded, writes it
-/// to standard output with a newline. \return what SString::Format returns, traced or not.
+/// to standard output with a newline.
+/// \pre \p format isn't null.
+/// \return what SString::Format returns, traced or not.
 VYN_API int xq_trace(const char* format, ...) __attribute__((format(printf, 1, 2)));
 
 }  // namespace vyn

@@ -111,9 +111,10 @@ private:
 
 /// Starts \p file with the standard descriptors and the working directory of this process, and the
 /// descriptors and signals that CSubProc tells of. Costs about the same whatever this process holds: its
-/// memory isn't copied. \param file looked for in PATH when it has no "/". \param argv the arguments, up to a
-/// null pointer. \param restore whether the child has the LD_LIBRARY_PATH of
-/// CSubProc::do_restore_ld_library_path.
+/// memory isn't copied.
+/// \param file looked for in PATH when it has no "/".
+/// \param argv the arguments, up to a null pointer.
+/// \param restore whether the child has the LD_LIBRARY_PATH of CSubProc::do_restore_ld_library_path.
 /// \return the id of the child; -1 with a line on standard error when the system can't make a process. A
 /// child that can't execute \p file writes a line to standard error and exits with 1.
 VYN_API int local_spawn(const char* file, const char* const* argv, bool restore);
@@ -137,8 +138,8 @@ public:
     /// Starts the thread. \param timeout in seconds from now. \return whether the thread runs.
     virtual bool Start(unsigned timeout);
     /// Calls the watchdog off and waits until its thread is done with the child: either it has been killed by
-    /// then or it never will be. \pre Start() returned true, and Abort() wasn't called yet; else it waits for
-    /// the destructor.
+    /// then or it never will be.
+    /// \pre Start() returned true, and Abort() wasn't called yet; else it waits for the destructor.
     virtual void Abort();
     /// The body of the thread.
     virtual void LaunchFunction();

@@ -22,7 +22,7 @@ namespace vyn {
 
 /// \brief A string of wide characters, one per element: UTF-32.
 ///
-/// All members of the standard string are available, and copies are independent values. A standard string
+/// All members of the standard string are available, and copies are independent values. A `std::string`
 /// isn't taken: give it the type that tells its encoding.
 class VYN_API WString : public std::basic_string<wchar_t> {
 public:
@@ -124,7 +124,7 @@ VYN_API void getUTF16or32StringFromUTF8(std::basic_string<wchar_t>& out, const c
 /// Guesses the encoding of a block of bytes: by its byte-order mark, else by its zero bytes, of which UTF-16
 /// has many at every other place, and without any by IsUTF8.
 /// \param data not null. Needs a NUL at its end only when \p length is 0.
-/// \param length in bytes; 0 leaves the decision to IsUTF8 alone.
+/// \param length in bytes; 0 leaves the decision to IsUTF8 alone. No byte beyond it is looked at.
 VYN_API EncodingInfo DetectEncoding(const char* data, unsigned length);
 
 /// Guesses whether \p text is UTF-8 rather than text of another multi-byte encoding. The well-formed

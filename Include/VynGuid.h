@@ -25,8 +25,9 @@ struct VYN_API GUID {
     void ToString(std::string& out) const;
 
     /// Reads the text form, in upper or lower case. What follows it is ignored. Each field is read as
-    /// `sscanf` reads hexadecimal digits, so that a field may be shorter than it is written. \param[out] out
-    /// the null GUID when the result is false. \return true when all fields were read.
+    /// `sscanf` reads hexadecimal digits, so that a field may be shorter than it is written.
+    /// \param[out] out the null GUID when the result is false.
+    /// \return true when all fields were read.
     static bool FromString(const std::string& text, GUID& out);
 };
 

@@ -64,8 +64,9 @@ VYN_API void DecodeAgentURL(const std::string& in, UTF8String& out);
 /// The alphabet of base64.
 extern VYN_API const std::string base64_chars;
 
-/// Base64 with padding and without line breaks. \param bytes may be null when \p length is 0. \param length
-/// in bytes.
+/// Base64 with padding and without line breaks.
+/// \param bytes may be null when \p length is 0.
+/// \param length in bytes.
 VYN_API std::string base64_encode(const unsigned char* bytes, unsigned length);
 /// Decodes \p text up to its end, the first "=" or the first byte that isn't in the alphabet. What follows
 /// is ignored, and so is a single last character that makes no byte.

@@ -131,8 +131,8 @@ public:
     /// `/`.
     const CMgrCategory* FindCategory(const char* path, const char*& rest) const;
     /// \param length bytes of \p name that count; 0 for all of them. An element has at most 255 bytes: a
-    /// longer \p length and a null \p name with one leave EINVAL in `errno`. \return the direct sub-category
-    /// of that name; null when there is none.
+    /// longer \p length and a null \p name with one leave EINVAL in `errno`.
+    /// \return the direct sub-category of that name; null when there is none.
     const CMgrCategory* FindCategory(const char* name, unsigned length) const;
     /// \return names from the top level down, joined by `/`; null for the root. Lives as long as the node.
     const char* GetPath();
@@ -183,13 +183,9 @@ private:
 ///
 /// A tool calls AddCategory for each of its tables first, since a file keeps in memory only what the category
 /// tree knows, then adds its files, the most personal one first, and at the end calls SaveAllFiles: \code
-/// COptionManager manager;
-/// manager.AddCategory(&catEditor);
-/// manager.AddOptionFile("user.zop");
-/// manager.AddOptionFile("company.zop");
-/// int nWidth = manager.GetIntValue("Editor/Text", "TabWidth");
-/// manager.SetBoolValue("Editor/Text", "Wrap", 1);
-/// manager.SaveAllFiles();
+/// COptionManager manager; manager.AddCategory(&catEditor); manager.AddOptionFile("user.zop");
+/// manager.AddOptionFile("company.zop"); int nWidth = manager.GetIntValue("Editor/Text", "TabWidth");
+/// manager.SetBoolValue("Editor/Text", "Wrap", 1); manager.SaveAllFiles();
 /// \endcode
 ///
 /// An option is addressed by a key, which is the path of its category with no leading `/` and elements of at
@@ -380,7 +376,8 @@ public:
     /// \pre a save is under way.
     void SaveUnsavedValues();
     /// Writes this key, when the save under way hasn't met it, and those below it; at the end the flags of
-    /// all of them are clear. \pre a save is under way.
+    /// all of them are clear.
+    /// \pre a save is under way.
     void SaveUnsavedKeys();
 
 protected:
@@ -492,11 +489,11 @@ public:
     /// \return 0 on success, and the modified flag is clear; else 1, and the tree is empty.
     int Load(const char* path);
     /// Writes the file. The new text is made in a file of that name followed by "~", which then takes its
-    /// place; when it can't, its content is copied there. \param path null means the file's own path, which a
-    /// save never changes. \return 0 on success, and the modified flag is clear. 1 when the path is empty, or
-    /// when the existing file is malformed: that file stays as it was and the tree is empty. Else the value
-    /// of `errno`: nothing has changed but, when only the last step failed, that the new text stays in the
-    /// "~" file.
+    /// place; when it can't, its content is copied there.
+    /// \param path null means the file's own path, which a save never changes.
+    /// \return 0 on success, and the modified flag is clear. 1 when the path is empty, or when the existing
+    /// file is malformed: that file stays as it was and the tree is empty. Else the value of `errno`: nothing
+    /// has changed but, when only the last step failed, that the new text stays in the "~" file.
     int Save(const char* path);
     /// The same, but for the copy in the last step.
     int SaveAs(const char* path);

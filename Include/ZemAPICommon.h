@@ -78,8 +78,9 @@ public:
     T* operator->() const { return get(); }
     explicit operator bool() const { return m_pObject != nullptr; }
 
-    /// Gives up what is held. \return where QueryInterface stores a pointer with a reference, which is then
-    /// held; valid as long as this object.
+    /// Gives up what is held.
+    /// \return where QueryInterface stores a pointer with a reference, which is then held; valid as long as
+    /// this object.
     void** Address() {
         Ptr().Swap(*this);
         return &m_pObject;

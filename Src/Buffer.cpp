@@ -1,6 +1,7 @@
 #include "Buffer.h"
 
 #include <cerrno>
+#include <climits>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -55,15 +56,21 @@ char CBuffer::operator[](unsigned i) {
     return m_pBuffer[i];
 }
 
-bool CBuffer::Grow(unsigned extra) {
-    char* grown = static_cast<char*>(realloc(m_pBuffer, size_t{m_nCapacity} + extra + 1));
+// Makes room for `extra` bytes more, which are at most what two unsigned hold.
+bool CBuffer::Grow(size_t extra) {
+    if (!m_pBuffer) {
+        errno = EINVAL;
+        return false;
+    }
+    const size_t capacity = m_nCapacity + extra;
+    char* grown = capacity < UINT_MAX ? static_cast<char*>(realloc(m_pBuffer, capacity + 1)) : nullptr;
     if (!grown) {
         errno = ENOMEM;
         return false;
     }
     m_pBuffer = grown;
     m_pWrite = m_pBuffer + m_nLength;
-    m_nCapacity += extra;
+    m_nCapacity = static_cast<unsigned>(capacity);
     return true;
 }
 
@@ -76,7 +83,7 @@ void CBuffer::operator+=(char c) {
     ++m_nLength;
 }
 
-void CBuffer::Append(const char* text, unsigned n) {
+void CBuffer::Append(const char* text, size_t n) {
     if (n == 0) {
         return;
     }
@@ -89,7 +96,7 @@ void CBuffer::Append(const char* text, unsigned n) {
     memcpy(m_pWrite, own ? m_pBuffer + offset : text, n);
     m_pWrite += n;
     *m_pWrite = '\0';
-    m_nLength += n;
+    m_nLength += static_cast<unsigned>(n);
 }
 
 void CBuffer::operator+=(const char* text) {
@@ -97,7 +104,7 @@ void CBuffer::operator+=(const char* text) {
         errno = EINVAL;
         return;
     }
-    Append(text, static_cast<unsigned>(strlen(text)));
+    Append(text, strlen(text));
 }
 
 void CBuffer::operator+=(const CBuffer& other) {

@@ -52,7 +52,8 @@ void Put(FILE* file, const char* text);
 
 /// Writes a section heading, with the attributes in parentheses when there are any. An attribute that no
 /// heading can hold, since its text is empty or has a character of the syntax, is left out: it would make the
-/// file unreadable. \param attributes may be null.
+/// file unreadable.
+/// \param attributes may be null.
 void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes);
 
 }  // namespace vyn::detail

@@ -1,6 +1,7 @@
 #include <cstdint>
 #include <cstdio>
 #include <cstring>
+#include <memory>
 
 #include "RgFile.h"
 #include "RgFile_p.h"
@@ -9,7 +10,7 @@ namespace vyn {
 
 namespace {
 
-constexpr size_t kBufferSize = 16 * 1024;
+constexpr size_t kBufferSize = size_t{16} * 1024;
 
 // The classes of the format, whatever the locale: bytes from 0x80 upward are in none of them.
 bool IsSpace(char c) {
@@ -32,7 +33,8 @@ CRgLoader::CRgLoader(CRgKey& root)
       m_chCurrent(' '),
       m_nToken(eUnknown),
       m_pNext(nullptr),
-      m_pEnd(nullptr) {}
+      m_pEnd(nullptr),
+      m_pBuffer(nullptr) {}
 
 CRgLoader::~CRgLoader() = default;
 
@@ -40,10 +42,11 @@ int CRgLoader::Load(const char* path) {
     if (!*path) {
         return 1;
     }
-    m_pFile = fopen(path, "r");
-    if (!m_pFile) {
+    const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(path, "r"), fclose);
+    if (!file) {
         return 1;
     }
+    m_pFile = file.get();
     // The loader reads in blocks of its own, and needs no second buffer behind them.
     setvbuf(m_pFile, nullptr, _IONBF, 0);
     char buffer[kBufferSize];
@@ -55,7 +58,6 @@ int CRgLoader::Load(const char* path) {
 
     m_chCurrent = ' ';
     m_pBuffer = nullptr;
-    fclose(m_pFile);
     m_pFile = nullptr;
     return m_nToken == eEnd ? 0 : 1;
 }

@@ -215,6 +215,9 @@ void CRgKey::Empty() {
     for (void* pos = m_listKeys.GetHeadPosition(); pos;) {
         void* current = pos;
         CRgKey* key = m_listKeys.GetNext(current);
+        for (void* sub = key->m_listKeys.GetHeadPosition(); sub;) {
+            key->m_listKeys.GetNext(sub)->m_pParent = nullptr;
+        }
         m_listKeys.AddTail(&key->m_listKeys);
         key->m_listKeys.RemoveAll();
         delete m_listKeys.GetNext(pos);

@@ -37,12 +37,6 @@ void Canonicalize(std::string& text) {
     }
 }
 
-// Cuts `text` before `separator`, or behind it, by `keep` bytes of it.
-void CutAtLastSeparator(std::string& text, size_t keep) {
-    const char* separator = FindLastDirSep(&text[0]);
-    text.resize(separator ? static_cast<size_t>(separator - text.c_str()) + keep : 0);
-}
-
 char* CopyReplacing(const SString& text, char from, char to) {
     char* copy = strdup(text.c_str());
     std::replace(copy, copy + strlen(copy), from, to);
@@ -98,8 +92,7 @@ SString SPathName::GetDirectory() const {
     if (GetTail() == c_str()) {
         return SString();
     }
-    SString directory(*this);
-    CutAtLastSeparator(directory, 0);
+    SString directory(substr(0, static_cast<size_t>(GetTail() - c_str()) - 1));
     if (directory.empty() || IsDrive(directory)) {
         directory += '/';
     }
@@ -144,7 +137,7 @@ void SPathName::MakeAbsolutePath(const SPathName& base) {
         errno = ERANGE;
         path.clear();
     }
-    CutAtLastSeparator(path, 1);
+    path.resize(path.find_last_of("/\\") + 1);
     if (path.size() + size() < sizePath) {
         path += *this;
     } else {

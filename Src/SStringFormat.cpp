@@ -1,5 +1,6 @@
 #include <algorithm>
 #include <cerrno>
+#include <climits>
 #include <cstdarg>
 #include <cstdio>
 #include <cstdlib>
@@ -17,11 +18,16 @@ bool IsDigit(char c) {
     return c >= '0' && c <= '9';
 }
 
+// Widths and bounds are counted in 64 bits and kept within an int.
+int Clamp(long long n) {
+    return static_cast<int>(std::min<long long>(n, INT_MAX));
+}
+
 // Reads decimal digits at `p` and moves it behind them.
 int ReadDigits(const char*& p) {
-    int n = atoi(p);
-    while (IsDigit(*p)) {
-        ++p;
+    int n = 0;
+    for (; IsDigit(*p); ++p) {
+        n = Clamp(n * 10LL + (*p - '0'));
     }
     return n;
 }
@@ -34,10 +40,10 @@ struct Conversion {
     char letter = 0;
 
     int Limited(size_t length) const {
-        int size = std::max(static_cast<int>(length), width);
+        int size = std::max(Clamp(static_cast<long long>(length)), width);
         return precision != 0 ? std::min(size, precision) : size;
     }
-    int AtLeast(int size) const { return std::max(size, width + precision); }
+    int AtLeast(int size) const { return std::max(size, Clamp(static_cast<long long>(width) + precision)); }
     bool IsWideText() const {
         return prefix == 'l' ? letter == 's' || letter == 'S' : prefix == 0 && letter == 'S';
     }
@@ -52,7 +58,7 @@ struct FormatScan {
 
     // Upper bound of the length of the text that `format` makes.
     int Bound(const char* format) {
-        int bound = 0;
+        long long bound = 0;
         const char* p = format;
         while (*p) {
             if (*p++ != '%') {
@@ -70,7 +76,7 @@ struct FormatScan {
                 bound += ItemSize(conversion);
             }
         }
-        return bound;
+        return Clamp(bound);
     }
 
 private:
@@ -134,8 +140,8 @@ private:
                 (void)va_arg(m_args, double);
                 return conversion.AtLeast(128);
             case 'f':
-                return snprintf(nullptr, 0, "%*.*f", conversion.width, conversion.precision + 6,
-                                va_arg(m_args, double));
+                return std::max(0, snprintf(nullptr, 0, "%*.*f", conversion.width,
+                                            Clamp(conversion.precision + 6LL), va_arg(m_args, double)));
             case 'n':
                 (void)va_arg(m_args, void*);
                 return 0;
@@ -189,7 +195,8 @@ int SString::FormatV(const char* format, void* args) {
     va_copy(printed, list);
     vsnprintf(&text[0], text.size() + 1, format, printed);
     va_end(printed);
-    // `format` may be this string's own text, so it is replaced last.
+    // A NUL that %c wrote ends the text. `format` may be this string's own text, so that is replaced last.
+    text.resize(strlen(text.c_str()));
     swap(text);
     errno = savedErrno;
     return bound;

@@ -106,7 +106,7 @@ int Start(SChildPlan& plan) {
     pthread_sigmask(SIG_SETMASK, &all, &plan.mask);
     const pid_t child = vfork();
     if (child == 0) {
-        RunChild(plan);
+        RunChild(plan);  // NOLINT(clang-analyzer-unix.Vfork): all that it calls is safe there
     }
     const int error = errno;
     pthread_sigmask(SIG_SETMASK, &plan.mask, nullptr);
@@ -125,7 +125,7 @@ void CSubProc::do_restore_ld_library_path() {
     if (!entry.empty()) {
         putenv(strdup(entry.c_str()));  // belongs to the environment from now on
     }
-}
+}  // NOLINT(clang-analyzer-unix.Malloc)
 
 int local_spawn(const char* file, const char* const* argv, bool restore) {
     std::string libraryPath = restore ? SavedLibraryPath() : std::string();

@@ -90,15 +90,11 @@ const char* COptionManager::GetFileValue(const char* key, const char* name) cons
 }
 
 const COption* COptionManager::FindDeclared(const char* key, const char* name) const {
-    const size_t keyLength = strlen(key);
-    const size_t nameSize = strlen(name) + 1;
     char buffer[512];
-    if (keyLength + 1 + nameSize > sizeof buffer) {
+    if (strlen(key) + strlen(name) + 2 > sizeof buffer) {
         return FindOption((std::string(key) + '/' + name).c_str());
     }
-    memcpy(buffer, key, keyLength);
-    buffer[keyLength] = '/';
-    memcpy(buffer + keyLength + 1, name, nameSize);
+    strcpy(stpcpy(stpcpy(buffer, key), "/"), name);
     return FindOption(buffer);
 }
 
