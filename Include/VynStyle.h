@@ -70,14 +70,14 @@ private:
 /// \brief A named set of option values of one kind, which inherits from its parent what it doesn't set
 /// itself.
 ///
-/// A style is a small option manager. All its options have one key, its own path
-/// "<root name>/Styles/<style name>/<kind name>", which `GetMgrCategory()->GetPath()` gives, and besides the
-/// rows of the kind there is the option "BasedOn" for the name of the parent. A value on that key comes from,
-/// in falling order of strength: a file of the style that marks it "fixed", a file of the style, the parent
-/// by these same rules, and at the top of the chain the default of the row. \code CStyle body("Body",
-/// &kindParagraph, "Document", 0, nullptr); CStyle note("Note", &kindParagraph, "Document", 0, &body);
-/// body.SetValue(body.GetMgrCategory()->GetPath(), "Font", "Serif");
-/// const char* font = note.GetValue(note.GetMgrCategory()->GetPath(), "Font");  // "Serif"
+/// A style is a small option manager. All its options have one key, its own path "<root name>/Styles/<style
+/// name>/<kind name>", which `GetMgrCategory()->GetPath()` gives, and besides the rows of the kind there is
+/// the option "BasedOn" for the name of the parent. A value on that key comes from, in falling order of
+/// strength: a file of the style that marks it "fixed", a file of the style, the parent by these same rules,
+/// and at the top of the chain the default of the row. \code CStyle body("Body", &kindParagraph, "Document",
+/// 0, nullptr); CStyle note("Note", &kindParagraph, "Document", 0, &body);
+/// body.SetValue(body.GetMgrCategory()->GetPath(), "Font", "Serif"); const char* font =
+/// note.GetValue(note.GetMgrCategory()->GetPath(), "Font");  // "Serif"
 /// \endcode
 ///
 /// A parent and its child are of one kind. Parents may form a circle. A look-up then asks each style once,
@@ -134,7 +134,8 @@ public:
     int Release() { return --m_nRef; }
     int GetRef() { return m_nRef; }
     /// The key that SetInitialValues reads. A key that the style was made from says itself when it dies; one
-    /// that the tool sets here has to outlive its use. \param key may be null.
+    /// that the tool sets here has to outlive its use.
+    /// \param key may be null.
     void SetKey(CStyRgKey* key) { m_pKey = key; }
 
     /// \return the value; on a key that isn't the style's own path the declared default, never a value of a
@@ -263,11 +264,9 @@ public:
 /// Each style is a section `[root/Styles/style/kind] (kind=style)` with its values. A tool reads the file,
 /// moves the values into the styles and links the parents; the file may then go. \code CStyleList
 /// list(&kind); CStyleFile file(optionFile);  // of a style that declares the root name and "Styles"
-/// file.Load("document.styles", &list);
-/// for (void* pos = list.GetHeadPosition(); pos;) {
+/// file.Load("document.styles", &list); for (void* pos = list.GetHeadPosition(); pos;) {
 ///     list.GetNext(pos)->SetInitialValues();
-/// }
-/// for (void* pos = list.GetHeadPosition(); pos;) {
+/// } for (void* pos = list.GetHeadPosition(); pos;) {
 ///     CStyle* style = list.GetNext(pos);
 ///     const char* path = style->GetMgrCategory()->GetPath();
 ///     style->SetParent(list.FindStyle(style->GetValue(path, CStyle::InheritString)));
@@ -276,8 +275,7 @@ public:
 ///
 /// The file isn't written here. A style writes its own option file, and only a save over an existing file, be
 /// it empty, writes the attribute by which the style is read back; names that begin with a blank or contain
-/// one of
-/// `),=]` can't be written in it.
+/// one of `),=]` can't be written in it.
 class VYN_API CStyleFile : public CRgFile {
 public:
     /// \param file gives the category tree by its manager, which outlives the style file unless it is a
@@ -288,8 +286,9 @@ public:
 
     /// Empties the tree, reads \p path and appends the styles made to \p list, in the order of their
     /// sections. The styles belong to the tool. Those made before a malformed place live too, and only their
-    /// kind's GetStyleList has them. \param list not null. \return 0 on success; else 1, the tree is empty
-    /// and \p list is as it was.
+    /// kind's GetStyleList has them.
+    /// \param list not null.
+    /// \return 0 on success; else 1, the tree is empty and \p list is as it was.
     int Load(const char* path, CStyleList* list);
     /// Appends the styles of \p key and of all keys below it to \p list.
     void FillStyleList(CStyRgKey* key, CStyleList* list);
