@@ -97,7 +97,8 @@ VYN_API void UnregisterJavaObject(JNIEnv* env, jobject object);
 /// CreateNewWrappingCppObject if there is an \p interfaceName.
 /// \param object null gives null. A weak reference is allowed as long as its object wasn't collected.
 /// \param interfaceName may be null.
-/// \return the native pointer of a wrapper, with no new reference; what the creator returned; or null.
+/// \return the native pointer of a wrapper, with no new reference; what the creator returned; or null, also when an
+/// exception is pending.
 /// \throws const char* as CreateNewWrappingCppObject does.
 VYN_API k4::IUnknown* GetIUnknownFromJavaObject(JNIEnv* env, jobject object, const char* interfaceName);
 
@@ -116,6 +117,7 @@ T* GetInterfacePtr(JNIEnv* env, jobject object, const char* interfaceName) {
 /// Makes a native object for a Java implementation of an interface, by the creator that is registered under
 /// the last component of the name.
 /// \param interfaceName with "/" between its components, not null.
+/// \param object not null: JNI takes null for an instance of anything, and the creator would get it.
 /// \return what the creator returned; null if the registered creator is null.
 /// \throws const char* by k4::ThrowAPIError when the object doesn't implement the interface or no creator is
 /// registered. It must not pass into the virtual machine: catch it and call ThrowJavaAPIErrorException.

@@ -40,6 +40,8 @@ VYN_API void VynGetDynamicLinkLibraryName(SString& name);
 /// \pre \p path isn't null.
 /// \return the handle, or null on failure; `dlerror` then tells the reason.
 VYN_API HINSTANCE VynLoadDynamicLinkLibrary(const char* path);
+/// \param handle what VynLoadLibrary or VynLoadDynamicLinkLibrary returned, not VynhDllInstance. Null searches the whole
+/// process.
 /// \return the address of \p symbol in the library, or null when it has none.
 VYN_API void* VynGetProcAddress(HINSTANCE handle, const char* symbol);
 /// \return the current `errno`.
@@ -51,6 +53,7 @@ VYN_API unsigned long VynGetLastError();
 VYN_API HINSTANCE VynLoadLibrary(const char* path);
 /// Calls the library's `void UninitializeLibResources(HINSTANCE)`, when there is one, and unloads it. Does
 /// nothing with a null \p handle.
+/// \param handle what VynLoadLibrary or VynLoadDynamicLinkLibrary returned, or null.
 VYN_API void VynFreeLibrary(HINSTANCE handle);
 
 /// \return the value of the variable DRAVMOOR_INSTALLATION, or the empty string; valid until the environment

@@ -22,24 +22,25 @@ VYN_API std::string TruncAtNewLine(const std::string& text);
 /// \return true when \p url has a protocol, that is, when two slashes follow its first colon.
 VYN_API bool RemoveProtocolFromUrl(const std::string& url, std::string& protocol, std::string& rest);
 
-/// Splits a request line, as `GET /echo?text=a+b&n=1 HTTP/1.1`. The version behind it and up to two bytes of
-/// line end don't matter.
+/// Splits a request line, as `GET /echo?text=a+b&n=1 HTTP/1.1`. The version behind it, with the
+/// byte in front of it, and up to two bytes of line end don't matter; a text of 8 bytes or fewer stays whole.
 /// \param[out] path the text before the first "?", here `GET /echo`: a method stays, and nothing is decoded.
 /// \param[in,out] params gets each parameter that it doesn't have yet: the key as it stands, the value
 /// decoded by DecodeAgentURL. A parameter without "=" is its own value. It isn't cleared, and unchanged
 /// without a "?".
 VYN_API void SplitGetReq(std::string request, std::string& path, std::map<std::string, std::string>& params);
 
-/// Splits a URL of the protocol "http" or "file", in lower case; a file has a path and no host. What is wrong
-/// with another one is told on standard error.
+/// Splits a URL of the protocol "http" or "file", in lower case; a file has a path and no host. Another protocol
+/// is told on standard error.
 /// \param[in,out] protocol as by RemoveProtocolFromUrl: its old value counts when \p url has none.
-/// \param[out] host host and port; the rest of the URL when the protocol is unknown.
-/// \param[out] path begins at the first "/", and is "/" without one; unchanged when the protocol is unknown.
+/// \param[out] host host and port; empty for a file; the rest of the URL when the protocol is unknown.
+/// \param[out] path for http it begins at the first "/", and is "/" without one; for a file it is all of the rest, with
+/// each "\" replaced by "/". Unchanged when the protocol is unknown.
 VYN_API void SplitUrl(const std::string& url, std::string& protocol, std::string& host, std::string& path);
 
 /// Replaces \p from by \p to from left to right. After each replacement the search goes on `from.length() -
 /// 1` bytes before the end of the inserted text; it ends when that place lies before the start of the text.
-/// One byte is thus replaced everywhere by any non-empty text; "abc" in "abcabc" is replaced by "" once.
+/// One byte is thus replaced everywhere; "abc" in "abcabc" is replaced by "" once.
 /// \return the changed copy.
 VYN_API std::string ReplaceInStr(const std::string& text, const std::string& from, const std::string& to);
 

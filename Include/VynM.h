@@ -58,9 +58,9 @@ public:
     }
     /// Appends a copy of each element of \p other, which isn't null and stays as it is.
     void AddTail(MList<T>* other) {
-        // Counted, so that a list can be appended to itself.
-        NodeList* node = other->m_pHead;
-        for (int n = other->m_nCount; n > 0; --n, node = node->next) {
+        // Up to the tail of now, so that a list can be appended to itself.
+        const NodeList* last = other->m_pTail;
+        for (const NodeList* node = other->m_pHead; node; node = node == last ? nullptr : node->next) {
             AddTail(node->data);
         }
     }

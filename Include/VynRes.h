@@ -124,7 +124,7 @@ public:
     VynHandleResourceDLL(const char* name, void (*install)(HINSTANCE), HINSTANCE& instance);
     VynHandleResourceDLL(const VynHandleResourceDLL&) = delete;
     VynHandleResourceDLL& operator=(const VynHandleResourceDLL&) = delete;
-    /// Unloads the resource library and destroys the table of the module.
+    /// Unloads the resource library and destroys the table of the module. A module without a table is reported.
     virtual ~VynHandleResourceDLL();
 
 private:
