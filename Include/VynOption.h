@@ -153,7 +153,8 @@ public:
     void MergeCategory(const CCategory* category);
     /// Merges the sub-categories of \p other into this node.
     void MergeManager(CMgrCategory* other);
-    /// Takes the sub-categories of \p other out again; with the last manager a sub-category goes altogether,
+    /// Takes the sub-categories of \p other out again, with the names of their options whichever row these point to.
+    /// With the last manager a sub-category goes altogether,
     /// also one that a table had made. Does nothing when nothing was merged.
     void RemoveManager(CMgrCategory* other);
     /// A key that stands for this category is to be destroyed with it.
@@ -192,7 +193,8 @@ private:
 /// most 255 bytes, and its name. All values are text: booleans "true" and "false", of which the first
 /// character counts, and decimal integers.
 ///
-/// The manager owns its category tree, its components and the files in its list.
+/// The manager owns its category tree, its components and the files in its list. Keys, names, values and
+/// files that are passed in aren't null unless an operation says so.
 class VYN_API COptionManager : public CMgrCategory {
 public:
     COptionManager();
@@ -307,7 +309,8 @@ protected:
     SString m_strManagerName;
     MList<COptionFile*> m_listPredefinedFiles;  // not owning
 
-    static MMap<SString, COptionFile*> m_mapOptionFiles;  // by path name, of all managers; filled by tools
+    static MMap<SString, COptionFile*> m_mapOptionFiles;  // by path name, of all managers; filled by
+                                                          // subclasses, who take dead files out again
     static int m_bPredefinedAlreadyLoaded;
 
 private:
@@ -363,6 +366,7 @@ public:
     CRgValue* FindValue(const char* name) const override;
     int AddValue(CRgValue* value) override;
     int RemoveValue(CRgValue* value) override;
+    /// As in CRgKey; notes during a save that the heading being read has attributes.
     void SetAttributes(MList<CRgAttribute*>* attributes) override;
     void Empty() override;
 
@@ -402,7 +406,6 @@ protected:
 private:
     CRgKey* ReplayKey(const char* name);
     void ReplayValue(const char* name, const char* value, MList<CRgAttribute*>* attributes);
-    bool IsCurrent(COptRgValue* value) const;
     MList<CRgAttribute*>* HeadingAttributes();
 };
 
@@ -420,6 +423,7 @@ class VYN_API COptDummyRgKey : public COptRgKey {
 public:
     COptDummyRgKey() : COptRgKey(nullptr) {}
 
+    /// \pre a save is under way.
     /// \return this key, moved to the sub-category \p name.
     CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
 };
@@ -477,7 +481,7 @@ private:
 ///
 /// Memory holds what the manager's category tree knows. A save over an existing file keeps every entry that
 /// no category knows, in its place; a save to a new file writes what is in memory. The object doesn't outlive
-/// its manager.
+/// its manager. Keys, names, values and paths aren't null unless an operation says so.
 class VYN_API COptionFile : public CRgFile {
 public:
     /// The file isn't in the manager's stack yet.
@@ -489,13 +493,14 @@ public:
     /// \return 0 on success, and the modified flag is clear; else 1, and the tree is empty.
     int Load(const char* path);
     /// Writes the file. The new text is made in a file of that name followed by "~", which then takes its
-    /// place; when it can't, its content is copied there.
+    /// place with the permissions of the old file; when it can't, its content is copied there.
     /// \param path null means the file's own path, which a save never changes.
     /// \return 0 on success, and the modified flag is clear. 1 when the path is empty, or when the existing
     /// file is malformed: that file stays as it was and the tree is empty. Else the value of `errno`: nothing
     /// has changed but, when only the last step failed, that the new text stays in the "~" file.
     int Save(const char* path);
-    /// The same, but for the copy in the last step.
+    /// The same, but nothing is copied in the last step: when the new text can't take the file's place, the result is
+    /// the value of `errno`, and it stays in the "~" file.
     int SaveAs(const char* path);
 
     int IsModified() const { return m_bModified; }

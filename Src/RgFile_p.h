@@ -50,9 +50,12 @@ private:
 /// Writes the text with no lock and no formatting.
 void Put(FILE* file, const char* text);
 
-/// Writes a section heading, with the attributes in parentheses when there are any. An attribute that no
-/// heading can hold, since its text is empty or has a character of the syntax, is left out: it would make the
-/// file unreadable.
+/// \return true when a heading can hold one of the attributes: its texts aren't empty and have no character of the syntax.
+/// \param attributes may be null.
+bool HasHeadingAttributes(MList<CRgAttribute*>* attributes);
+
+/// Writes a section heading, with the attributes that it can hold in parentheses. The others are left out: they would make
+/// the file unreadable.
 /// \param attributes may be null.
 void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes);
 

@@ -45,6 +45,10 @@ bool FitsHeading(const char* text) {
     return *text && !strchr(" \t\n\v\f\r", *text) && !strpbrk(text, "),=");
 }
 
+bool FitsHeading(CRgAttribute& attribute) {
+    return FitsHeading(attribute.GetName()) && FitsHeading(attribute.GetValue());
+}
+
 }  // namespace
 
 namespace detail {
@@ -63,6 +67,15 @@ void Put(FILE* file, const char* text) {
     fputs_unlocked(text, file);
 }
 
+bool HasHeadingAttributes(MList<CRgAttribute*>* attributes) {
+    for (void* pos = attributes ? attributes->GetHeadPosition() : nullptr; pos;) {
+        if (FitsHeading(*attributes->GetNext(pos))) {
+            return true;
+        }
+    }
+    return false;
+}
+
 void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes) {
     Put(file, "\n[");
     Put(file, path);
@@ -70,7 +83,7 @@ void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes) 
     const char* separator = " (";
     for (void* pos = attributes ? attributes->GetHeadPosition() : nullptr; pos;) {
         CRgAttribute* attribute = attributes->GetNext(pos);
-        if (FitsHeading(attribute->GetName()) && FitsHeading(attribute->GetValue())) {
+        if (FitsHeading(*attribute)) {
             Put(file, separator);
             Put(file, attribute->GetName());
             Put(file, "=");

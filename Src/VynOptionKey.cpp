@@ -110,7 +110,9 @@ int COptRgKey::AddKey(CRgKey* key) {
 }
 
 int COptRgKey::RemoveKey(CRgKey* key) {
-    m_mapKeys.RemoveKey(key->GetName());
+    if (FindKey(key->GetName()) == key) {
+        m_mapKeys.RemoveKey(key->GetName());
+    }
     return CRgKey::RemoveKey(key);
 }
 
@@ -130,6 +132,11 @@ CRgValue* COptRgKey::CreateValue(const char* name, CRgValue::RvType, const char*
     if (attributes) {
         made->GetAttributeList()->AddTail(attributes);
     }
+    // Of several values of one name in a file the last one counts: an earlier one would come back with a save.
+    if (CRgValue* earlier = FindValue(name)) {
+        RemoveValue(earlier);
+        delete earlier;
+    }
     AddValue(made);
     return made;
 }
@@ -140,13 +147,13 @@ void COptRgKey::ReplayValue(const char* name, const char* value, MList<CRgAttrib
     if (m_pContext->m_bCounting) {
         return;
     }
-    if (!FindOption(name)) {
+    COptRgValue* present = static_cast<COptRgValue*>(FindValue(name));
+    if (!present && !FindOption(name)) {
         m_pContext->SavePath(HeadingAttributes());
         CRgValue::Dump(m_pContext->m_pFile, name, CRgValue::eText, value, attributes);
         m_pContext->ClearPath();
         return;
     }
-    COptRgValue* present = static_cast<COptRgValue*>(FindValue(name));
     if (!present || (present->m_nFlags & 1)) {
         return;
     }
@@ -175,7 +182,9 @@ int COptRgKey::AddValue(CRgValue* value) {
 }
 
 int COptRgKey::RemoveValue(CRgValue* value) {
-    m_mapValues.RemoveKey(value->GetName());
+    if (FindValue(value->GetName()) == value) {
+        m_mapValues.RemoveKey(value->GetName());
+    }
     return CRgKey::RemoveValue(value);
 }
 
@@ -215,15 +224,10 @@ void COptRgKey::Detach() {
     delete this;
 }
 
-// Of several values of one name, which a file may hold, only the one that look-ups find is saved.
-bool COptRgKey::IsCurrent(COptRgValue* value) const {
-    return FindValue(value->GetName()) == value;
-}
-
 int COptRgKey::IsThereUnsavedValues() {
     for (void* pos = GetFirstValuePosition(); pos;) {
-        COptRgValue* value = static_cast<COptRgValue*>(GetNextValue(pos));
-        if (!(value->m_nFlags & 1) && IsCurrent(value)) {
+        const COptRgValue* value = static_cast<COptRgValue*>(GetNextValue(pos));
+        if (!(value->m_nFlags & 1)) {
             return 1;
         }
     }
@@ -233,7 +237,7 @@ int COptRgKey::IsThereUnsavedValues() {
 void COptRgKey::SaveUnsavedValues() {
     for (void* pos = GetFirstValuePosition(); pos;) {
         COptRgValue* value = static_cast<COptRgValue*>(GetNextValue(pos));
-        if (!(value->m_nFlags & 1) && IsCurrent(value)) {
+        if (!(value->m_nFlags & 1)) {
             value->Dump(m_pContext->m_pFile);
             value->m_nFlags |= 1;
         }
@@ -329,7 +333,7 @@ void CIncrSaveContext::CountHeading() {
 }
 
 void CIncrSaveContext::SavePath(MList<CRgAttribute*>* attributes) {
-    if (!m_strPath.empty() && attributes && attributes->GetCount() > 0) {
+    if (!m_strPath.empty() && detail::HasHeadingAttributes(attributes)) {
         detail::PutHeading(m_pFile, m_strPath.c_str(), attributes);
         return;
     }

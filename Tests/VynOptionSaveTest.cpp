@@ -149,6 +149,39 @@ TEST_F(IncrementalSave, NewFileComesFromMemoryAlone) {
     EXPECT_EQ(file->GetPathName(), m_path);
 }
 
+TEST_F(IncrementalSave, RepeatedValueLeavesTheFileWithItsLastOne) {
+    Manager manager;
+    WriteText(m_path, "[Editor]\"Name\"=\"1\"\"Name\"=\"2\"\"Owner\"=\"3\"");
+    COptionFile* file = manager.Load(m_path.c_str());
+    ASSERT_EQ(file->Save((m_path + "2").c_str()), 0);
+    EXPECT_EQ(ReadText(m_path + "2"), "\n[Editor]\n\n\"Name\"=\"2\" \n\"Owner\"=\"3\" \n");
+    manager.SetValue("Editor", "Name", "editor");
+    ASSERT_EQ(file->Save((m_path + "3").c_str()), 0);
+    EXPECT_EQ(ReadText(m_path + "3"), "\n[Editor]\n\n\"Owner\"=\"3\" \n");
+    COptionFile other(&manager);
+    CRgKey* stranger = other.CreateKey("Editor", nullptr, nullptr);
+    EXPECT_EQ(file->GetKeyRoot()->RemoveKey(stranger), 0);
+    EXPECT_STREQ(file->GetValue("Editor", "Owner"), "3") << "a key of that name in another file";
+}
+
+TEST_F(IncrementalSave, ValueWhoseOptionWasTakenOutStandsOnce) {
+    Manager manager;
+    COptionManager added;
+    const COption rows[] = {{"Extra", 1, "", 0, 0}};
+    const COptionSet set = {"Added", rows, 1, nullptr};
+    const CCategory category = {"Editor", nullptr, 0, &set};
+    added.AddCategory(&category);
+    manager.MergeManager(&added);
+    manager.MergeManager(&added);
+    WriteText(m_path, "[Editor]\"Extra\"=\"1\"");
+    COptionFile* file = manager.Load(m_path.c_str());
+    manager.RemoveManager(&added);
+    for (int save = 0; save < 2; ++save) {
+        ASSERT_EQ(file->Save(nullptr), 0);
+        EXPECT_EQ(ReadText(m_path), "\n[Editor]\n\n\"Extra\"=\"1\" \n");
+    }
+}
+
 TEST_F(IncrementalSave, MalformedOldFileStaysAndTheTreeIsEmpty) {
     Manager manager;
     WriteText(m_path, "[Editor]\"Name\"=\"n\"");
