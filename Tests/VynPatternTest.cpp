@@ -1,0 +1,91 @@
+#include "VynPattern.h"
+
+#include <gtest/gtest.h>
+
+#include "Platform.h"
+#include "VynRes.h"
+
+namespace vyn {
+namespace {
+
+TEST(Pattern, MatchesTheWholeText) {
+    const struct {
+        const char* pattern;
+        const char* text;
+        bool matches;
+    } rows[] = {
+        {"*.txt", "a.txt", true},
+        {"*.txt", ".txt", true},
+        {"*.txt", "a.txt~", false},
+        {"*.txt", "atxt", false},
+        {"a", "ba", false},
+        {"a", "a\n", false},
+        {"a*b*c", "a.*b..c", true},
+        {"a*c", "a\nc", false},
+        {"*", "", true},
+        {"", "", true},
+        {"", "a", false},
+        {nullptr, nullptr, true},
+        {"a?c", "a?c", true},
+        {"a?c", "abc", false},
+        {"[ab]", "[ab]", true},
+        {"[ab]", "a", false},
+        {"a|b", "a|b", true},
+        {"a|b", "a", false},
+        {"(a)", "(a)", true},
+        {"(a)", "a", false},
+        {"a+", "a+", true},
+        {"a+", "aa", false},
+        {"^a$", "^a$", true},
+        {"^a$", "a", false},
+        {"a\\b", "a\\b", true},
+        {"\\*", "\\x", true},
+        {"\\d", "1", false},
+        {"a{2}", "aa", true},
+        {"a{2}", "a{2}", false},
+        {"a{", "a{", true},
+        {"*\xC3\xA4{2}", "x\xC3\xA4\xC3\xA4", true},
+        {"*", "\xFF", false},
+    };
+    for (const auto& row : rows) {
+        SString error("before");
+        EXPECT_EQ(VynGlob::IsAMatch(row.pattern, row.text, error), row.matches)
+            << (row.pattern ? row.pattern : "null") << " and " << (row.text ? row.text : "null");
+        EXPECT_EQ(error, "");
+        EXPECT_TRUE(VynGlob::IsGlobValid(row.pattern, error));
+    }
+}
+
+// The message about `pattern` from both operations, up to the text of the matcher, whose wording is not ours.
+SString ErrorOf(const char* pattern) {
+    SString error, other;
+    EXPECT_FALSE(VynGlob::IsGlobValid(pattern, error)) << pattern;
+    EXPECT_FALSE(VynGlob::IsAMatch(pattern, pattern, other)) << pattern;
+    EXPECT_EQ(error, other);
+    const size_t end = error.find('\n');
+    EXPECT_LT(end, error.length() - 1) << "the matcher's text follows";
+    return SString(error.substr(0, end));
+}
+
+TEST(Pattern, TellsWhatIsWrongInTheUsersLanguage) {
+    VynDllHrscState current(nullptr);
+    testing::internal::CaptureStderr();
+    EXPECT_EQ(ErrorOf("a.{65536}"), "The filter 'a.{65536}' is invalid.");
+    EXPECT_EQ(ErrorOf("a{3,2}%3"), "The filter 'a{3,2}%3' is invalid.");
+    EXPECT_EQ(ErrorOf("\xC3("), "The filter '\xC3(' is invalid.");
+
+    const HINSTANCE own = VynhDllInstance;
+    const SString german = SString(VynGetInstallationRoot()) + "/locale/de/VYN10_R.DLL";
+    VynhDllInstance = VynLoadLibrary(german.c_str());
+    ASSERT_NE(VynhDllInstance, nullptr);
+    EXPECT_EQ(ErrorOf("a{3,2}"), "Der Filter 'a{3,2}' ist ungültig.");
+    VynUnregisterStringTable(VynhDllInstance);
+    VynFreeLibrary(VynhDllInstance);
+    VynhDllInstance = own;
+
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+    EXPECT_EQ(VynGetResourceHandle(), nullptr) << "the former handle is current again";
+}
+
+}  // namespace
+}  // namespace vyn
