@@ -1,0 +1,139 @@
+#include "VynResourceHandler.h"
+
+#include <gtest/gtest.h>
+
+#include "VynRes.h"
+
+namespace vyn {
+namespace {
+
+// Ranges stay for the life of the process, so that each test has numbers and prefixes of its own.
+
+char module;
+const HINSTANCE handle = reinterpret_cast<HINSTANCE>(&module);
+
+using Manager = VynModuleManager;
+
+// A handler that is registered, if it is taken, until the object goes.
+class Registered : public VynResourceHandler {
+public:
+    Registered(unsigned first, unsigned last) : VynResourceHandler(first, last) {
+        m_eStatus = Manager::RegisterResourceHandler(*this);
+    }
+    ~Registered() override { Manager::UnregisterResourceHandler(*this); }
+    SStatus m_eStatus;
+};
+
+TEST(Numbers, AreInclusiveAtBothEnds) {
+    EXPECT_TRUE(IsIDInRange(5, 5, 5));
+    EXPECT_FALSE(IsIDInRange(4, 5, 9));
+    EXPECT_FALSE(IsIDInRange(10, 5, 9));
+    EXPECT_TRUE(IsRangeContained(1, 5, 1, 5));
+    EXPECT_FALSE(IsRangeContained(0, 5, 1, 5));
+    EXPECT_FALSE(IsRangeContained(1, 6, 1, 5));
+    EXPECT_TRUE(DoRangesOverlap(1, 5, 5, 9));
+    EXPECT_TRUE(DoRangesOverlap(5, 9, 1, 5));
+    EXPECT_FALSE(DoRangesOverlap(1, 5, 6, 9));
+    EXPECT_TRUE(DoRangesOverlap(2, 3, 1, 9));
+    EXPECT_TRUE(DoRangesOverlap(1, 9, 2, 3));
+}
+
+TEST(Range, MayShareItsBaseButNoOtherNumber) {
+    const struct {
+        const char* prefix;
+        unsigned first, last;
+        int status;
+    } rows[] = {
+        {nullptr, 1000, 2000, 0}, {"A", 2000, 1999, 0}, {"A", 1000, 2000, 1}, {"B", 2000, 3000, 1},
+        {"X", 1999, 2500, 0},     {"X", 900, 1001, 0},  {"X", 1200, 1300, 0}, {"X", 900, 4000, 0},
+        {"A", 1000, 5000, 1},     {"A", 900, 2000, 1},  {"A", 900, 1900, 0},  {"B", 7000, 8000, 0},
+        {"a", 900, 1000, 1},      {"C", 3000, 5000, 1},  // the bounds of A stayed as they were
+        {"C", 1500, 1500, 0},     {"D", 6000, 6000, 1},
+    };
+    for (const auto& row : rows) {
+        EXPECT_EQ(Manager::RegisterRange(row.prefix, row.first, row.last), row.status)
+            << (row.prefix ? row.prefix : "null") << " " << row.first << " " << row.last;
+    }
+}
+
+TEST(Handler, IsRefusedWhenANumberIsTaken) {
+    {
+        Registered backward(3, 2);
+        EXPECT_EQ(backward.m_eStatus, 1) << "no handler to compare with";
+        EXPECT_EQ(Manager::RegisterResourceHandler(backward), 1);
+        EXPECT_EQ(Registered(9, 8).m_eStatus, 0);
+    }
+    Registered low(1, 5), high(6, 9);
+    EXPECT_EQ(high.m_eStatus, 1);
+    EXPECT_EQ(Manager::RegisterResourceHandler(high), 1);
+    EXPECT_EQ(Registered(9, 12).m_eStatus, 0);
+    EXPECT_EQ(Registered(0, 20).m_eStatus, 0);
+    EXPECT_EQ(Manager::GetResourceHandler(5), &low);
+    EXPECT_EQ(Manager::GetResourceHandler(6), &high);
+    EXPECT_EQ(Manager::GetResourceHandler(10), nullptr);
+
+    Manager::UnregisterResourceHandler(VynResourceHandler(1, 5));
+    EXPECT_EQ(Manager::GetResourceHandler(5), &low) << "only the very object is taken out";
+    Manager::UnregisterResourceHandler(low);
+    EXPECT_EQ(Manager::GetResourceHandler(5), nullptr);
+    EXPECT_EQ(Manager::GetResourceHandler(6), &high) << "registered once, and still there";
+    Manager::UnregisterResourceHandler(high);
+    EXPECT_EQ(Manager::GetResourceHandler(6), nullptr);
+}
+
+TEST(PrefixedString, CountsFromTheBaseOfTheRange) {
+    SStringTable table(handle);
+    const unsigned base = 100000;
+    ASSERT_EQ(Manager::RegisterRange("ABC", base, base + 20000), 1);
+    Registered handler(base, base + 12345);
+    const HINSTANCE before = VynGetResourceHandle();
+    const struct {
+        unsigned id;
+        const char* text;      // null when the table has none
+        const char* prefixed;  // "before" when it fails
+    } rows[] = {
+        {base, "the base", "ABC0000: the base"},
+        {base + 5, "Disk full: %s", "ABC0005: Disk full: %s"},
+        {base + 9999, "four", "ABC9999: four"},
+        {base + 12345, "", "ABC12345: "},
+        {base + 6, nullptr, "before"},
+        {base - 1, "below the span", "before"},
+        {base + 12346, "behind the span", "before"},
+    };
+    for (const auto& row : rows) {
+        if (row.text) {
+            table.Add(row.id, row.text);
+        }
+        const bool found = SString("before") != row.prefixed;
+        SString text("before");
+        handler.SetInstance(nullptr);
+        EXPECT_EQ(handler.GetString(row.id, text), 0);
+        EXPECT_EQ(handler.GetPrefixedString(row.id, text), 0);
+        NbxGetPrefixedString(row.id, text);
+        EXPECT_EQ(text, "before") << "no strings without a module";
+        handler.SetInstance(handle);
+        EXPECT_EQ(handler.GetPrefixedString(row.id, text), found) << row.id;
+        EXPECT_EQ(text, row.prefixed);
+        text = "before";
+        NbxGetPrefixedString(row.id, text);
+        EXPECT_EQ(text, row.prefixed);
+        EXPECT_EQ(handler.GetString(row.id, text), found);
+        EXPECT_EQ(text, found ? row.text : "before");
+    }
+    EXPECT_EQ(VynGetResourceHandle(), before);
+}
+
+TEST(PrefixedString, NeedsARangeAroundTheWholeSpan) {
+    SStringTable table(handle);
+    table.Add(200005, "text");
+    ASSERT_EQ(Manager::RegisterRange("P", 200000, 200010), 1);
+    VynResourceHandler handler(200001, 200011);
+    handler.SetInstance(handle);
+    SString text("before");
+    EXPECT_EQ(handler.GetPrefixedString(200005, text), 0);
+    EXPECT_EQ(text, "before");
+    EXPECT_EQ(handler.GetString(200005, text), 1);
+}
+
+}  // namespace
+}  // namespace vyn
