@@ -8,13 +8,15 @@
 
 extern "C" {
 
-/// Expands `$(NAME)` to the value of the environment variable, once from left to right, and a leading `~` or
-/// `~name` to the home directory of the effective or the named user. A reference to a variable or user that
-/// doesn't exist stays.
+/// A URN becomes its path, and any other URI, such as a drive path, stays as it is. Else, and in a URN that
+/// can't be resolved, expands `$(NAME)` to the value of the environment variable, once from left to right,
+/// and a leading `~` or `~name` to the home directory of the effective or the named user. A reference to a
+/// variable or user that doesn't exist stays.
 /// \param text not null; may be an earlier result.
 /// \return the expanded text, never null and at most 1023 bytes; a static buffer that lasts until the next
-/// call. A longer text is cut. `errno` is ERANGE when the text for a reference didn't fit and was left out,
-/// or when a home directory didn't fit and the "~" stays.
+/// call. A longer text is cut, while a URI or a path of a URN that is too long leaves the earlier result.
+/// `errno` is ERANGE for such a URI, when the text for a reference didn't fit and was left out, and when a
+/// home directory didn't fit and the "~" stays.
 VYN_API char* filename_expand(const char* text);
 
 /// \param text not null.

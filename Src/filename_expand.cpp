@@ -127,6 +127,17 @@ std::string RelativeTo(const std::string& base, const std::string& path) {
 
 char* filename_expand(const char* text) {
     static char newPath[sizeExpanded];
+    if (vyn::VynIsAUri(text)) {
+        vyn::SString resolved;
+        if (vyn::SUrnResolver::ResolveUrn(vyn::SString(text), resolved)) {
+            if (resolved.size() < sizeExpanded) {
+                strcpy(newPath, resolved.c_str());
+            } else {
+                errno = ERANGE;
+            }
+            return newPath;
+        }
+    }
     std::string path = ExpandVariables(text);
     ExpandHome(path);
     strcpy(newPath, path.c_str());
