@@ -76,9 +76,10 @@ public:
     static IVynResourceHandler::SStatus RegisterRange(const char* prefix, unsigned first, unsigned last);
 
     /// Registers a handler for the span that it tells. Registering it again changes nothing and is
-    /// eHandlerOk. \param handler the caller's; outlives its registration. \return eHandlerFailed when the
-    /// span shares a number with that of another handler, or when there is another handler and the span
-    /// begins behind its end; else eHandlerOk.
+    /// eHandlerOk.
+    /// \param handler the caller's; outlives its registration.
+    /// \return eHandlerFailed when the span shares a number with that of another handler, or when there is
+    /// another handler and the span begins behind its end; else eHandlerOk.
     static IVynResourceHandler::SStatus RegisterResourceHandler(const IVynResourceHandler& handler);
 
     /// Takes this very object out; one that isn't registered is ignored.
