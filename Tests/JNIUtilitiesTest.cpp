@@ -2,9 +2,9 @@
 
 #include <dlfcn.h>
 #include <gtest/gtest.h>
+#include <pthread.h>
 
 #include <atomic>
-#include <condition_variable>
 #include <cstdarg>
 #include <mutex>
 #include <thread>
@@ -31,25 +31,17 @@ public:
         void* library = dlopen(VYN_JVM, RTLD_NOW);
         ASSERT_NE(library, nullptr) << dlerror();
         const auto create = reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
-        ASSERT_NE(create, nullptr);
         JavaVMOption options[] = {
             {const_cast<char*>("-Djava.class.path=" VYN_CLASS_PATH), nullptr},
             {const_cast<char*>("-Xcheck:jni"), nullptr},
             {const_cast<char*>("-Xrs"), nullptr},
             {const_cast<char*>("-Xmx64m"), nullptr},
-            {const_cast<char*>("-XX:+UseSerialGC"), nullptr},
-            {const_cast<char*>("-XX:-UsePerfData"), nullptr},
             {const_cast<char*>("vfprintf"), reinterpret_cast<void*>(&VirtualMachine::Print)},
         };
         JavaVMInitArgs args = {JNI_VERSION_1_8, std::size(options), options, JNI_FALSE};
         void* created = nullptr;
         ASSERT_EQ(create(&machine, &created, &args), JNI_OK) << TakeOutput();
         env = static_cast<JNIEnv*>(created);
-    }
-    void TearDown() override {
-        if (machine) {
-            machine->DestroyJavaVM();
-        }
     }
 
     static std::string TakeOutput() {
@@ -187,32 +179,16 @@ std::string ClassOf(const std::string& exception) {
 const char* const kNotRegistered = "Internal error: Attempt to unregister non-existing Java object!\n";
 
 TEST_F(Bridge, PassesTextsInModifiedUtf8) {
-    struct {
-        std::string text;
-        jsize length;
-    } rows[] = {
-        {"", 0},
-        {"plain", 5},
-        {"Gr\xC3\xB6\xC3\x9F"
-         "e",
-         5},
-        {"a\xC0\x80"
-         "b",
-         3},
-        {"\xED\xA0\xBD\xED\xB8\x80", 2},
-    };
-    for (const auto& row : rows) {
-        const jstring java = GetString(env, row.text);
-        EXPECT_EQ(env->GetStringLength(java), row.length) << row.text;
-        EXPECT_EQ(GetString(env, java), row.text);
-        EXPECT_EQ(GetNarrowString(env, java), row.text);
-    }
+    // An umlaut, a NUL, a character of two code units.
+    const std::string text = "\xC3\xB6\xC0\x80\xED\xA0\xBD\xED\xB8\x80";
+    const jstring java = GetString(env, text);
+    EXPECT_EQ(env->GetStringLength(java), 4);
+    EXPECT_EQ(GetString(env, java), text);
+    EXPECT_EQ(GetNarrowString(env, java), text);
     EXPECT_EQ(GetString(env, GetString(env, std::string("cut\0off", 7))), "cut");
 }
 
 TEST_F(Bridge, GivesTheOrdinalOfAnEnum) {
-    EXPECT_EQ(ConvertEnumToInt(env, Kind("PACKAGE")), 0);
-    EXPECT_EQ(ConvertEnumToInt(env, Kind("DIAGRAM")), 2);
     const jobject kind = Kind("CLASS");
     EXPECT_EQ(ConvertEnumToInt(env, kind), 1);
     for (const char* lookUp : {"java/lang/Enum", "ordinal"}) {
@@ -229,9 +205,6 @@ TEST_F(Bridge, MakesJavaObjectsWithAnyArguments) {
     EXPECT_EQ(GetString(env, static_cast<jstring>(Call(element, "getName", "()Ljava/lang/String;"))),
               "orders");
     EXPECT_EQ(ConvertEnumToInt(env, Call(element, "getKind", "()Lcom/dravmoor/zem/EElementKind;")), 2);
-    const jobject number = CreateNewJavaObject(env, "java/lang/Long", "(J)V", jlong{-0x123456789ABCDEF});
-    EXPECT_EQ(GetString(env, static_cast<jstring>(Call(number, "toString", "()Ljava/lang/String;"))),
-              "-81985529216486895");
 }
 
 TEST_F(Bridge, LeavesTheExceptionOfAFailedCreation) {
@@ -256,6 +229,7 @@ TEST_F(Bridge, GivesAnObjectOneWrapperThroughAllItsInterfaces) {
     ASSERT_NE(wrapper, nullptr);
     EXPECT_EQ(object.m_nAdded, 2) << "its info and its canonical pointer";
     EXPECT_TRUE(IsInstanceOf(env, wrapper, kElementImpl));
+    EXPECT_FALSE(IsInstanceOf(env, wrapper, kJavaElement));
     EXPECT_EQ(env->GetObjectRefType(wrapper), JNILocalRefType);
     EXPECT_EQ(GetIUnknownFromJavaObject(env, wrapper, nullptr), object.Canonical());
     EXPECT_EQ(object.m_nReferences, 1);
@@ -266,21 +240,8 @@ TEST_F(Bridge, GivesAnObjectOneWrapperThroughAllItsInterfaces) {
     EXPECT_EQ(CreateNewWrappingJavaObject(env, "no/such/Class", object.ThroughOtherInterface()), stored)
         << "the class counts only where the wrapper is made";
     EXPECT_EQ(object.m_nAdded, 5);
-    EXPECT_EQ(object.m_nReferences, 1);
 
-    EXPECT_EQ(Unregister(wrapper), "");
-    EXPECT_EQ(Unregister(wrapper), kNotRegistered) << "there was one entry";
-    EXPECT_EQ(object.m_nReferences, 1);
-    const jobject next = CreateNewWrappingJavaObject(env, kElementImpl, object.Canonical());
-    EXPECT_FALSE(env->IsSameObject(next, wrapper));
-    EXPECT_EQ(Unregister(wrapper), "") << "any object with the address stands for the entry";
-    EXPECT_EQ(object.m_nReferences, 1);
-}
-
-TEST_F(Bridge, DeletesTheWeakReferenceWithTheEntry) {
-    CountingObject object;
-    const jobject wrapper = CreateNewWrappingJavaObject(env, object.Canonical());
-    const jobject stored = CreateNewWrappingJavaObject(env, object.Canonical());
+    // Any object with the address stands for the entry, whose weak reference ends with it.
     static const JNINativeInterface_* real = env->functions;
     static jobject deleted = nullptr;
     JNINativeInterface_ watching = *real;
@@ -289,26 +250,28 @@ TEST_F(Bridge, DeletesTheWeakReferenceWithTheEntry) {
         real->DeleteWeakGlobalRef(e, reference);
     };
     env->functions = &watching;
-    UnregisterJavaObject(env, wrapper);
+    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
     env->functions = real;
     EXPECT_EQ(deleted, stored);
+    EXPECT_EQ(Unregister(wrapper), kNotRegistered) << "there was one entry";
+    EXPECT_EQ(object.m_nReferences, 1);
 }
 
 TEST_F(Bridge, WrapsNothingThatHasNoPointerOrName) {
     EXPECT_EQ(CreateNewWrappingJavaObject(env, nullptr), nullptr);
     EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, nullptr), nullptr);
-    CountingObject refusing;
+    CountingObject refusing, withoutInfo, nameless;
     refusing.m_bRefusesAll = true;
-    EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, refusing.Canonical()), nullptr);
-    CountingObject withoutInfo;
     withoutInfo.m_bHasInfo = false;
-    EXPECT_EQ(CreateNewWrappingJavaObject(env, withoutInfo.Canonical()), nullptr);
-    EXPECT_EQ(Unregister(NewKey(withoutInfo.Canonical())), kNotRegistered);
-    CountingObject nameless;
     nameless.m_listNames.clear();
-    EXPECT_EQ(CreateNewWrappingJavaObject(env, nameless.Canonical()), nullptr);
-    EXPECT_EQ(Unregister(NewKey(nameless.Canonical())), kNotRegistered);
-    EXPECT_EQ(nameless.m_nReferences, 1);
+    for (CountingObject* object : {&refusing, &withoutInfo, &nameless}) {
+        EXPECT_EQ(CreateNewWrappingJavaObject(env, object->Canonical()), nullptr);
+        EXPECT_EQ(Unregister(NewKey(object->Canonical())), kNotRegistered);
+        EXPECT_EQ(object->m_nReferences, 1);
+    }
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, refusing.Canonical()), nullptr);
+    EXPECT_EQ(Unregister(nullptr), kNotRegistered);
+    EXPECT_EQ(Unregister(NewJavaElement()), kNotRegistered);
 }
 
 TEST_F(Bridge, KeepsTheNullOfAFailedWrapperUntilItIsUnregistered) {
@@ -324,17 +287,6 @@ TEST_F(Bridge, KeepsTheNullOfAFailedWrapperUntilItIsUnregistered) {
     EXPECT_EQ(ClassOf(TakeException()), "java.lang.NoSuchMethodError");
     EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
 
-    const jobject wrapper = CreateNewWrappingJavaObject(env, kElementImpl, object.Canonical());
-    EXPECT_NE(wrapper, nullptr);
-    EXPECT_EQ(Unregister(wrapper), "");
-    EXPECT_EQ(object.m_nReferences, 1);
-}
-
-TEST_F(Bridge, ReportsWhatIsNotRegistered) {
-    CountingObject object;
-    EXPECT_EQ(Unregister(nullptr), kNotRegistered);
-    EXPECT_EQ(Unregister(NewJavaElement()), kNotRegistered);
-    EXPECT_EQ(Unregister(NewKey(object.Canonical())), kNotRegistered);
     EXPECT_EQ(object.m_nReferences, 1);
 }
 
@@ -382,8 +334,6 @@ TEST_F(Bridge, WrapsAJavaImplementationByTheCreatorOfItsInterface) {
 
     RegisterCppWrapperObjectCreator("IModelElement", &second);
     EXPECT_EQ(CreateNewWrappingCppObject(env, element, kElement), second.m_object.Canonical());
-    RegisterCppWrapperObjectCreator("IModelElement", nullptr);
-    EXPECT_EQ(CreateNewWrappingCppObject(env, element, kElement), nullptr);
     UnregisterCppWrapperObjectCreator("IModelElement");
     UnregisterCppWrapperObjectCreator("IModelElement");
 
@@ -405,18 +355,10 @@ TEST_F(Bridge, ThrowsWhatCannotBeWrapped) {
     EXPECT_EQ(ErrorOfWrapping(element, "no/such/IClass"),
               "Java object does not implement the expected interface no/such/IClass");
     EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: no/such/IClass");
-    EXPECT_TRUE(creator.m_listCalls.empty());
-    UnregisterCppWrapperObjectCreator(kElement);
-}
-
-TEST_F(Bridge, TellsTheClassOfAnObject) {
-    const jobject element = NewJavaElement();
-    EXPECT_TRUE(IsInstanceOf(env, element, kJavaElement));
-    EXPECT_TRUE(IsInstanceOf(env, element, kElement));
-    EXPECT_FALSE(IsInstanceOf(env, element, kWrapper));
     EXPECT_TRUE(IsInstanceOf(env, nullptr, kWrapper));
     EXPECT_FALSE(IsInstanceOf(env, nullptr, "no/such/Class"));
     EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: no/such/Class");
+    UnregisterCppWrapperObjectCreator(kElement);
 }
 
 TEST_F(Bridge, RaisesAnApiErrorInPlaceOfAPendingException) {
@@ -453,30 +395,6 @@ TEST_F(Bridge, HandsOutAWrapperThatTheCollectorTook) {
     EXPECT_EQ(object.m_nReferences, 1);
 }
 
-// Lets no thread past before all have come.
-class Barrier {
-public:
-    explicit Barrier(int threads) : m_nThreads(threads) {}
-    void Wait() {
-        std::unique_lock<std::mutex> lock(m_mutex);
-        const int round = m_nRound;
-        if (++m_nWaiting == m_nThreads) {
-            m_nWaiting = 0;
-            ++m_nRound;
-            m_allCame.notify_all();
-        } else {
-            m_allCame.wait(lock, [&] { return m_nRound != round; });
-        }
-    }
-
-private:
-    const int m_nThreads;
-    int m_nWaiting = 0;
-    int m_nRound = 0;
-    std::mutex m_mutex;
-    std::condition_variable m_allCame;
-};
-
 // References are added by several threads at once here.
 class SharedObject final : public k4::IUnknown {
 public:
@@ -494,7 +412,8 @@ TEST_F(Bridge, MakesOneWrapperForEightThreadsAtOnce) {
     const int threads = 8;
     const int rounds = 1000;
     SharedObject object;
-    Barrier barrier(threads);
+    pthread_barrier_t barrier;
+    pthread_barrier_init(&barrier, nullptr, threads);
     jobject made = nullptr;  // a global reference, of the thread that made the wrapper
     std::atomic<int> makers{0};
     std::atomic<int> others{0};
@@ -504,31 +423,24 @@ TEST_F(Bridge, MakesOneWrapperForEightThreadsAtOnce) {
         void* attached = nullptr;
         ASSERT_EQ(VirtualMachine::machine->AttachCurrentThread(&attached, nullptr), JNI_OK);
         JNIEnv* own = static_cast<JNIEnv*>(attached);
-        SharedObject ownObject;
         for (int i = 0; i < rounds; ++i) {
-            barrier.Wait();
+            pthread_barrier_wait(&barrier);
             const jobject wrapper = CreateNewWrappingJavaObject(own, kElementImpl, &object);
             const bool maker = own->GetObjectRefType(wrapper) == JNILocalRefType;
             if (maker) {
                 ++makers;
                 made = own->NewGlobalRef(wrapper);
             }
-            barrier.Wait();
+            pthread_barrier_wait(&barrier);
             differing += own->IsSameObject(wrapper, made) ? 0 : 1;
             others += GetIUnknownFromJavaObject(own, wrapper, nullptr) == &object && !maker ? 1 : 0;
-            barrier.Wait();
+            pthread_barrier_wait(&barrier);
             if (maker) {
                 UnregisterJavaObject(own, wrapper);
                 own->DeleteGlobalRef(made);
                 own->DeleteLocalRef(wrapper);
             }
         }
-        for (int i = 0; i < rounds; ++i) {
-            const jobject wrapper = CreateNewWrappingJavaObject(own, kElementImpl, &ownObject);
-            UnregisterJavaObject(own, wrapper);
-            own->DeleteLocalRef(wrapper);
-        }
-        EXPECT_EQ(ownObject.m_nReferences, 1u);
         VirtualMachine::machine->DetachCurrentThread();
     };
     std::vector<std::thread> running;
@@ -538,6 +450,7 @@ TEST_F(Bridge, MakesOneWrapperForEightThreadsAtOnce) {
     for (std::thread& thread : running) {
         thread.join();
     }
+    pthread_barrier_destroy(&barrier);
     EXPECT_EQ(makers, rounds);
     EXPECT_EQ(others, rounds * (threads - 1));
     EXPECT_EQ(differing, 0);

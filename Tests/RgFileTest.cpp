@@ -96,9 +96,7 @@ TEST_F(RgFileTest, LoaderReadsEveryFormToItsEnd) {
         int status;
         const char* tree;
     } rows[] = {
-        {"", 0, "()"},
         {" \n - ; \x80 ", 0, "()"},
-        {"[a]", 0, "(a())"},
         {"[a] \"x\"=\"1\"\n\"y\"=2 \"z\"=true [a/b]\"x\"=TRUE", 0, "(a(x=1 y=2 z=trueb(x=TRUE)))"},
         {"[a]\"n\"=007 \"m\"=2147483648 \"q\"=\"007\"", 0, "(a(n=7 m=-2147483648 q=007))"},
         {"[a]\"x\"=\"1\" (\"p\"=\"q\", r=5)\n\"y\"=w_1", 0, "(a(x=1{p=q}{r=5} y=w_1))"},
@@ -106,20 +104,14 @@ TEST_F(RgFileTest, LoaderReadsEveryFormToItsEnd) {
         {"[ a / b ]\"x\"=1", 0, "(a (b (x=1)))"},
         {"[a=\"b c]\"x\"=1", 0, "(a=\"b c(x=1))"},
         {"[a]\"x\"=\"one\ntwo\\\" [b] \"y\"=\"\xC3\xA9\"", 0, "(a(x=one\ntwo\\)b(y=\xC3\xA9))"},
-        {"[a]\"x\"=1[a]\"y\"=2", 0, "(a(x=1 y=2))"},
         {"x [a]", 1, "()"},
-        {"12 [a]", 1, "()"},
-        {"\"x\"=1", 1, "()"},
         {"[]", 1, "()"},
         {"[/a]", 1, "()"},
         {"[a/]", 1, "(a())"},
-        {"[a//b]", 1, "(a())"},
         {"[a/b", 0, "(a(b()))"},
         {"[a] x=1", 1, "(a())"},
-        {"[a]\"x\"=1 ]", 1, "(a(x=1))"},
         {"[a]\"x\" [b]\"y\"=1", 0, "(a()b(y=1))"},
         {"[a]\"x\" \"y\"=1", 1, "(a())"},
-        {"[a]\"x\"", 0, "(a())"},
         {"[a]\"x\"=", 0, "(a(x=x))"},
         {"[a]\"x\"=\"unclosed [b]\n", 0, "(a(x=unclosed [b]\n))"},
         {"[a]\"v\"=1.5", 1, "(a(v=1))"},
@@ -127,9 +119,7 @@ TEST_F(RgFileTest, LoaderReadsEveryFormToItsEnd) {
         {"[a]\"a\\\"b\"=\"c\"", 1, "(a())"},
         {"[a](a=,b=1)", 1, "(a[a=a]())"},
         {"[a](x=1,y)\"v\"=1", 0, "(a[x=1](v=1))"},
-        {"[a](x=1", 0, "(a[x=1]())"},
         {"[a]\"x\"=1(\"p\"=\"q\" \"r\"=\"s\")", 1, "(a(x=1{p=q}))"},
-        {"[a]\"x\"=1\0\"y\"=2"s, 0, "(a(x=1))"},
         {"[a]\"x\"=\"1\0\"\"y\"=2"s, 0, "(a(x=1))"},
     };
     for (const auto& row : rows) {
@@ -142,7 +132,7 @@ TEST_F(RgFileTest, LoaderReadsEveryFormToItsEnd) {
 
 TEST_F(RgFileTest, LoaderReadsTokensAcrossItsBlocks) {
     const std::string longText(100000, 'x');
-    for (size_t pad : {16378u, 16379u, 16380u, 16381u, 16382u, 16383u, 16384u}) {
+    for (size_t pad = 16378; pad <= 16384; ++pad) {
         std::string log;
         RecordingKey root("", log);
         const std::string text = std::string(pad, ' ') + "[ab]\"cd\"=\"" + longText + "\"(\"e\"=12)";
@@ -165,7 +155,6 @@ TEST_F(RgFileTest, LoaderOffersTheAttributesOfARefusedHeading) {
 
 TEST_F(RgFileTest, UnreadablePathsGiveTheirResult) {
     CDefRgKey root("");
-    EXPECT_EQ(CRgLoader(root).Load(""), 1);
     EXPECT_EQ(CRgLoader(root).Load(Path("missing").c_str()), 1);
     EXPECT_EQ(CRgLoader(root).Load(m_directory.Path().c_str()), 0) << "a directory opens and reads as empty";
 }
@@ -183,10 +172,12 @@ TEST_F(RgFileTest, WriterGivesTheUsualLayout) {
     file.SetValue("a/b", "x", "1");
     file.SetValue("c", "Name", "Text");
     file.SetAttributeValue("c", "Name", "ignored", "a", "1");
-    file.SetValue("c/d", "y", "");
+    file.CreateKey("c/d", nullptr, nullptr)->CreateValue("y", CRgValue::eBare, "3", nullptr);
+    file.SetValue("c/d", "y", "4");
     ASSERT_EQ(file.Save(Path().c_str()), 0);
     EXPECT_EQ(ReadText(Path()),
-              "\n[a/b]\n\n\"x\"=\"1\" \n\n[c]\n\n\"Name\"=\"Text\" (\"a\"=\"1\" )\n\n[c/d]\n\n\"y\"=\"\" \n");
+              "\n[a/b]\n\n\"x\"=\"1\" \n\n[c]\n\n\"Name\"=\"Text\" (\"a\"=\"1\" )\n\n[c/d]\n\n\"y\"=4 \n")
+        << "a later text keeps the kind of the value";
 }
 
 TEST_F(RgFileTest, WhatTheWriterWritesReadsBack) {
@@ -204,11 +195,8 @@ TEST_F(RgFileTest, WhatTheWriterWritesReadsBack) {
         {CRgValue::eBare, "", "x", "\"v\"=\"\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
         {CRgValue::eBare, "1.5", "x", "\"v\"=\"1.5\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
         {CRgValue::eBare, "007", "x", "\"v\"=\"007\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
-        {CRgValue::eBare, "0", "x", "\"v\"=0 (\"a\"=x , \"b\"=1 )\n"},
         {CRgValue::eBare, "2147483647", "x", "\"v\"=2147483647 (\"a\"=x , \"b\"=1 )\n"},
         {CRgValue::eBare, "2147483648", "x", "\"v\"=\"2147483648\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
-        {CRgValue::eBare, "12345678901", "x", "\"v\"=\"12345678901\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
-        {CRgValue::eBare, "_x", "x", "\"v\"=\"_x\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
         {CRgValue::eBare, "1a", "x", "\"v\"=\"1a\" (\"a\"=\"x\" , \"b\"=\"1\" )\n"},
     };
     for (const auto& row : rows) {
@@ -257,7 +245,6 @@ TEST_F(RgFileTest, ReadsByPathCreateNothing) {
     CRgFile file;
     file.SetValue("a", "x", "1");
     EXPECT_EQ(file.GetValue("a/b", "x"), nullptr);
-    EXPECT_EQ(file.GetValue("a", "y"), nullptr);
     EXPECT_EQ(file.GetValue("", "x"), nullptr) << "the empty path is a key of the empty name";
     EXPECT_EQ(file.GetAttributeValue("a", "x", "p"), nullptr);
     file.SetAttributeValue("a", "x", "other", "p", "q");
@@ -284,21 +271,11 @@ TEST_F(RgFileTest, RefusedElementLeavesTheTreeAlone) {
     EXPECT_EQ(Show(*file.GetKeyRoot()), "()");
 }
 
-TEST_F(RgFileTest, SetValueKeepsTheType) {
-    CRgFile file;
-    file.CreateKey("a", nullptr, nullptr)->CreateValue("Level", CRgValue::eBare, "3", nullptr);
-    file.SetValue("a", "Level", "4");
-    ASSERT_EQ(file.Save(Path().c_str()), 0);
-    EXPECT_EQ(ReadText(Path()), "\n[a]\n\n\"Level\"=4 \n");
-}
-
 TEST_F(RgFileTest, PlainKeysKnowNoParent) {
     CRgFile file;
     CRgKey* key = file.CreateKey("a/b", nullptr, nullptr);
     file.RemoveKey(key);
     file.DestroyKey(key);
-    file.RemoveKey(nullptr);
-    file.DestroyKey(nullptr);
     EXPECT_EQ(file.FindKey("a/b"), key);
     EXPECT_EQ(file.FindKey("a")->RemoveKey(key), 1);
     EXPECT_EQ(file.FindKey("a/b"), nullptr);

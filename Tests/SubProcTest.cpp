@@ -20,6 +20,8 @@
 #include <thread>
 #include <vector>
 
+#include "TestSupport.h"
+
 namespace fs = std::filesystem;
 using vyn::CSubProc;
 using vyn::CSubProcTimeOut;
@@ -141,13 +143,6 @@ private:
 // A null value unsets it.
 void SetVariable(const char* name, const char* value) {
     value ? setenv(name, value, 1) : unsetenv(name);
-}
-
-// As on a system that makes no further process, checks ok and ends this process.
-void WithoutProcesses(bool (*ok)()) {
-    const rlimit none = {0, 0};
-    setrlimit(RLIMIT_NPROC, &none);
-    _exit(geteuid() == 0 && setresuid(65534, 65534, 65534) != 0 ? 2 : ok() ? 0 : 1);
 }
 
 }  // namespace
@@ -292,7 +287,7 @@ TEST(Launch, SurvivesASystemWithoutProcesses) {
         return failed && before == ParentState() && vyn::local_spawn("true", environ, false) == -1;
     };
     // One line, of the second call: during a launch it goes to the pipe.
-    EXPECT_EXIT(WithoutProcesses(launch), testing::ExitedWithCode(0),
+    EXPECT_EXIT(vyn::test::WithoutProcesses(launch), testing::ExitedWithCode(0),
                 "^fork: Resource temporarily unavailable\n$");
 }
 

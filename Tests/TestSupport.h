@@ -1,8 +1,9 @@
 #pragma once
 
 /// \file
-/// What tests share: a directory of their own, and whole files as text.
+/// What tests share: a directory of their own, whole files as text, texts to free, a full system.
 
+#include <sys/resource.h>
 #include <unistd.h>
 
 #include <cstdlib>
@@ -41,6 +42,22 @@ inline void WriteText(const std::string& path, const std::string& text) {
 inline std::string ReadText(const std::string& path) {
     std::ifstream file(path, std::ios::binary);
     return std::string(std::istreambuf_iterator<char>(file), {});
+}
+
+/// Frees the text. \return a copy of it.
+inline std::string TakeOver(char* text) {
+    const std::string copy(text);
+    free(text);
+    return copy;
+}
+
+/// Makes the system refuse a further process or thread, and ends this one with 0 when \p check holds.
+inline void WithoutProcesses(bool (*check)()) {
+    const rlimit none = {0, 0};
+    setrlimit(RLIMIT_NPROC, &none);
+    // The limit isn't one to root.
+    const bool limited = geteuid() != 0 || setresuid(65534, 65534, 65534) == 0;
+    _exit(limited && check() ? 0 : 1);
 }
 
 }  // namespace vyn::test
