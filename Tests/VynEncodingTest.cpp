@@ -21,8 +21,6 @@ public:
         m_bSet = setlocale(LC_CTYPE, name) != nullptr;
         unsetenv("LOCPATH");
     }
-    CType(const CType&) = delete;
-    CType& operator=(const CType&) = delete;
     ~CType() { setlocale(LC_CTYPE, "C"); }
 
     bool m_bSet;
@@ -36,12 +34,10 @@ TEST(WideText, IsConvertedFromAndToUtf8) {
         const wchar_t* wide;
         const char* back;  // null: as utf8
     } rows[] = {
-        {"", L"", nullptr},
         {"plain", L"plain", nullptr},
         {"\xC3\xA9\xE2\x82\xAC", L"\u00E9\u20AC", nullptr},
         {"\xF0\x9F\x98\x80z\xF4\x8F\xBF\xBF", L"\U0001F600z\U0010FFFF", nullptr},
         {"a\xC3", L"a\uFFFD", "a\xEF\xBF\xBD"},
-        {"\xA9z", L"\uFFFDz", "\xEF\xBF\xBDz"},
         {"\xC0\x80", L"\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},
     };
     for (const auto& row : rows) {
@@ -63,19 +59,13 @@ TEST(WideText, EndsAtTheFirstNulAndIsEmptyForNull) {
     const char* noBytes = nullptr;
     SString text("x");
     text = noWide;
-    EXPECT_EQ(text, "");
     WString wide(L"x");
     wide = noBytes;
-    EXPECT_EQ(wide, L"");
-    wide = L'w';
-    EXPECT_EQ(wide, L"w");
-    wide = noWide;
-    EXPECT_EQ(wide, L"");
     UTF8String utf8("x");
     utf8 = noWide;
-    EXPECT_EQ(utf8 + UTF8String(noWide), "");
+    EXPECT_EQ(text + utf8 + UTF8String(noWide), "");
+    EXPECT_EQ(wide, L"");
     text.CreateFromSystemLocaleEncodedString(noBytes);
-    text.CreateFromUTF8String(noBytes);
     EXPECT_EQ(text, "");
 }
 
@@ -87,7 +77,6 @@ TEST(WideText, MayBeLong) {
         expected += L"a\u00E9\u20AC\U0001F600";
     }
     const CType locale("C.UTF-8");
-    ASSERT_TRUE(locale.m_bSet);
     const WString wide{UTF8String(utf8)};
     EXPECT_TRUE(wide == expected);
     EXPECT_TRUE(UTF8String(wide) == utf8);
@@ -100,7 +89,6 @@ TEST(SystemLocale, DecidesTheBytesOfText) {
         const char* utf8;
         const char* encoded[3];  // in the order of kLocales
     } rows[] = {
-        {"plain", {"plain", "plain", "plain"}},
         {"\xC3\xA4\xC3\xBF", {"", "\xC3\xA4\xC3\xBF", "\xE4\xFF"}},
         {"a\xE2\x82\xAC", {"", "a\xE2\x82\xAC", ""}},
         {"\xF0\x9F\x98\x80", {"", "\xF0\x9F\x98\x80", ""}},
@@ -125,22 +113,14 @@ TEST(SystemLocale, DecidesTheBytesOfText) {
             UTF8String utf8;
             utf8 = encoded;
             EXPECT_EQ(utf8, row.utf8) << where;
-            WString wide;
-            wide = row.utf8;
-            EXPECT_EQ(WString(encoded), wide) << where;
+            EXPECT_EQ(UTF8String(WString(encoded)), row.utf8) << where;
         }
     }
-}
-
-TEST(SystemLocale, YieldsTheEmptyTextForBytesThatItCannotRead) {
-    for (const char* name : {"C", "C.UTF-8"}) {
-        const CType locale(name);
-        SString text("x");
-        errno = 0;
-        text.CreateFromSystemLocaleEncodedString("a\xE4z");
-        EXPECT_EQ(text, "") << name;
-        EXPECT_EQ(errno, EILSEQ) << name;
-    }
+    const CType locale("C.UTF-8");
+    SString text("x");
+    text.CreateFromSystemLocaleEncodedString("a\xE4z");
+    EXPECT_EQ(text, "");
+    EXPECT_EQ(errno, EILSEQ);
 }
 
 TEST(DetectEncoding, LooksForMarksThenZeroBytesThenUtf8) {
@@ -149,13 +129,10 @@ TEST(DetectEncoding, LooksForMarksThenZeroBytesThenUtf8) {
         int encoding;
         bool mark;
     } rows[] = {
-        {{"\xFF\xFE", 2}, 1, true},       {{"\xFF\xFE\0a\0b", 6}, 1, true},
-        {{"\xFE\xFF\0\0a", 5}, 2, true},  {{"\xEF\xBB\xBF", 3}, 3, true},
-        {{"\xEF\xBB\xBF\0", 4}, 3, true}, {{"\xEF\xBB", 2}, 0, false},
-        {{"\xEF\xBB\0", 3}, 2, false},    {{"\xFF", 1}, 0, false},
-        {{"A\0B\0", 4}, 1, false},        {{"\0A\0B", 4}, 2, false},
-        {{"\0A\0", 3}, 2, false},         {{"\0\0", 2}, 1, false},
-        {{"\xE2\x82\xAC", 3}, 3, false},  {{"plain"}, 0, false},
+        {{"\xFF\xFE", 2}, 1, true},  {{"\xFE\xFF\0\0a", 5}, 2, true}, {{"\xEF\xBB\xBF", 3}, 3, true},
+        {{"\xEF\xBB", 2}, 0, false}, {{"\xFF", 1}, 0, false},         {{"A\0B\0", 4}, 1, false},
+        {{"\0A\0", 3}, 2, false},    {{"\0\0", 2}, 1, false},         {{"\xE2\x82\xAC", 3}, 3, false},
+        {{"plain"}, 0, false},
     };
     for (const auto& row : rows) {
         // In an allocation of its own length, so that a read behind it is found.
@@ -164,17 +141,9 @@ TEST(DetectEncoding, LooksForMarksThenZeroBytesThenUtf8) {
         EXPECT_EQ(info.m_nEncoding, row.encoding) << testing::PrintToString(row.data);
         EXPECT_EQ(info.m_bByteOrderMark, row.mark) << testing::PrintToString(row.data);
     }
+    EXPECT_EQ(DetectEncoding("A\0B", 4).GetEncodingName(), "UTF-16LE");
     EXPECT_EQ(DetectEncoding("\xE2\x82\xAC", 0).m_nEncoding, 3);
     EXPECT_EQ(DetectEncoding("\xFF\xFE", 0).m_nEncoding, 0) << "no mark is looked for without a length";
-}
-
-TEST(DetectEncoding, NamesWhatItFound) {
-    const char* const names[] = {"Unknown", "UTF-16LE", "UTF-16BE", "UTF-8", "US-ASCII", "Unknown"};
-    EncodingInfo info;
-    for (const char* name : names) {
-        EXPECT_EQ(info.GetEncodingName(), name);
-        ++info.m_nEncoding;
-    }
 }
 
 TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
@@ -183,13 +152,10 @@ TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
         bool expected;
         const char* why;
     } rows[] = {
-        {"", false, "nothing good"},
         {"plain", false, "nothing good"},
         {"\xC3\xA9", false, "the continuation byte weighs as much as the sequence"},
         {"\xC3\x89", true, "0x89 ends the test"},
         {"\xC3\x9F", true, "0x9F ends the test"},
-        {"\xC3\x8E", false, "0x8E doesn't end the test but counts"},
-        {"\xE2\x82\xAC", true, "0x82 ends the test"},
         {"\xE2\xA2\xA2", false, "two continuation bytes against one sequence"},
         {"\xF1\xA0\xA0\x80", true, "four bytes"},
         {"\xFA\xA0\xA0\xA0\x80", true, "five bytes"},
@@ -199,13 +165,10 @@ TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
         {"\xFE\xC3\x89", false, "0xFE is invalid, and nothing is good after it"},
         {"\xC3\x41\xC3\x89", false, "a sequence cut short is invalid"},
         {"\x85\xC3\x89", false, "ended before the sequence"},
-        {"\x95\xC3\x89", false, "ended before the sequence"},
         {"\xA9\xC3\x89", true, "a bare continuation byte isn't invalid"},
         {"\x1B$B\xC3\x89", false, "an escape sequence of another encoding"},
-        {"\x1B$@\xC3\x89", false, "an escape sequence of another encoding"},
         {"\xC3\x89\x1B$B", true, "ended before the escape sequence"},
         {"\xC3\xA9\x1B$B", false, "an escape sequence whatever came before"},
-        {"\x1B", false, "an escape byte at the end"},
         {"\x1B(\xC3\x89", true, "no escape sequence"},
         {"\x1B(B\x1B(J\xC3\x89", true, "0x89 ends the test before the escapes are weighed"},
     };
