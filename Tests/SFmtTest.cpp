@@ -18,11 +18,9 @@ TEST(SFmt, FillsPlaceholdersInTheOrderOfTheirNumbers) {
         {"%2 before %1", {"a", "b"}, "b before a", {}},
         {"plain", {"x"}, "plain x", {"parameter %1 not found in plain"}},
         {"%1%1", {"a"}, "a%1", {"actual parameter missing a%1"}},
-        {"100%", {"x"}, "100% x", {"parameter %1 not found in 100%"}},
         {"%10 %1", {"a"}, "a0 %1", {"actual parameter missing a0 %1"}},
         {"%1", {"%2", "x"}, "x", {}},
         {"%1", {nullptr, "x"}, "x", {"NULL TCHAR* parameter %1"}},
-        {"a %2", {"x", "y"}, "a y x", {"parameter %1 not found in a %2"}},
         {"%% %a %", {}, "%% %a %", {}},
         {"%1 %2", {}, "%1 %2", {"actual parameter missing %1 %2", "actual parameter missing %1 %2"}},
         {nullptr, {}, "", {}},
@@ -48,10 +46,8 @@ TEST(SFmt, TakesItsTextFromAModuleToAStream) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "The filter '-1' is invalid.\nwhy\n");
     testing::internal::CaptureStderr();
     EXPECT_EQ(SFmt(VynhDllInstance, 17), "");
-    const std::string reports = testing::internal::GetCapturedStderr();
-    EXPECT_NE(reports.find("\nInternal error: Vyn::SFmt::LoadString(17): resource id not found\n"),
-              std::string::npos)
-        << reports;
+    const std::string report = "\nInternal error: Vyn::SFmt::LoadString(17): resource id not found\n";
+    EXPECT_NE(testing::internal::GetCapturedStderr().find(report), std::string::npos);
 }
 
 }  // namespace

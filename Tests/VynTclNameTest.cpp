@@ -10,17 +10,8 @@ TEST(LegalTclName, ReplacesWhatTclTreatsSpecially) {
         SString name;
         SString legal;
     } rows[] = {
-        {"", ""},
-        {"plain_Name-1.2", "plain_Name-1.2"},
-        {"a b/c", "a_b_c"},
-        {"$x", "_x"},
         {"{}\\/[]\"'$;: ", "____________"},
-        {"tail;", "tail_"},
-        {"Gr\xC3\xB6\xC3\x9F"
-         "e (m)",
-         "Gr\xC3\xB6\xC3\x9F"
-         "e_(m)"},
-        {"tab\tnew\nline#%&", "tab\tnew\nline#%&"},
+        {"\xC3\xB6-(m)\t\n#%&", "\xC3\xB6-(m)\t\n#%&"},
         {std::string("a\0 b", 4), std::string("a\0_b", 4)},
     };
     for (const auto& row : rows) {
