@@ -159,14 +159,6 @@ TEST_F(RgFileTest, UnreadablePathsGiveTheirResult) {
     EXPECT_EQ(CRgLoader(root).Load(m_directory.Path().c_str()), 0) << "a directory opens and reads as empty";
 }
 
-TEST_F(RgFileTest, PlainTreeKeepsHeadingAttributesOnly) {
-    CRgFile file;
-    EXPECT_EQ(file.Load(Write("[a](x=1)\"v\"=1(\"p\"=\"q\")")), 0);
-    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a[x=1](v=1))");
-    EXPECT_NE(file.CreateKey("a/b", "k", "v"), nullptr);
-    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a[x=1](v=1b()))");
-}
-
 TEST_F(RgFileTest, WriterGivesTheUsualLayout) {
     CRgFile file;
     file.SetValue("a/b", "x", "1");
@@ -220,10 +212,10 @@ TEST_F(RgFileTest, WhatTheWriterWritesReadsBack) {
 
 TEST_F(RgFileTest, LoadReplacesAndMergeAdds) {
     CRgFile file;
-    ASSERT_EQ(file.Load(Write("[a]\"x\"=1")), 0);
+    ASSERT_EQ(file.Load(Write("[a](p=q)\"x\"=1(\"p\"=\"q\")")), 0);
     ASSERT_EQ(file.Merge(Write("[a]\"x\"=2 [b]\"y\"=3")), 0);
     EXPECT_STREQ(file.GetValue("a", "x"), "2") << "the later of two values of a name";
-    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a(x=1 x=2)b(y=3))");
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a[p=q](x=1 x=2)b(y=3))") << "attributes of headings only";
     EXPECT_EQ(file.Merge(Write("[c]\"z\"=4 stray")), 1);
     EXPECT_EQ(Show(*file.GetKeyRoot()), "()") << "a failed merge empties the tree";
     file.SetValue("a", "x", "5");
@@ -260,15 +252,6 @@ TEST_F(RgFileTest, LongPathElementCountsAsEmpty) {
     errno = 0;
     EXPECT_EQ(file.GetValue(("a/" + name + "n").c_str(), "x"), nullptr);
     EXPECT_EQ(errno, EINVAL);
-}
-
-TEST_F(RgFileTest, RefusedElementLeavesTheTreeAlone) {
-    std::string log;
-    CRgFile file(new RecordingKey("", log));
-    file.SetValue("-a/b", "x", "1");
-    file.SetAttributeValue("-a", "x", "1", "p", "q");
-    EXPECT_EQ(file.CreateKey("-a/b", "p", "q"), nullptr);
-    EXPECT_EQ(Show(*file.GetKeyRoot()), "()");
 }
 
 TEST_F(RgFileTest, PlainKeysKnowNoParent) {
