@@ -55,8 +55,6 @@ TEST_F(Style, DeclaresItsTree) {
     CStyle body("Body", &m_kind, "Doc", 3, nullptr);
     EXPECT_STREQ(Path(body), "Doc/Styles/Body/Para");
     EXPECT_STREQ(body.COptionManager::GetName(), "BodyPara");
-    EXPECT_STREQ(body.GetMgrCategory()->GetOptionSet()->GetName(), "Para");
-    EXPECT_EQ(body.GetMgrCategory()->GetOptionSet()->GetOptionCount(), 4);
     EXPECT_STREQ(body.FindOption("Doc/Styles/Body/Para/BasedOn")->szDefault, "none");
     EXPECT_EQ(body.IsUser(), 1);
     EXPECT_EQ(body.IsContextual(), 2);
@@ -71,7 +69,6 @@ TEST_F(Style, KnowsAKindByNameWhileAStyleOfItLives) {
     auto first = Make("First");
     const auto second = std::make_unique<CStyle>("Second", "Para", "Doc", nullptr);
     EXPECT_EQ(second->GetStyleKind(), &m_kind);
-    EXPECT_EQ(second->GetMode(), 0u);
     EXPECT_EQ(Known::Count(), 2);
     first.reset();
     EXPECT_EQ(Known::Count(), 1);
@@ -139,9 +136,6 @@ TEST_F(Style, FilesHoldOnlyDifferences) {
     EXPECT_EQ(Stored(*note, "Font"), "Mono");
     Set(*note, "Font", "Sans");
     EXPECT_EQ(Stored(*note, "Font"), "(null)") << "what the parent has is taken out";
-    note->Reset();
-    Set(*note, "Size", "12");
-    EXPECT_EQ(Text(*note), "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\"BasedOn\"=\"Body\" \n");
 }
 
 TEST_F(Style, FixedMarksWinAndCannotBeEdited) {
@@ -178,9 +172,7 @@ TEST_F(Style, ParentsAreLinkedAndUnlinked) {
     hint->OnUpdate(note.get(), CStyle::kParentGone);
     EXPECT_EQ(hint->GetParent(), body.get()) << "no child of the other any more";
 
-    auto child = Make("Child", body.get());
-    child->SetParent(body.get());
-    child.reset();
+    Make("Child", body.get())->SetParent(body.get());
     Set(*body, "Size", "11");  // tells no dead child
     body.reset();
     EXPECT_EQ(hint->GetParent(), nullptr);
@@ -193,14 +185,14 @@ TEST_F(Style, CirclesOfParentsEnd) {
         const auto child = Make("Child", styles[0].get());
         for (int i = 0; i < 3; ++i) {
             styles[i]->SetParent(styles[(i + 1) % 3].get());
-            EXPECT_EQ(styles[i]->GetParent(), styles[(i + 1) % 3].get());
         }
-        EXPECT_EQ(Get(*styles[0], "Font") + Get(*child, "Font"), "SansSans");
         EXPECT_STREQ(styles[1]->GetHeritedValue(Path(*styles[1]), "Font"), "Sans");
-        Set(*styles[2], "Font", "Serif");
-        EXPECT_EQ(Get(*styles[0], "Font") + Get(*styles[1], "Font") + Get(*child, "Font"), "SerifSerifSerif");
-        Set(*styles[2], "Font", "Serif");
-        EXPECT_EQ(Get(*styles[2], "Font"), "Serif") << "no style inherits from itself";
+        for (int i = 0; i < 2; ++i) {
+            Set(*styles[2], "Font", "Serif");
+            EXPECT_EQ(Get(*styles[1], "Font") + Get(*styles[2], "Font") + Get(*child, "Font"),
+                      "SerifSerifSerif")
+                << "no style inherits from itself";
+        }
         styles[1]->Copy(styles[2].get());
         styles[dies].reset();
         EXPECT_EQ(styles[(dies + 2) % 3]->GetParent(), nullptr);
@@ -226,8 +218,6 @@ TEST_F(Style, CopyTakesOverWhatDiffers) {
     EXPECT_EQ(Get(*other, "Font") + Get(*other, "Size"), "none10") << "only what both kinds have";
     thin.SetParent(other.get());
     EXPECT_EQ(Get(thin, "Width"), "(null)") << "the parent's kind lacks it";
-    Set(thin, "Width", "2");
-    EXPECT_EQ(Get(thin, "Width"), "2");
 }
 
 TEST_F(Style, OutlivesItsKindAndWhatItWasMadeFrom) {
@@ -358,38 +348,11 @@ TEST_F(StyleFile, KnowsAStyleByTheAttributeOfItsHeading) {
         << "no style is left that the file didn't give";
 }
 
-TEST_F(StyleFile, MakesTheStylesThatItsManagerDeclares) {
-    COptionManager manager;
-    {
-        CStyleKind ghost("Ghost", optLine, 2);
-        CStyleKind otherRows("Para", optLine, 2);
-        for (CStyleKind* kind : {&ghost, &otherRows}) {
-            CStyle declared("Old", kind, "Doc", 0, nullptr);
-            manager.MergeManager(&declared);
-        }
-    }
-    COptionFile optionFile(&manager);
-    m_file = std::make_unique<CStyleFile>(&optionFile);
-    ASSERT_EQ(Load("[Doc/Styles/Old/Ghost](Ghost=Old)\"Font\"=\"x\"[Doc/Styles/Old/Para](Para=Old)\"Size\"=8"
-                   "[Doc/Styles/Old/Para]\"Font\"=\"f\""),
-              0);
-    EXPECT_EQ(Names(), "Old:Para ") << "a kind has to be known, not only declared";
-    CStyle* old = Find("Old");
-    EXPECT_EQ(Get(*old, "Size") + Get(*old, "Font"), "8f") << "by the rows of the kind";
-
-    CRgKey* present = m_file->FindKey("Doc/Styles/Old");
-    EXPECT_EQ(m_file->CreateKey("Doc/Styles/Old", "a", "b"), present);
-    EXPECT_EQ(present->GetAttributeList()->GetCount(), 0) << "as it was";
-    EXPECT_EQ(m_file->CreateKey("Doc/Styles/New", "a", "b"), nullptr);
-    m_file.reset();
-}
-
 TEST_F(StyleFile, SecondLoadMakesNewStyles) {
     ASSERT_EQ(Load(kTwoStyles), 0);
     CStyle* old = Find("Body");
     ASSERT_EQ(Load(kTwoStyles), 0);
     EXPECT_EQ(Names(), "Note:Para Body:Para Note:Para Body:Para ");
-    EXPECT_EQ(m_list.FindStyle("Body"), old);
     Set(*old, "Font", "Sans");
     old->SetInitialValues();
     EXPECT_EQ(Get(*old, "Font"), "Sans") << "its key went with the first load";
@@ -409,8 +372,7 @@ TEST_F(StyleFile, StylesMayDieBeforeTheirKeys) {
     m_file->SetValue("Doc/Styles/Body/Para", "Size", "1");
     EXPECT_EQ(m_file->GetValue("Doc/Styles/Body/Para", "Size"), nullptr) << "nothing declares it now";
     ASSERT_EQ(m_file->Merge(path.c_str()), 0);
-    Refill();
-    EXPECT_EQ(Names(), "Note:Para Body:Para ") << "made anew";
+    EXPECT_EQ(Refill(), 2) << "made anew";
 
     m_proto.reset();
     EXPECT_EQ(m_file->Load(path.c_str(), &m_list), 0);
@@ -443,7 +405,6 @@ TEST_F(StyleFile, ReadsBackStylesThatWereSavedOverOneFile) {
     const auto note = Make("Note", body.get());
     CStyle thin("Thin", &m_line, "Doc", 0, nullptr);
     Set(*body, "Font", "Serif");
-    Set(*body, "Bold", "true");
     Set(*note, "Size", "8");
     Set(thin, "Width", "2");
     const std::string path = m_directory / "saved";
@@ -462,8 +423,7 @@ TEST_F(StyleFile, ReadsBackStylesThatWereSavedOverOneFile) {
         CStyle* again = Find("Note");
         EXPECT_EQ(Get(*again, "Size") + Get(*again, "BasedOn"), "8Body");
         again->SetParent(Find("Body"));
-        EXPECT_EQ(Get(*again, "Font") + Get(*again, "Bold"), "Seriftrue");
-        EXPECT_EQ(Get(*Find("Thin"), "Width"), "2");
+        EXPECT_EQ(Get(*again, "Font") + Get(*Find("Thin"), "Width"), "Serif2");
     }
 }
 
