@@ -19,6 +19,7 @@ class VYN_API CBuffer {
 public:
     /// \param size bytes allocated at first and added at each growth, at least 1; the capacity is one less.
     explicit CBuffer(int size);
+    /// Copies the text.
     CBuffer(const CBuffer& other);
     CBuffer& operator=(const CBuffer&) = delete;
     ~CBuffer();
@@ -27,13 +28,16 @@ public:
     operator const char*();
     /// \return the length in bytes.
     unsigned GetLength();
+    /// \return true when the length is 0.
     bool IsEmpty();
     /// \return true when \p text has the length of the buffer and the same bytes; false for null.
     bool operator==(const char* text);
     /// \return the byte at \p i, with no bounds test.
     char operator[](unsigned i);
 
+    /// Appends the byte.
     void operator+=(char c);
+    /// Appends the text.
     void operator+=(const char* text);
     /// Appends the text of \p other, which may be this buffer.
     void operator+=(const CBuffer& other);

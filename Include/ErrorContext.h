@@ -19,8 +19,8 @@ public:
     CError() = default;
     /// \param text copied; null means the empty text.
     explicit CError(const char* text) : m_strText(text) {}
-    CError(const CError&) = default;
-    CError& operator=(const CError&) = default;
+    CError(const CError&) = default;             ///< Copies.
+    CError& operator=(const CError&) = default;  ///< Copies.
 
     /// Hands this object to the current context, `_QbxCurrentErrorCtx`. Without one nothing happens.
     virtual void Flush();

@@ -38,7 +38,9 @@ public:
     COptionDescription(const char* key, const char* name) : m_strName(name), m_strKey(key) {}
     virtual ~COptionDescription() = default;
 
+    /// \return the name of the option; lives as long as this object.
     const char* GetName() const { return m_strName.c_str(); }
+    /// \return the path of its category; lives as long as this object.
     const char* GetKey() const { return m_strKey.c_str(); }
 
 private:

@@ -13,8 +13,9 @@
 
 namespace vyn {
 
-/// The arguments that VynSaveMainArguments stored: 0 and null before.
+/// The number of arguments that VynSaveMainArguments stored; 0 before.
 extern VYN_API int nVynArgc;
+/// The arguments that VynSaveMainArguments stored, which belong to its caller; null before.
 extern VYN_API const char** ppszVynArgv;
 /// The first argument that VynSaveMainArguments stored, in normal path form; empty before.
 extern VYN_API SPathName pathVynAbsoluteArgv0;
@@ -68,7 +69,9 @@ VYN_API const char* VynGetInstallationDirectory();
 VYN_API const char* VynGetInstallationRoot();
 /// \return the directory of this name below VynGetInstallationRoot(), kept in the same way.
 VYN_API const char* VynGetInstallationEtc();
+/// \return the directory of this name below VynGetInstallationRoot(), kept in the same way.
 VYN_API const char* VynGetInstallationLib();
+/// \return the directory of this name below VynGetInstallationRoot(), kept in the same way.
 VYN_API const char* VynGetInstallationInclude();
 
 /// Sets \p path to the user's own directory, the value of HOME.

@@ -44,13 +44,20 @@ public:
     /// Deletes the attributes.
     virtual ~CRgValue();
 
-    /// The texts belong to the value and last until it changes; they are never null.
+    /// \return the name, never null; valid until it is set.
     virtual const char* GetName() const = 0;
+    /// \return the text, never null; valid until it is set.
     virtual const char* GetValue() const = 0;
+    /// \return how the value is written.
     virtual RvType GetType() const = 0;
-    /// The setters of this library take null for the empty text. \return 1.
+    /// Sets the name. The subclasses in this library take null for the empty text, here and in SetValue.
+    /// \return 1.
     virtual int SetName(const char* name) = 0;
+    /// Sets how the value is written.
+    /// \return 1.
     virtual int SetType(RvType type) = 0;
+    /// Sets the text.
+    /// \return 1.
     virtual int SetValue(const char* value) = 0;
     /// Writes the value as one line by the static form below.
     /// \return 1.
@@ -73,6 +80,7 @@ public:
     void AddAttribute(CRgAttribute* attribute) { m_listAttributes.AddTail(attribute); }
     /// \return the list itself, which belongs to the value with the attributes in it. Never null.
     MList<CRgAttribute*>* GetAttributeList() { return &m_listAttributes; }
+    /// \return the number of attributes.
     int GetAttributeCount() { return m_listAttributes.GetCount(); }
     /// \return the first position; null when there is none.
     void* GetFirstAttributePosition() { return m_listAttributes.GetHeadPosition(); }
@@ -97,12 +105,20 @@ public:
     CDefRgValue(const char* name, RvType type, const char* value)
         : m_strName(name), m_strValue(value), m_type(type) {}
 
+    /// \return the name; valid until it is set.
     const char* GetName() const override { return m_strName.c_str(); }
+    /// \return the text; valid until it is set.
     const char* GetValue() const override { return m_strValue.c_str(); }
+    /// \return the type.
     RvType GetType() const override { return m_type; }
-    /// The setters replace the field. \return 1.
+    /// Replaces the name.
+    /// \return 1.
     int SetName(const char* name) override;
+    /// Replaces the type.
+    /// \return 1.
     int SetType(RvType type) override;
+    /// Replaces the text.
+    /// \return 1.
     int SetValue(const char* value) override;
 
 private:
@@ -164,7 +180,9 @@ public:
     /// \return 0.
     virtual int Dump(FILE* file, const char* parentPath) const;
 
+    /// \return the number of subkeys.
     int GetKeyCount() { return m_listKeys.GetCount(); }
+    /// \return the number of values.
     int GetValueCount() { return m_listValues.GetCount(); }
     /// \return the first position; null when there is none.
     void* GetFirstKeyPosition() const { return m_listKeys.GetHeadPosition(); }
@@ -180,10 +198,10 @@ public:
 protected:
     friend class CRgFile;
 
-    CRgKey* m_pParent = nullptr;  // set by subclasses only
-    MList<CRgKey*> m_listKeys;
-    MList<CRgValue*> m_listValues;
-    MList<CRgAttribute*> m_listAttributes;
+    CRgKey* m_pParent = nullptr;    ///< the parent key; null in a plain key, since only subclasses set it
+    MList<CRgKey*> m_listKeys;      ///< the subkeys
+    MList<CRgValue*> m_listValues;  ///< the values
+    MList<CRgAttribute*> m_listAttributes;  ///< the attributes of the key
 };
 
 /// \brief The plain key: it accepts every name, and finds keys and values by an index.
@@ -340,8 +358,8 @@ public:
     void DestroyKey(CRgKey* key);
 
 protected:
-    CRgKey* m_pRoot;
-    SString m_strPath;  // empty until the first Load
+    CRgKey* m_pRoot;    ///< the tree
+    SString m_strPath;  ///< empty until the first Load
 
 private:
     CRgValue* FindValue(const char* path, const char* name);

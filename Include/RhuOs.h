@@ -79,6 +79,7 @@ class VYN_API Mutex : public MutexRep {};
 /// \brief Holds a mutex from its construction to the end of the scope, however that is left.
 class VYN_API auto_lock {
 public:
+    /// Waits for \p mutex, which outlives this object, and locks it.
     explicit auto_lock(MutexRep& mutex) : m_mutex(mutex) { m_mutex.lock(); }
     auto_lock(const auto_lock&) = delete;
     auto_lock& operator=(const auto_lock&) = delete;

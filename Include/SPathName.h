@@ -11,7 +11,7 @@ namespace vyn {
 
 /// \brief A path of Unix or Windows or a URI, kept in normal form.
 ///
-/// Text that is assigned has each "\" replaced by "/" and, when it counts as absolute, its `/./` and `/../`
+/// Text that is assigned has each backslash replaced by "/" and, when it counts as absolute, its `/./` and `/../`
 /// steps taken out; a relative text keeps them. Absolute are URIs, drive paths as `c:/x` among them, and what
 /// begins with "/". Assigned text is shorter than 1024 bytes: else the path becomes empty and `errno` EINVAL.
 /// Results of type `char*` are the caller's to `free`; a `const char*` points into the path and lasts until
@@ -24,16 +24,18 @@ namespace vyn {
 class VYN_API SPathName : public SString {
 public:
     SPathName() = default;
-    SPathName(const SPathName&) = default;
-    SPathName(SPathName&&) = default;
+    SPathName(const SPathName&) = default;  ///< Copies.
+    SPathName(SPathName&&) = default;       ///< Takes over the text of the other path.
     /// Takes the text up to its first NUL, brought into normal form.
     SPathName(const SString& text) : SPathName(text.c_str()) {}
     /// Takes the text in normal form. Null means the empty path.
     SPathName(const char* text);
 
-    SPathName& operator=(const SPathName&) = default;
-    SPathName& operator=(SPathName&&) = default;
+    SPathName& operator=(const SPathName&) = default;  ///< Copies.
+    SPathName& operator=(SPathName&&) = default;       ///< Takes over the text of the other path.
+    /// Assigns the text up to its first NUL, brought into normal form.
     SPathName& operator=(const SString& text) { return *this = SPathName(text); }
+    /// Assigns the text in normal form. Null means the empty path.
     SPathName& operator=(const char* text) { return *this = SPathName(text); }
 
     /// \return 1 for an absolute path, else 0.
@@ -47,9 +49,9 @@ public:
     SString GetDirectory() const;
     /// \return a copy of the last element without its suffix.
     char* GetBaseName() const;
-    /// \return a copy with "/" for each "\".
+    /// \return a copy with "/" for each backslash.
     char* GetUnixPath() const;
-    /// \return a copy with "\" for each "/".
+    /// \return a copy with a backslash for each "/".
     char* GetWinPath() const;
 
     /// Expands the path as filename_expand does.
@@ -68,6 +70,7 @@ public:
     void MakeRelativePath(const SPathName& base);
     /// Appends \p suffix, with the dot that it brings along, to a path that has no suffix.
     void AddSuffix(const char* suffix);
+    /// The same.
     void AddSuffix(const SString& suffix) { AddSuffix(suffix.c_str()); }
     /// Removes the suffix.
     void SubSuffix();
@@ -75,6 +78,7 @@ public:
     /// isn't empty its final "/". Steps in the result are taken out when it is absolute. The length isn't
     /// limited here.
     void AddPathElement(const char* element);
+    /// The same.
     void AddPathElement(const SString& element) { AddPathElement(element.c_str()); }
 
     /// Creates the directory, and its parents except the first element of a relative path.
@@ -85,22 +89,24 @@ public:
 
 /// Both are equal when all bytes are.
 VYN_API bool operator==(const SPathName& lhs, const SPathName& rhs);
+/// The opposite.
 VYN_API bool operator!=(const SPathName& lhs, const SPathName& rhs);
 /// Compares with \p rhs in normal form.
 VYN_API bool operator==(const SPathName& lhs, const char* rhs);
+/// The opposite.
 VYN_API bool operator!=(const SPathName& lhs, const char* rhs);
 
 /// \param text not null, as for the next two.
-/// \return the last "/" of the text, the last "\" when it has no "/", null when it has neither.
+/// \return the last "/" of the text, the last backslash when it has no "/", null when it has neither.
 VYN_API char* FindLastDirSep(char* text);
-/// \return the first "/" of the text, the first "\" when it has no "/", null when it has neither.
+/// \return the first "/" of the text, the first backslash when it has no "/", null when it has neither.
 VYN_API char* FindFirstDirSep(char* text);
 /// \return 1 when \p text is a URI or begins with "/", else 0.
 VYN_API int IsAbsolutePathLocal(const char* text);
 
-/// Copies \p in without its `/./` and `/../` steps. A ".." takes away the element before it, an empty one
-/// too; without a "/" before, it takes away all there is: `/a/..` becomes empty, `c:/../b` becomes `/b`. A
-/// final `/.` stays.
+/// Copies \p in with its steps taken out. `/./` becomes a "/", and a ".." takes away the element before it, an
+/// empty one too; without a "/" before, it takes away all there is: `/a/..` becomes empty, `c:/../b` becomes
+/// `/b`. A final `/.` stays.
 /// \param out at least as large as \p in with its NUL; may be \p in.
 /// \return 1 when something was taken out, else 0.
 VYN_API int WexPathCanonicalize(char* out, const char* in);

@@ -24,8 +24,8 @@ class WString;
 class VYN_API UTF8String : public std::basic_string<char> {
 public:
     UTF8String() = default;
-    UTF8String(const UTF8String&) = default;
-    UTF8String(UTF8String&&) = default;
+    UTF8String(const UTF8String&) = default;  ///< Copies.
+    UTF8String(UTF8String&&) = default;       ///< Takes over the text of the other string.
     /// Copies the bytes, taken as UTF-8. Null means the empty string.
     UTF8String(const char* text) : std::basic_string<char>(text ? text : "") {}
     /// Copies the bytes, taken as UTF-8.
@@ -38,13 +38,14 @@ public:
     UTF8String(const ANSIString& text);
     virtual ~UTF8String() = default;
 
-    UTF8String& operator=(const UTF8String&) = default;
-    UTF8String& operator=(UTF8String&&) = default;
+    UTF8String& operator=(const UTF8String&) = default;  ///< Copies.
+    UTF8String& operator=(UTF8String&&) = default;       ///< Takes over the text of the other string.
     /// Null assigns the empty string.
     UTF8String& operator=(const char* text) {
         assign(text ? text : "");
         return *this;
     }
+    /// Copies the bytes, taken as UTF-8.
     UTF8String& operator=(const std::basic_string<char>& text) {
         assign(text);
         return *this;
@@ -75,8 +76,8 @@ public:
 class VYN_API SString : public UTF8String {
 public:
     SString() = default;
-    SString(const SString&) = default;
-    SString(SString&&) = default;
+    SString(const SString&) = default;  ///< Copies.
+    SString(SString&&) = default;       ///< Takes over the text of the other string.
     /// Copies the bytes with no conversion, those of an ANSIString too: that one goes through a UTF8String.
     SString(const std::basic_string<char>& text) : UTF8String(text) {}
     /// Copies the bytes up to the NUL, taken as UTF-8 without validation. Null yields the empty string.
@@ -84,8 +85,9 @@ public:
     /// Converts wide text. Null yields the empty string.
     SString(const wchar_t* text) : UTF8String(text) {}
 
-    SString& operator=(const SString&) = default;
-    SString& operator=(SString&&) = default;
+    SString& operator=(const SString&) = default;  ///< Copies.
+    SString& operator=(SString&&) = default;       ///< Takes over the text of the other string.
+    /// Copies the bytes with no conversion, those of an ANSIString too.
     SString& operator=(const std::basic_string<char>& text) {
         assign(text);
         return *this;
@@ -124,11 +126,13 @@ public:
     /// \pre \p rhs isn't null.
     /// \return negative, 0 or positive.
     int Compare(const char* rhs) const;
+    /// The same with the text of \p rhs up to its first NUL.
     int Compare(const SString& rhs) const;
     /// `strcasecmp` of the text, up to its first NUL, with \p rhs.
     /// \pre \p rhs isn't null.
     /// \return negative, 0 or positive.
     int CompareNoCase(const char* rhs) const;
+    /// The same with the text of \p rhs up to its first NUL.
     int CompareNoCase(const SString& rhs) const;
     /// \return the byte offset of the first occurrence of \p needle in the text up to its first NUL; -1 when
     /// it doesn't occur; 0 for an empty needle.
@@ -140,6 +144,7 @@ public:
     /// \return the new length.
     /// \throws std::out_of_range when \p pos lies beyond the length.
     int Insert(int pos, const char* text);
+    /// Inserts the byte.
     int Insert(int pos, char c);
     /// Inserts \p text up to its first NUL.
     int Insert(int pos, const SString& text);
@@ -195,10 +200,10 @@ VYN_API void SetNormalizeLineEndings(bool on);
 /// five markup characters, tab, line feed and carriage return become references; other control bytes and all
 /// bytes above 0x7F become a blank: UTF-8 text doesn't survive being mapped byte by byte.
 /// A carriage return becomes the empty text after SetNormalizeLineEndings(true).
+///
+/// When the form doesn't fit, the text is empty and `errno` is ERANGE. For a null \p dst `errno` is EINVAL.
 /// \param src not null.
 /// \param dstSize size of \p dst in bytes, at least 2.
-/// \return nothing. `errno` is ERANGE and the result empty when the form doesn't fit; EINVAL for a null \p
-/// dst.
 VYN_API void XMLMapSingleDataCharacter(const char* src, char* dst, unsigned dstSize);
 
 /// \return the value in the environment, or null when \p name isn't set; valid until the environment changes.

@@ -31,6 +31,7 @@ public:
     Socket();
     /// Takes over \p descriptor, which the last copy closes. It isn't looked at.
     explicit Socket(int descriptor);
+    /// Shares the descriptor of \p other.
     Socket(const Socket& other);
     /// Shares the descriptor of \p other; the old one is closed when this was its last socket.
     Socket& operator=(Socket& other);

@@ -27,8 +27,8 @@ namespace vyn {
 class VYN_API WString : public std::basic_string<wchar_t> {
 public:
     WString() = default;
-    WString(const WString&) = default;
-    WString(WString&&) = default;
+    WString(const WString&) = default;  ///< Copies.
+    WString(WString&&) = default;       ///< Takes over the text of the other string.
     /// Copies. Null means the empty string.
     WString(const wchar_t* text) : std::basic_string<wchar_t>(text ? text : L"") {}
     /// Copies.
@@ -41,8 +41,8 @@ public:
     WString(const ANSIString& text);
     virtual ~WString() = default;
 
-    WString& operator=(const WString&) = default;
-    WString& operator=(WString&&) = default;
+    WString& operator=(const WString&) = default;  ///< Copies.
+    WString& operator=(WString&&) = default;       ///< Takes over the text of the other string.
     /// Null assigns the empty string.
     WString& operator=(const wchar_t* text) {
         assign(text ? text : L"");
@@ -79,8 +79,8 @@ public:
 class VYN_API ANSIString : public std::basic_string<char> {
 public:
     ANSIString() = default;
-    ANSIString(const ANSIString&) = default;
-    ANSIString(ANSIString&&) = default;
+    ANSIString(const ANSIString&) = default;  ///< Copies.
+    ANSIString(ANSIString&&) = default;       ///< Takes over the text of the other string.
     /// Copies the bytes, taken as text of the system locale.
     ANSIString(const std::basic_string<char>& text) : std::basic_string<char>(text) {}
     /// Converts UTF-8 text, an SString too.
@@ -89,8 +89,8 @@ public:
     ANSIString(const WString& text);
     virtual ~ANSIString() = default;
 
-    ANSIString& operator=(const ANSIString&) = default;
-    ANSIString& operator=(ANSIString&&) = default;
+    ANSIString& operator=(const ANSIString&) = default;  ///< Copies.
+    ANSIString& operator=(ANSIString&&) = default;       ///< Takes over the text of the other string.
     /// Copies the bytes, taken as text of the system locale. Null assigns the empty string.
     ANSIString& operator=(const char* text) {
         assign(text ? text : "");

@@ -32,6 +32,7 @@ class SFmt;
 /// nothing throws or returns an error.
 class VYN_API CMsgOut {
 public:
+    /// Where messages go without a handler.
     enum MessageKind {
         eError = 0,   ///< console is standard error
         eOutput = 1,  ///< console is standard output
@@ -59,6 +60,7 @@ public:
     CMsgOut& operator<<(long value);
     /// Appends the text. Null is reported on this stream, with a flush.
     CMsgOut& operator<<(const char* text);
+    /// Appends the text.
     CMsgOut& operator<<(const SString& text);
     /// Appends the text of the message, `str()`, which reports what is missing in it.
     CMsgOut& operator<<(SFmt& format);
@@ -134,6 +136,7 @@ public:
     SFmt& operator<<(const SString& value);
     /// The same; null is reported instead and doesn't count as a parameter.
     SFmt& operator<<(const char* value);
+    /// The same with the number in decimal.
     SFmt& operator<<(long value);
 
     /// \return the text, valid until it is next changed. Each placeholder that is left in it is reported.

@@ -15,10 +15,10 @@ namespace k4 {
 ///
 /// A plain value; all 16 bytes zero is the null GUID. `GUID g = {0x2F51008E, 0x98A4, 0x4939, {0xA5, ...}};`
 struct VYN_API GUID {
-    std::uint32_t Data1;
-    std::uint16_t Data2;
-    std::uint16_t Data3;
-    std::uint8_t Data4[8];
+    std::uint32_t Data1;    ///< the first 8 digits of the text form
+    std::uint16_t Data2;    ///< the next 4
+    std::uint16_t Data3;    ///< the next 4
+    std::uint8_t Data4[8];  ///< the last 16, in the order of the text
 
     /// Replaces \p out by the 36 characters of the text form: upper-case hexadecimal digits, grouped
     /// 8-4-4-4-12.

@@ -10,8 +10,11 @@ namespace vyn {
 
 /// \return the sub-key of the integration, to be appended to a tool's key.
 VYN_API SString GetIntegrationKey();
+/// \return the name of the setting of the integration itself.
 VYN_API SString GetReqixIntegraionKey();
+/// \return the name of the setting of the server's time-out.
 VYN_API SString GetReqixTimeoutKey();
+/// \return the name of the setting of the time-out's dialog.
 VYN_API SString GetReqixDialogKey();
 
 /// Looks whether the integration is installed. It never is on this platform.

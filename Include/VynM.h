@@ -48,8 +48,10 @@ public:
         }
         return nullptr;
     }
+    /// \return the number of elements.
     int GetCount() const { return m_nCount; }
 
+    /// Appends \p element.
     void AddTail(T element) {
         NodeList* node = new NodeList{nullptr, m_pTail, element};
         (m_pTail ? m_pTail->next : m_pHead) = node;

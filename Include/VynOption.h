@@ -75,6 +75,7 @@ public:
 
     /// \return the row, here or in a base set; null when unknown. It belongs to the tool's table.
     COption* FindOption(const char* name) const;
+    /// \return the name of the set, which belongs to its table; "" for a set that was made of null.
     const char* GetName() const { return m_szName; }
     /// \return the component of the base set, owned by the manager; null when there is none.
     const CMgrOptionSet* GetNextOptionSet() const { return m_pNext; }
@@ -88,9 +89,11 @@ public:
     /// Indexes the base sets of \p set, then its own rows; null does nothing. A later row of a name replaces
     /// the earlier one.
     void IndexOptions(const COptionSet* set);
+    /// The same for a set that is itself an index.
     void IndexOptions(const CMgrOptionSet* set);
     /// Indexes the rows of \p set without its base set; null does nothing.
     void MergeOptions(const COptionSet* set);
+    /// The same for a set that is itself an index.
     void MergeOptions(const CMgrOptionSet* set);
     /// Removes every option name of \p set, whichever row it points to; null does nothing.
     void UnMergeOptions(const CMgrOptionSet* set);
@@ -136,6 +139,7 @@ public:
     const CMgrCategory* FindCategory(const char* name, unsigned length) const;
     /// \return names from the top level down, joined by `/`; null for the root. Lives as long as the node.
     const char* GetPath();
+    /// \return the element of the path that stands for this node; lives as long as the node.
     const char* GetName() const { return m_strName.c_str(); }
     /// \return the options; null for the root.
     const CMgrOptionSet* GetOptionSet() const { return m_pOptionSet; }
@@ -219,17 +223,21 @@ public:
     /// The typed getters read what the virtual GetValue answers. The default comes to bear only in a subclass
     /// whose GetValue may return null.
     const char* GetStrValue(const char* key, const char* name) const;
+    /// The same with \p defaultValue in place of null.
     const char* GetStrValue(const char* key, const char* name, const char* defaultValue) const;
     /// \return 1 when the value begins with a lower-case `t`, else 0.
     int GetBoolValue(const char* key, const char* name) const;
+    /// The same with \p defaultValue in place of null.
     int GetBoolValue(const char* key, const char* name, int defaultValue) const;
     /// \return `atoi` of the value.
     int GetIntValue(const char* key, const char* name) const;
+    /// The same with \p defaultValue in place of null.
     int GetIntValue(const char* key, const char* name, int defaultValue) const;
     /// The typed setters call the virtual SetValue.
     void SetStrValue(const char* key, const char* name, const char* value);
     /// Sets "true" when \p value isn't 0, else "false".
     void SetBoolValue(const char* key, const char* name, int value);
+    /// Sets \p value in decimal.
     void SetIntValue(const char* key, const char* name, int value);
     /// \pre the option is declared.
     /// \return 1 when \p value is the declared default, else 0.
@@ -271,6 +279,7 @@ public:
     /// Loads the file of that path name again.
     /// \return 1 when it is in the stack and could be read, else 0.
     int Reload(const char* path);
+    /// Loads each file again, from the top; results are dropped.
     void ReloadAllFiles();
     /// Saves each file to its own path, from the top; results are dropped.
     void SaveAllFiles();
@@ -278,6 +287,7 @@ public:
     void SetModified();
     /// Empties the stack. The files then belong to the caller.
     void RemoveAllFiles();
+    /// \return the number of files in the stack.
     int GetFileCount() const { return m_listFiles.GetCount(); }
     /// \return the position of the top file; null without files.
     void* GetFirstFilePosition() const { return m_listFiles.GetHeadPosition(); }
@@ -288,7 +298,9 @@ public:
     void AddCategory(const CCategory* category) { MergeCategory(category); }
     /// \return the component of that set name, made when it is missing, base sets first; null for null.
     const CMgrOptionSet* GetComponent(const COptionSet* set);
+    /// The same for a set that is itself an index.
     const CMgrOptionSet* GetComponent(const CMgrOptionSet* set);
+    /// \return the number of components.
     int GetComponentCount() const { return m_mapComponents.GetCount(); }
     /// \return the first position; null when there is none.
     void* GetFirstComponentPosition() const { return m_mapComponents.GetStartPosition(); }
@@ -296,6 +308,7 @@ public:
     const CMgrOptionSet* GetNextComponent(void*& pos) const;
     /// The manager's own name, which isn't part of any address. Null means the empty name.
     void SetName(const char* name) { m_strManagerName = name; }
+    /// \return the name that SetName set; valid until it is set again.
     const char* GetName() const { return m_strManagerName.c_str(); }
 
 protected:
@@ -304,13 +317,14 @@ protected:
     /// The declared option at key, `/`, name; null when there is none.
     const COption* FindDeclared(const char* key, const char* name) const;
 
-    MMap<SString, CMgrOptionSet*> m_mapComponents;
-    MList<COptionFile*> m_listFiles;  // from top to bottom
-    SString m_strManagerName;
-    MList<COptionFile*> m_listPredefinedFiles;  // not owning
+    MMap<SString, CMgrOptionSet*> m_mapComponents;  ///< the components by set name, owned
+    MList<COptionFile*> m_listFiles;                ///< the stack from top to bottom, owned
+    SString m_strManagerName;                       ///< not part of any address
+    MList<COptionFile*> m_listPredefinedFiles;      ///< not owned
 
-    static MMap<SString, COptionFile*> m_mapOptionFiles;  // by path name, of all managers; filled by
-                                                          // subclasses, who take dead files out again
+    /// Files of all managers by path name. Filled by subclasses, who take dead files out again.
+    static MMap<SString, COptionFile*> m_mapOptionFiles;
+    /// What IsPredefinedOptionFilesLoaded tells.
     static int m_bPredefinedAlreadyLoaded;
 
 private:
@@ -324,12 +338,17 @@ public:
     /// \param option outlives the value.
     COptRgValue(const COption* option, const char* value);
 
+    /// \return the name of the option; belongs to its row.
     const char* GetName() const override;
+    /// \return the value; valid until it is set.
     const char* GetValue() const override { return m_strValue.c_str(); }
     /// \return eText for an option of type 1, eBare for 2, eBareOther for 3, eText for anything else.
     RvType GetType() const override;
-    /// The option decides name and type: these two do nothing. \return 1.
+    /// Does nothing: the option decides the name.
+    /// \return 1.
     int SetName(const char* name) override;
+    /// Does nothing: the option decides the type.
+    /// \return 1.
     int SetType(RvType type) override;
     /// \return 1.
     int SetValue(const char* value) override;
@@ -388,20 +407,23 @@ protected:
     friend class CIncrSaveContext;
     friend class COptionFile;
 
-    // Flags of a key during a save. The bits from kHeading on count its headings that are still to come.
-    static constexpr int kDealtWith = 1;      // a heading of the key has been closed
-    static constexpr int kOldAttributes = 2;  // the old file has attributes on a heading of the key
-    static constexpr int kHeading = 4;
+    // Flags of a key during a save.
+    static constexpr int kDealtWith = 1;      ///< a heading of the key has been closed
+    static constexpr int kOldAttributes = 2;  ///< the old file has attributes on a heading of the key
+    static constexpr int kHeading = 4;        ///< counts, with all bits above, its headings still to come
 
+    /// \return the sub-category of that name of the key's category; null when there is none.
     const CMgrCategory* FindSubCategory(const char* name) const;
+    /// \return the option of that name that the key's category declares; null when there is none.
     const COption* FindOption(const char* name) const;
 
-    CMgrCategory* m_pCategory;
-    int m_nFlags;
-    MMap<SString, CRgKey*> m_mapKeys;
-    MMap<SString, CRgValue*> m_mapValues;
+    CMgrCategory* m_pCategory;             ///< what the key stands for; null when it is unbound
+    int m_nFlags;                          ///< kDealtWith and so on; 0 except during a save
+    MMap<SString, CRgKey*> m_mapKeys;      ///< the subkeys by name
+    MMap<SString, CRgValue*> m_mapValues;  ///< the values by name
 
-    static CIncrSaveContext* m_pContext;  // null except during the parse of an incremental save
+    /// The save under way; null except during its parse.
+    static CIncrSaveContext* m_pContext;
 
 private:
     CRgKey* ReplayKey(const char* name);
@@ -503,11 +525,13 @@ public:
     /// the value of `errno`, and it stays in the "~" file.
     int SaveAs(const char* path);
 
+    /// \return the modified flag: 0 after a load or a save, else what SetModifiedFlag set.
     int IsModified() const { return m_bModified; }
     /// \return the old flag.
     int SetModifiedFlag(int flag);
     /// A mark for the tool; the library doesn't set it.
     int IsPredefined() const { return m_bPredefined; }
+    /// Sets the mark.
     void SetPredefined(int flag) { m_bPredefined = flag; }
     /// \return 1 when the value exists and is marked fixed: its attribute "fixed" is exactly "true"; else 0.
     int IsUnredefinable(const char* key, const char* name);

@@ -66,6 +66,7 @@ VYN_API HINSTANCE VynGetResourceHandle();
 ///     message.Format(9, path);
 class VYN_API VynDllHrscState {
 public:
+    /// Makes \p handle, which may be null, current until the end of the object.
     explicit VynDllHrscState(HINSTANCE handle);
     VynDllHrscState(const VynDllHrscState&) = delete;
     VynDllHrscState& operator=(const VynDllHrscState&) = delete;

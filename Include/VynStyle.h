@@ -19,6 +19,7 @@ public:
     /// \param kind may be null.
     explicit CStyleList(CStyleKind* kind) : m_pStyleKind(kind) {}
 
+    /// \return the kind that the list was made for; may be null.
     CStyleKind* GetStyleKind() { return m_pStyleKind; }
     /// \return the first style of that name; null when there is none.
     CStyle* FindStyle(const char* name);
@@ -49,12 +50,16 @@ public:
     void AddOptionSet(const char* name, const COption* options, int count);
     /// \return the styles of this kind in order of creation; lives as long as the kind.
     CStyleList* GetStyleList() { return &m_listStyles; }
-    /// The styles call these two when they are born and when they die.
+    /// Appends \p style to the list of this kind. Styles call this when they are born, and RemoveStyle when
+    /// they die.
     void AddStyle(CStyle* style) { m_listStyles.AddTail(style); }
+    /// Takes \p style out of the list of this kind.
     void RemoveStyle(CStyle* style);
     /// A mark for the tool.
     void SetMode(unsigned long mode) { m_nMode = mode; }
+    /// \return the name of the kind; lives as long as the kind.
     const char* GetName() { return m_strName.c_str(); }
+    /// \return the number of rows.
     int GetOptionsCount() { return m_nOptions; }
 
 private:
@@ -91,9 +96,9 @@ public:
     /// Name of the option that holds the parent's name; "none" when there is no parent.
     static constexpr const char* InheritString = "BasedOn";
 
-    /// What a parent tells its children.
-    static constexpr int kParentGone = 1;
-    static constexpr int kValueChanged = 2;
+    // What a parent tells its children.
+    static constexpr int kParentGone = 1;    ///< it dies or has no parent any more
+    static constexpr int kValueChanged = 2;  ///< it has a new value
 
     /// Makes a style, and its kind known by name for as long as the style lives. \p name and \p rootName are
     /// elements of an option address: no `/`, at most 255 bytes.
@@ -116,6 +121,7 @@ public:
     /// \return the style's name. The name of the manager, `COptionManager::GetName`, is style and kind in
     /// one.
     const char* GetName() const { return m_strName.c_str(); }
+    /// \return the first element of the addresses of the style's options; lives as long as the style.
     const char* GetRootName() { return m_strRootName.c_str(); }
     /// \return the kind; null once it is dead, and for an empty style.
     CStyleKind* GetStyleKind() { return m_pKind; }
@@ -123,7 +129,9 @@ public:
     CStyle* GetParent() { return m_pParent; }
     /// \return the category of the style's options; null for an empty style.
     CMgrCategory* GetMgrCategory() { return m_pMgrCategory; }
+    /// \return the mode: bit 0 marks a style of the user, bit 1 a contextual one.
     unsigned long GetMode() { return m_nMode; }
+    /// Sets the mode, which only the tool reads.
     void SetMode(unsigned long mode) { m_nMode = mode; }
     /// \return bit 0 of the mode: 0 or 1.
     int IsUser() { return static_cast<int>(m_nMode & 1); }
@@ -131,7 +139,10 @@ public:
     int IsContextual() { return static_cast<int>(m_nMode & 2); }
     /// A count for the tool: at 0 nothing happens. \return the new count.
     int AddRef() { return ++m_nRef; }
+    /// Counts down.
+    /// \return the new count.
     int Release() { return --m_nRef; }
+    /// \return the count.
     int GetRef() { return m_nRef; }
     /// The key that SetInitialValues reads. A key that the style was made from says itself when it dies; one
     /// that the tool sets here has to outlive its use.
@@ -154,8 +165,9 @@ public:
     /// link to the present parent; the style's own children lose it as their parent then, and the recorded
     /// name stays.
     void SetParent(CStyle* parent);
-    /// The bookkeeping of SetParent.
+    /// Appends \p child to the children. This and RemoveChild are the bookkeeping of SetParent.
     void AddChild(CStyle* child) { m_pChildren->AddTail(child); }
+    /// Takes \p child out of the children.
     void RemoveChild(CStyle* child);
     /// Calls OnUpdate on each child.
     /// \param kind kParentGone or kValueChanged.

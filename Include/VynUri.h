@@ -41,6 +41,7 @@ VYN_API bool VynIsAQLUri(const char* text);
 /// Nothing here throws. Problems are told on vynerr, in texts of the library's own string table.
 class VYN_API SUrnResolver {
 public:
+    /// The kind of a text.
     enum SURNStatus {
         eUrnOk = 0,           ///< a URN, well formed; after ResolveUrn also resolved
         eUrnNotAUrn = 1,      ///< a plain path or another URI
@@ -131,6 +132,7 @@ public:
         eCapabilityDefaultOutputLocation = 128,
     };
 
+    /// What became of a request.
     enum SStatus {
         eStatusNotDone = 0,    ///< the scheme did nothing
         eStatusDone = 1,       ///< done

@@ -61,7 +61,9 @@ public:
     Ptr() = default;
     /// Takes over one reference of the caller. Null is allowed.
     explicit Ptr(T* object) : m_pObject(object) {}
+    /// Takes over the reference of \p other, which is then null.
     Ptr(Ptr&& other) noexcept : m_pObject(std::exchange(other.m_pObject, nullptr)) {}
+    /// Gives up what is held and takes over the reference of \p other, which is then null.
     Ptr& operator=(Ptr&& other) noexcept {
         Ptr(std::move(other)).Swap(*this);
         return *this;
@@ -76,6 +78,7 @@ public:
     T* get() const { return static_cast<T*>(m_pObject); }
     /// \pre it isn't null.
     T* operator->() const { return get(); }
+    /// \return false when it is null.
     explicit operator bool() const { return m_pObject != nullptr; }
 
     /// Gives up what is held.

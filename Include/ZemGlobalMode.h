@@ -13,6 +13,7 @@ namespace vyn::gmode {
 /// The values are the tool's own; the library only keeps one.
 enum EZemGlobalMode : std::int32_t {};
 
+/// Sets the mode of the process.
 VYN_API void SetZemGlobalMode(EZemGlobalMode mode);
 /// \return what was set last; 0 at the start.
 VYN_API EZemGlobalMode GetZemGlobalMode();
