@@ -1,0 +1,189 @@
+#include "VynFileItem.h"
+
+#include <gtest/gtest.h>
+#include <sys/stat.h>
+
+#include "TestSupport.h"
+#include "VynUri.h"
+
+namespace vyn {
+namespace {
+
+using namespace test;
+
+// What permissions forbid shows to everybody but the superuser, whose rights the object lays down.
+class AsOrdinaryUser {
+public:
+    AsOrdinaryUser() : m_bChanged(geteuid() == 0 && seteuid(65534) == 0) {}
+    AsOrdinaryUser(const AsOrdinaryUser&) = delete;
+    AsOrdinaryUser& operator=(const AsOrdinaryUser&) = delete;
+    ~AsOrdinaryUser() {
+        if (m_bChanged) {
+            EXPECT_EQ(seteuid(0), 0);
+        }
+    }
+
+private:
+    bool m_bChanged;
+};
+
+std::string Names(const std::vector<VynFileItem>& items) {
+    std::string names;
+    for (const VynFileItem& item : items) {
+        names += item.GetName() + " ";
+    }
+    return names;
+}
+
+unsigned ModeOf(const std::string& path) {
+    struct stat info {};
+    EXPECT_EQ(stat(path.c_str(), &info), 0);
+    return info.st_mode & 07777;
+}
+
+class Tree : public testing::Test {
+protected:
+    Tree() {
+        chmod(m_directory.Path().c_str(), 0755);
+        for (const char* name : {"b.txt", "a.txt", ".hidden", "with blank.c"}) {
+            WriteText(m_directory / name, name);
+        }
+        std::filesystem::create_directory(m_directory / "sub");
+        std::filesystem::create_symlink("sub", m_directory / "link");
+        std::filesystem::create_symlink("nowhere", m_directory / "dangling");
+    }
+
+    SString In(const std::string& name) const { return m_directory / name; }
+
+    TemporaryDirectory m_directory;
+};
+
+TEST_F(Tree, ShowsWhatAPathNames) {
+    const struct {
+        const char* name;
+        int type;
+    } rows[] = {{"a.txt", 0}, {"sub", 1}, {"link", 1}, {"", 1}, {"dangling", 3}, {"none", 3}};
+    for (const auto& row : rows) {
+        EXPECT_EQ(VynFileItem(In(row.name)).GetFileType(), row.type) << row.name;
+    }
+    EXPECT_EQ(VynFileItem("/dev/null").GetFileType(), 3);
+    EXPECT_EQ(VynFileItem("/x/../a/b.c").GetFullPath(), "/a/b.c");
+    EXPECT_EQ(VynFileItem("/x/../a/b.c").GetName(), "b.c");
+}
+
+TEST_F(Tree, ListsADirectoryWithoutHiddenNames) {
+    std::vector<VynFileItem> items{VynFileItem("before"), VynFileItem(In(""))};
+    items[1].GetFilesList(items);
+    EXPECT_EQ(Names(items), "a.txt b.txt dangling link sub with blank.c ");
+    EXPECT_EQ(items[0], VynFileItem(In("a.txt")));
+    testing::internal::CaptureStderr();
+    for (const char* name : {"a.txt", "sub", "none"}) {
+        items.emplace_back("before");
+        VynFileItem(In(name)).GetFilesList(items);
+        EXPECT_EQ(Names(items), "") << name;
+    }
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(Tree, GathersTheMatchesOfPatterns) {
+    ASSERT_TRUE(SUrnResolver::RegisterUrn("fileitem", m_directory.Path()));
+    VynFileItem item("");
+    std::vector<VynFileItem> items;
+    testing::internal::CaptureStderr();
+    for (const auto& [pattern, names] : {
+             std::pair(In("b*"), "b.txt "),
+             std::pair(In("none*"), "b.txt "),
+             std::pair(In("[a-c].txt"), "b.txt a.txt "),
+             std::pair(In("sub/../?.txt"), "b.txt a.txt "),
+             std::pair(In(".*"), "b.txt a.txt .hidden "),
+             std::pair(SString("urn:fileitem:w*"), "b.txt a.txt .hidden with blank.c "),
+         }) {
+        item.GetFiles(pattern, items);
+        EXPECT_EQ(Names(items), names) << pattern;
+    }
+    const std::filesystem::path before = std::filesystem::current_path();
+    std::filesystem::current_path(m_directory.Path());
+    item.GetFiles("a*", items);
+    item.GetFiles("l*", items);
+    std::filesystem::current_path(before);
+    EXPECT_EQ(Names(items), "b.txt a.txt .hidden with blank.c link ");
+    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
+}
+
+TEST_F(Tree, ReportsADirectoryThatCantBeRead) {
+    chmod(In("sub").c_str(), 0);
+    std::vector<VynFileItem> items{VynFileItem("before")};
+    const SString pattern = In("sub/*");
+    testing::internal::CaptureStderr();
+    {
+        const AsOrdinaryUser user;
+        VynFileItem("").GetFiles(pattern, items);
+        VynFileItem("").GetFiles(In("none/*"), items);
+    }
+    chmod(In("sub").c_str(), 0700);
+    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+              "Permission denied: " + pattern + "\nNo such file or directory: " + In("none/*") + "\n");
+    EXPECT_EQ(Names(items), "before ");
+}
+
+TEST_F(Tree, CopiesTheBytesOfAFile) {
+    const SString from = In("from"), to = In("to");
+    WriteText(to, "what was there is longer than the first copies");
+    for (size_t size : {0, 1, 8192, 8193, 1000000}) {
+        std::string bytes(size, '\0');
+        for (size_t i = 0; i < size; ++i) {
+            bytes[i] = static_cast<char>(i * 7 / 3);
+        }
+        WriteText(from, bytes);
+        EXPECT_TRUE(VynCopyFile(from, to));
+        EXPECT_TRUE(ReadText(to) == bytes) << size;
+    }
+}
+
+TEST_F(Tree, FailsToCopyWhatCantBeReadOrWritten) {
+    const SString file = In("a.txt"), to = In("to");
+    EXPECT_FALSE(VynCopyFile(In("none"), to));
+    EXPECT_FALSE(std::filesystem::exists(to.c_str())) << "nothing to copy, nothing made";
+    EXPECT_FALSE(VynCopyFile(file, In("none/to")));
+    EXPECT_FALSE(VynCopyFile(In("sub"), to)) << "opens, but can't be read";
+    EXPECT_FALSE(VynCopyFile(file, "/dev/full")) << "a few bytes notice the full disk too";
+    chmod(file.c_str(), 0);
+    const AsOrdinaryUser user;
+    EXPECT_FALSE(VynCopyFile(file, to));
+}
+
+TEST_F(Tree, ChangesThePermissionOfTheOwnerAlone) {
+    const SString file = In("a.txt");
+    const struct {
+        unsigned before;
+        bool readOnly;
+        unsigned after;
+    } rows[] = {
+        {0644, true, 0444}, {0444, false, 0644}, {0466, true, 0466}, {04722, true, 04522}, {0, false, 0200}};
+    for (const auto& row : rows) {
+        chmod(file.c_str(), row.before);
+        EXPECT_TRUE(VynSetReadOnly(file, row.readOnly));
+        EXPECT_EQ(ModeOf(file), row.after) << std::oct << row.before;
+    }
+    EXPECT_FALSE(VynSetReadOnly(In("none"), true));
+    EXPECT_FALSE(VynSetReadOnly(In("none"), false));
+}
+
+TEST_F(Tree, GuardsAFileAgainstItsOwner) {
+    const SString file = In("a.txt"), late = In("late");
+    chmod(file.c_str(), 0664);
+    {
+        const SUnsetReadOnly guard(file);
+        EXPECT_TRUE(guard);
+        EXPECT_EQ(ModeOf(file), 0464u);
+        const SUnsetReadOnly missing(late);
+        EXPECT_FALSE(missing);
+        WriteText(late, "");
+        chmod(late.c_str(), 0640);
+    }
+    EXPECT_EQ(ModeOf(file), 0664u);
+    EXPECT_EQ(ModeOf(late), 0640u) << "a guard that failed has nothing to put back";
+}
+
+}  // namespace
+}  // namespace vyn
