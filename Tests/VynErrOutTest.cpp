@@ -6,7 +6,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <filesystem>
-#include <optional>
 
 #include "TestSupport.h"
 #include "ZemAPICommon.h"
@@ -77,16 +76,6 @@ TEST(GlobalStreams, WorkBeforeTheirStartAndAfterTheirEnd) {
     EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-q"), strQuiet) << "quiet beyond the end as well";
 }
 
-// A stream of kind eError made with VYN_ERR_OUT set to `options`.
-struct OptionStream {
-    explicit OptionStream(const char* options) {
-        setenv("VYN_ERR_OUT", options, 1);
-        stream.emplace(CMsgOut::eError);
-        unsetenv("VYN_ERR_OUT");
-    }
-    std::optional<CMsgOut> stream;
-};
-
 class Recorder : public k4::IMessageOutputHandler {
 public:
     explicit Recorder(bool handled) : m_bHandled(handled) {}
@@ -148,44 +137,33 @@ TEST(MsgOut, ReportsNullTextBehindTheMessage) {
     EXPECT_EQ(handler.m_strLog, "[before\nInternal error: CMsgOut: NULL TCHAR* argument\n]|[after]|");
 }
 
-TEST(MsgOut, TriesALogFileOnce) {
-    OptionStream quiet("-o /nowhere/log");
-    Recorder handler(true);
-    quiet.stream->SetOutput(&handler);
-    *quiet.stream << "a" << flush << "b" << flush;
-    const std::string name = "/nowhere/log." + std::to_string(getpid());
-    EXPECT_EQ(handler.m_strLog, "[a][Internal error: CErrOut: open failed: " + name + "\n]||[b]|");
-}
-
-TEST(MsgOut, KeepsQuietToTheHandlerButTellsItOfTheFlush) {
-    OptionStream quiet("-q");
-    Recorder handler(false);
-    quiet.stream->SetOutput(&handler);
-    *quiet.stream << "a" << flush;
-    EXPECT_EQ(handler.m_strLog, "|");
-}
-
-TEST(MsgOut, WritesToTheLogFileWhatTheHandlerTook) {
+TEST(MsgOut, FollowsTheVariableOfItsStart) {
     const test::TemporaryDirectory directory;
-    const std::string name = directory / "log." + std::to_string(getpid());
-    test::WriteText(name, "an older and longer text");
-    OptionStream logged(("-o " + directory / "log").c_str());
-    Recorder handler(true);
-    logged.stream->SetOutput(&handler);
-    *logged.stream << "a" << flush << "b" << flush;
-    EXPECT_EQ(test::ReadText(name), "ab");
-}
-
-TEST(MsgOut, ReportsTheMissingAssertDialogOnVynerr) {
-    OptionStream asserting("-a");
-    Recorder handler(true);
-    Recorder handlerOfVynerr(true);
-    asserting.stream->SetOutput(&handler);
-    vynerr.PushOutput(&handlerOfVynerr);
-    *asserting.stream << "a" << flush;
-    vynerr.PopOutput();
-    EXPECT_EQ(handler.m_strLog, "[a]|");
-    EXPECT_EQ(handlerOfVynerr.m_strLog, "[Internal error: assert dialog not available\n]|");
+    const std::string pid = "." + std::to_string(getpid());
+    test::WriteText(directory / "log" + pid, "an older and longer text");
+    const std::string noDialog = "[Internal error: assert dialog not available\n]|";
+    const struct {
+        std::string options, log, logOfVynerr;
+    } rows[] = {
+        {"-o /nowhere/log", "[a][Internal error: CErrOut: open failed: /nowhere/log" + pid + "\n]||[b]|", ""},
+        {"-o " + directory / "log", "[a]|[b]|", ""},
+        {"-q", "||", ""},
+        {"-a", "[a]|[b]|", noDialog + noDialog},
+    };
+    for (const auto& row : rows) {
+        setenv("VYN_ERR_OUT", row.options.c_str(), 1);
+        CMsgOut stream(CMsgOut::eError);
+        unsetenv("VYN_ERR_OUT");
+        Recorder handler(true), handlerOfVynerr(true);
+        stream.SetOutput(&handler);
+        vynerr.PushOutput(&handlerOfVynerr);
+        stream << "a" << flush << "b" << flush;
+        vynerr.PopOutput();
+        stream.SetOutput(nullptr);
+        EXPECT_EQ(handler.m_strLog, row.log) << row.options;
+        EXPECT_EQ(handlerOfVynerr.m_strLog, row.logOfVynerr) << row.options;
+    }
+    EXPECT_EQ(test::ReadText(directory / "log" + pid), "ab");
     EXPECT_EQ(RunProbe("MsgOutProbe", "-a").find("constructor -1\nconstructor -1\nInternal error: assert"),
               0u)
         << "on vynerr itself the message is still there when the report is made";
