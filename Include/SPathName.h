@@ -17,9 +17,9 @@ namespace vyn {
 /// Results of type `char*` are the caller's to `free`; a `const char*` points into the path and lasts until
 /// it changes. Texts passed in may be null only where that is said.
 /// \code
-/// SPathName path("/work/models/../a.mod");  // "/work/a.mod"
-/// path.SubSuffix();                         // "/work/a"
-/// path.AddPathElement("b");                 // "/work/a/b"
+/// SPathName path("/data/models/../a.mod");  // "/data/a.mod"
+/// path.SubSuffix();                         // "/data/a"
+/// path.AddPathElement("b");                 // "/data/a/b"
 /// \endcode
 class VYN_API SPathName : public SString {
 public:
