@@ -208,6 +208,7 @@ TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
 }
 
 TEST(Composite, AsksForTheCapability) {
+    SUrnResolver::RegisterUrn("u", "t:");
     for (const Operation& operation : operations) {
         TestScheme able("able", "t:", operation.bit);
         TestScheme unable("unable", "t:", allCapabilities - operation.bit);
