@@ -3,6 +3,7 @@
 /// \file
 /// Content that the benchmarks share: N values named Value0 to Value19 in sections named Section0 and so on.
 
+#include <benchmark/benchmark.h>
 #include <unistd.h>
 
 #include <cstdio>
@@ -23,6 +24,17 @@ inline std::string Name(int i) {
 
 inline std::string Value(int i) {
     return "text of the value number " + std::to_string(i);
+}
+
+/// Counts the time of one value, which should be the same for every size.
+inline void PerValue(benchmark::State& state) {
+    state.counters["per_value"] =
+        benchmark::Counter(static_cast<double>(state.range(0)),
+                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+inline void Sizes(benchmark::internal::Benchmark* benchmark) {
+    benchmark->Arg(100)->Arg(2000)->Arg(50000)->MinTime(0.3)->Unit(benchmark::kMicrosecond);
 }
 
 /// The content in one of two formats: quoted as Rg text, bare as a GLib key file.

@@ -14,16 +14,6 @@
 
 namespace {
 
-void PerValue(benchmark::State& state) {
-    state.counters["per_value"] =
-        benchmark::Counter(static_cast<double>(state.range(0)),
-                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
-void Sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Arg(100)->Arg(2000)->Arg(50000)->MinTime(0.3)->Unit(benchmark::kMicrosecond);
-}
-
 // Section and name of every value, so that their making isn't measured.
 struct Addresses {
     explicit Addresses(int values) {
@@ -45,9 +35,9 @@ void BM_RgParse(benchmark::State& state) {
             break;
         }
     }
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_RgParse)->Apply(Sizes);
+BENCHMARK(BM_RgParse)->Apply(bench::Sizes);
 
 void BM_RgParseAndDump(benchmark::State& state) {
     const bench::TemporaryFile text(bench::Text(static_cast<int>(state.range(0)), "\""));
@@ -59,9 +49,9 @@ void BM_RgParseAndDump(benchmark::State& state) {
             break;
         }
     }
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_RgParseAndDump)->Apply(Sizes);
+BENCHMARK(BM_RgParseAndDump)->Apply(bench::Sizes);
 
 void BM_RgLookup(benchmark::State& state) {
     const int values = static_cast<int>(state.range(0));
@@ -75,9 +65,9 @@ void BM_RgLookup(benchmark::State& state) {
                 file.GetValue(addresses.sections[i].c_str(), addresses.names[i].c_str()));
         }
     }
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_RgLookup)->Apply(Sizes);
+BENCHMARK(BM_RgLookup)->Apply(bench::Sizes);
 
 #ifdef VYN_BENCH_GLIB
 
@@ -90,9 +80,9 @@ void BM_GKeyFileParse(benchmark::State& state) {
         }
         g_key_file_free(file);
     }
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_GKeyFileParse)->Apply(Sizes);
+BENCHMARK(BM_GKeyFileParse)->Apply(bench::Sizes);
 
 void BM_GKeyFileParseAndDump(benchmark::State& state) {
     const bench::TemporaryFile text(bench::Text(static_cast<int>(state.range(0)), ""));
@@ -110,9 +100,9 @@ void BM_GKeyFileParseAndDump(benchmark::State& state) {
         g_free(data);
         g_key_file_free(file);
     }
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_GKeyFileParseAndDump)->Apply(Sizes);
+BENCHMARK(BM_GKeyFileParseAndDump)->Apply(bench::Sizes);
 
 void BM_GKeyFileLookup(benchmark::State& state) {
     const int values = static_cast<int>(state.range(0));
@@ -129,9 +119,9 @@ void BM_GKeyFileLookup(benchmark::State& state) {
         }
     }
     g_key_file_free(file);
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_GKeyFileLookup)->Apply(Sizes);
+BENCHMARK(BM_GKeyFileLookup)->Apply(bench::Sizes);
 
 #endif
 

@@ -44,16 +44,6 @@ private:
     std::deque<vyn::CCategory> m_categories;
 };
 
-void PerValue(benchmark::State& state) {
-    state.counters["per_value"] =
-        benchmark::Counter(static_cast<double>(state.range(0)),
-                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
-}
-
-void Sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Arg(100)->Arg(2000)->Arg(50000)->MinTime(0.3)->Unit(benchmark::kMicrosecond);
-}
-
 // All values stand in the lowest of the three files.
 void BM_OptionLookupThroughThreeFiles(benchmark::State& state) {
     const int values = static_cast<int>(state.range(0));
@@ -73,9 +63,9 @@ void BM_OptionLookupThroughThreeFiles(benchmark::State& state) {
             benchmark::DoNotOptimize(manager.GetValue(tables.Section(i), tables.Name(i)));
         }
     }
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_OptionLookupThroughThreeFiles)->Apply(Sizes);
+BENCHMARK(BM_OptionLookupThroughThreeFiles)->Apply(bench::Sizes);
 
 void BM_OptionSaveIncrementally(benchmark::State& state) {
     const int values = static_cast<int>(state.range(0));
@@ -92,8 +82,8 @@ void BM_OptionSaveIncrementally(benchmark::State& state) {
             break;
         }
     }
-    PerValue(state);
+    bench::PerValue(state);
 }
-BENCHMARK(BM_OptionSaveIncrementally)->Apply(Sizes);
+BENCHMARK(BM_OptionSaveIncrementally)->Apply(bench::Sizes);
 
 }  // namespace
