@@ -60,6 +60,12 @@ bool OrderWords(const char* text, int count, SString& format, WordList& words) {
     return true;
 }
 
+// Formats with resource string `id`; -1, with `result` unchanged, when there is none.
+int FormatLoaded(SString& result, unsigned id, void* args) {
+    SString format;
+    return format.LoadStringA(id) ? result.FormatV(format.c_str(), args) : -1;
+}
+
 }  // namespace
 
 int SString::LoadStringA(unsigned id) {
@@ -67,25 +73,17 @@ int SString::LoadStringA(unsigned id) {
 }
 
 int SString::Format(unsigned id, ...) {
-    SString format;
-    if (!format.LoadStringA(id)) {
-        return -1;
-    }
     va_list args;
     va_start(args, id);
-    const int bound = FormatV(format.c_str(), args);
+    const int bound = FormatLoaded(*this, id, args);
     va_end(args);
     return bound;
 }
 
 int SString::FormatMessage(unsigned id, ...) {
-    SString format;
-    if (!format.LoadStringA(id)) {
-        return -1;
-    }
     va_list args;
     va_start(args, id);
-    const int bound = FormatV(format.c_str(), args);
+    const int bound = FormatLoaded(*this, id, args);
     va_end(args);
     return bound;
 }

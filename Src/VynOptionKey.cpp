@@ -1,7 +1,20 @@
 #include "RgFile_p.h"
-#include "VynOption.h"
+#include "VynOption_p.h"
 
 namespace vyn {
+
+COptRgValue* detail::MakeOptionValue(const COption* option, const char* value,
+                                     MList<CRgAttribute*>* attributes) {
+    if (!option) {
+        DestroyAttributes(attributes);
+        return nullptr;
+    }
+    COptRgValue* made = new COptRgValue(option, value);
+    if (attributes) {
+        made->GetAttributeList()->AddTail(attributes);
+    }
+    return made;
+}
 
 CIncrSaveContext* COptRgKey::m_pContext = nullptr;
 
@@ -123,14 +136,9 @@ CRgValue* COptRgKey::CreateValue(const char* name, CRgValue::RvType, const char*
         detail::DestroyAttributes(attributes);
         return nullptr;
     }
-    const COption* option = FindOption(name);
-    if (!option) {
-        detail::DestroyAttributes(attributes);
+    COptRgValue* made = detail::MakeOptionValue(FindOption(name), value, attributes);
+    if (!made) {
         return nullptr;
-    }
-    COptRgValue* made = new COptRgValue(option, value);
-    if (attributes) {
-        made->GetAttributeList()->AddTail(attributes);
     }
     // Of several values of one name in a file the last one counts: an earlier one would come back with a save.
     if (CRgValue* earlier = FindValue(name)) {

@@ -1,6 +1,7 @@
 #include <cstring>
 
 #include "RgFile_p.h"
+#include "VynOption_p.h"
 #include "VynStyle.h"
 
 namespace vyn {
@@ -59,16 +60,11 @@ CRgKey* CStyRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes)
 CRgValue* CStyRgKey::CreateValue(const char* name, CRgValue::RvType, const char* value,
                                  MList<CRgAttribute*>* attributes) {
     const CMgrOptionSet* options = m_pCategory ? m_pCategory->GetOptionSet() : nullptr;
-    const COption* option = options ? options->FindOption(name) : nullptr;
-    if (!option) {
-        detail::DestroyAttributes(attributes);
-        return nullptr;
+    COptRgValue* made =
+        detail::MakeOptionValue(options ? options->FindOption(name) : nullptr, value, attributes);
+    if (made) {
+        AddValue(made);
     }
-    COptRgValue* made = new COptRgValue(option, value);
-    if (attributes) {
-        made->GetAttributeList()->AddTail(attributes);
-    }
-    AddValue(made);
     return made;
 }
 
