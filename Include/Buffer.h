@@ -5,7 +5,7 @@
 
 #include <cstddef>
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

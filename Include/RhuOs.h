@@ -8,7 +8,7 @@
 
 #include <cstdint>
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace rhu::os {
 

@@ -5,7 +5,7 @@
 /// MakeAbsolutePath share the static result of filename_expand and belong to one thread at a time.
 
 #include "SString.h"
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

@@ -7,7 +7,7 @@
 
 #include <string>
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

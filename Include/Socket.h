@@ -8,7 +8,7 @@
 
 #include <string>
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

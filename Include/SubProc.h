@@ -9,7 +9,7 @@
 #include <atomic>
 #include <memory>
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

@@ -7,7 +7,7 @@
 #include <pthread.h>
 
 #include "RhuOs.h"
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

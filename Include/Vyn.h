@@ -1,24 +1,14 @@
 #pragma once
 
 /// \file
-/// What every module of the library shares: the export macro, the opaque module handle, the soft assertion
-/// and small helpers. No locks: vyn_assert and vyn_strerror are for one thread at a time.
+/// The soft assertion and small helpers that every module shares. No locks: vyn_assert and vyn_strerror are for
+/// one thread at a time.
 
 #include <cstddef>
 
-/// Marks what the shared library exports; everything else stays hidden.
-#define VYN_API __attribute__((visibility("default")))
-
-struct HINSTANCE__;
-
-/// Opaque handle of a loaded module: what the dynamic loader returned, or the value that stands for the
-/// library itself. Nobody looks behind it.
-typedef HINSTANCE__* HINSTANCE;
+#include "VynExport.h"
 
 namespace vyn {
-
-using ::HINSTANCE;
-using ::HINSTANCE__;
 
 /// Reports on `vynerr` that \p expression doesn't hold, if QZD_ASSERT is in the environment at the first call
 /// in the process. Returns in every case: an assertion never stops the program.

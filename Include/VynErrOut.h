@@ -10,7 +10,7 @@
 #include <stack>
 
 #include "SString.h"
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace k4 {
 class IMessageOutputHandler;

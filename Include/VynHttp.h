@@ -8,7 +8,7 @@
 #include <string>
 
 #include "SString.h"
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

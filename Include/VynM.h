@@ -8,7 +8,7 @@
 #include <cstdint>
 #include <vector>
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn {
 

@@ -12,7 +12,7 @@
 #include <vector>
 
 #include "SString.h"
-#include "Vyn.h"
+#include "VynExport.h"
 #include "VynM.h"
 
 namespace vyn {

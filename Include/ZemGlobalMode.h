@@ -6,7 +6,7 @@
 
 #include <cstdint>
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 namespace vyn::gmode {
 

@@ -4,7 +4,7 @@
 /// Path functions on plain NUL-terminated texts, which SPathName rests on. The separator is "/". The
 /// functions keep no state but the result of filename_expand, which belongs to one thread at a time.
 
-#include "Vyn.h"
+#include "VynExport.h"
 
 extern "C" {
 

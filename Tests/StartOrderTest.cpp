@@ -16,7 +16,7 @@ namespace {
 
 using namespace test;
 
-// What is built, or read from the environment meanwhile, in the order of Src/InitOrder_p.h. An object without
+// What is built, or read from the environment meanwhile, in the order of Src/Text/InitOrder_p.h. An object without
 // a destructor leaves no trace but what it reads.
 const char* const order[] = {"mapWrapperJavaObjects",
                              "mapCppWrapperObjectCreators",

@@ -7,8 +7,8 @@
 #include <sstream>
 
 #include "TestSupport.h"
+#include "Uris/VynUriFileStream_p.h"
 #include "VynUri.h"
-#include "VynUriFileStream_p.h"
 
 namespace vyn {
 namespace {

@@ -2,7 +2,7 @@
 // built after the streams; compiled with the sources of the library, its place in the start order lies before
 // them, and it is destroyed after them.
 
-#include "InitOrder_p.h"
+#include "Text/InitOrder_p.h"
 #include "VynErrOut.h"
 
 namespace vyn {

@@ -1,0 +1,324 @@
+#include "VynRes.h"
+
+#include <dlfcn.h>
+
+#include <algorithm>
+#include <cstring>
+
+#include "Messages/SourceReport_p.h"
+#include "Platform.h"
+#include "Resources/VynRes_p.h"
+#include "SPathName.h"
+#include "Text/InitOrder_p.h"
+
+namespace vyn {
+
+HINSTANCE VynhDllInstance = nullptr;
+int (*pVynLoadStringMFC)(HINSTANCE, unsigned, SString&) = nullptr;
+
+namespace {
+
+HINSTANCE _vynResourceHandle = nullptr;
+SStringTable* pStringTable = nullptr;
+
+// The registry: one table per module handle.
+MMap<HINSTANCE, SStringTable*>& _vynStringTableMap() {
+    static MMap<HINSTANCE, SStringTable*> tables;
+    return tables;
+}
+
+// Reports show handles and objects as numbers.
+long Number(const void* p) {
+    return reinterpret_cast<long>(p);
+}
+
+bool IsTracing() {
+    return VynGetEnvironmentVariable(SString("QZD_DEBUG_RESOURCE")) != nullptr;
+}
+
+void _VynRegisterStringTable(HINSTANCE handle, SStringTable* table) {
+    SStringTable*& entry = _vynStringTableMap()[handle];
+    if (entry && entry != table && IsTracing()) {
+        detail::SourceReport() << "_VynRegisterStringTable(" << Number(handle) << ", " << Number(table)
+                               << ", " << Number(entry) << ")" << endl
+                               << flush;
+    }
+    entry = table;
+}
+
+void _VynUnregisterStringTable(SStringTable* table) {
+    if (IsTracing()) {
+        detail::SourceReport() << "_VynUnregisterStringTable(" << Number(table) << ")" << endl << flush;
+    }
+    MMap<HINSTANCE, SStringTable*>& tables = _vynStringTableMap();
+    for (void* pos = tables.GetStartPosition(); pos;) {
+        HINSTANCE handle = nullptr;
+        SStringTable* entry = nullptr;
+        tables.GetNextAssoc(pos, handle, entry);
+        if (entry == table) {
+            tables.RemoveKey(handle);
+            return;
+        }
+    }
+}
+
+// The table of `handle`; null when it has none.
+SStringTable* FindTable(HINSTANCE handle) {
+    SStringTable* table = nullptr;
+    _vynStringTableMap().Lookup(handle, table);
+    return table;
+}
+
+void ReportNotLoaded(HINSTANCE handle, unsigned id, const char* reason, const char* file = __builtin_FILE(),
+                     int line = __builtin_LINE()) {
+    detail::SourceReport(file, line) << "VynLoadString(" << Number(handle) << ", " << long{id}
+                                     << "): " << reason << endl
+                                     << flush;
+}
+
+// Keeps the directory of a language's files in `kept`.
+const char* KeepLocaleDir(SString& kept, const char* language) {
+    if (kept.IsEmpty()) {
+        SPathName path(VynGetInstallationRoot());
+        path.AddPathElement("locale");
+        path.AddPathElement(language);
+        kept = path;
+    }
+    return kept.c_str();
+}
+
+void InitializeLibResources(HINSTANCE handle) {
+    pStringTable = new SStringTable(handle);
+    pStringTable->Add(1, "%s: during write of %s");
+    pStringTable->Add(2, "%s: during read of %s");
+    pStringTable->Add(3, "Failed to read from input stream while transfering to %s.");
+    pStringTable->Add(4, "Internal error in input stream detected while transfering to %s.");
+    pStringTable->Add(5, "Error: %s, while reading from file: %s.");
+    pStringTable->Add(6, "Failed to write to output stream while transfering from %s.");
+    pStringTable->Add(7, "Internal error in output stream detected while transfering from %s.");
+    pStringTable->Add(detail::eStrMyProjects, "My Projects");
+    pStringTable->Add(detail::eStrOpenForWriteFailed, "Failed to open '%s' for write.");
+    pStringTable->Add(detail::eStrOpenForReadFailed, "Failed to open '%s' for read.");
+    pStringTable->Add(11, "URN '%s', target location not found: '%s'.");
+    pStringTable->Add(detail::eStrUrnTargetNotAbsolute,
+                      "URN '%s', target location must be an absolute path: '%s'.");
+    pStringTable->Add(detail::eStrUrnUnknown,
+                      "The URN Name '%s' was not found. Please define it in ZEM->Options->General->URNMap.");
+    pStringTable->Add(detail::eStrUrnAlreadyDefined,
+                      "The URN name '%s' is already defined to '%s'. Please check environment variable "
+                      "ZEM_URN_MAP_FILE and ZEM->Options->General->URNMap.");
+    pStringTable->Add(detail::eStrUrnTargetNotFound,
+                      "URN '%1', target location not found: '%2'. Error :'%3'.");
+    pStringTable->Add(detail::eStrInvalidFilter, "The filter '%1' is invalid.\n%2");
+}
+
+// Sets the library's handle while it loads: the address of the one object of this class.
+class CVynDllMainWrapper {
+public:
+    CVynDllMainWrapper() { DllMain(GetDllHandle(this), 0, nullptr); }
+    CVynDllMainWrapper(const CVynDllMainWrapper&) = delete;
+    CVynDllMainWrapper& operator=(const CVynDllMainWrapper&) = delete;
+    ~CVynDllMainWrapper() { DllMain(GetDllHandle(this), 3, nullptr); }
+};
+
+VYN_INIT(VYN_INIT_DLL_MAIN) CVynDllMainWrapper manageDll;
+VYN_INIT(VYN_INIT_RESOURCE_HANDLE) VynDllHrscState _dhs(VynhDllInstance);
+VYN_INIT(VYN_INIT_RESOURCES)
+VynHandleResourceDLL _hrd("VYN10_R.DLL", InitializeLibResources, VynhDllInstance);
+
+}  // namespace
+
+SStringTable::SStringTable(HINSTANCE handle) {
+    if (IsTracing()) {
+        detail::SourceReport() << "SStringTable( " << Number(handle) << ", " << Number(this) << ")" << endl
+                               << flush;
+    }
+    _VynRegisterStringTable(handle, this);
+}
+
+SStringTable::~SStringTable() {
+    if (IsTracing()) {
+        detail::SourceReport() << "~SStringTable( " << Number(this) << ")" << endl << flush;
+    }
+    _VynUnregisterStringTable(this);
+}
+
+void SStringTable::Add(unsigned id, const char* text) {
+    m_mapStrings[id] = text;
+}
+
+int SStringTable::GetString(unsigned id, char* buffer, int size) {
+    const char* text = GetString(id);
+    if (!text) {
+        return -1;
+    }
+    const int length = static_cast<int>(strlen(text));
+    if (!buffer) {
+        return length;
+    }
+    const int copied = std::min(length, size - 1);
+    memcpy(buffer, text, static_cast<size_t>(copied));
+    buffer[copied] = '\0';
+    return copied + 1;
+}
+
+const char* SStringTable::GetString(unsigned id) {
+    const char* text = nullptr;
+    m_mapStrings.Lookup(id, text);
+    return text;
+}
+
+void VynUnregisterStringTable(HINSTANCE handle) {
+    if (IsTracing()) {
+        detail::SourceReport() << "VynUnregisterStringTable(" << Number(handle) << ")" << endl << flush;
+    }
+    SStringTable* table = nullptr;
+    if (!_vynStringTableMap().Lookup(handle, table)) {
+        detail::SourceReport() << "VynUnregisterStringTable(" << Number(handle) << "): instance not found"
+                               << endl
+                               << flush;
+    } else if (!table) {
+        detail::SourceReport() << "VynUnregisterStringTable(" << Number(handle) << "): 0 table" << endl
+                               << flush;
+    } else {
+        delete table;
+    }
+}
+
+void VynSetResourceHandle(HINSTANCE handle) {
+    _vynResourceHandle = handle;
+}
+
+HINSTANCE VynGetResourceHandle() {
+    return _vynResourceHandle;
+}
+
+VynDllHrscState::VynDllHrscState(HINSTANCE handle) : m_hSaved(_vynResourceHandle) {
+    _vynResourceHandle = handle;
+}
+
+VynDllHrscState::~VynDllHrscState() {
+    _vynResourceHandle = m_hSaved;
+}
+
+int VynLoadString(unsigned id, char* buffer, int size) {
+    return VynLoadString(_vynResourceHandle, id, buffer, size);
+}
+
+int VynLoadString(HINSTANCE handle, unsigned id, char* buffer, int size) {
+    SStringTable* table = nullptr;
+    if (!_vynStringTableMap().Lookup(handle, table)) {
+        return 0;
+    }
+    return table ? table->GetString(id, buffer, size) : -1;
+}
+
+int VynLoadString(HINSTANCE handle, unsigned id, SString& text) {
+    SStringTable* table = FindTable(handle);
+    if (!table) {
+        if (pVynLoadStringMFC) {
+            return pVynLoadStringMFC(handle, id, text);
+        }
+        ReportNotLoaded(handle, id, "handle not found");
+        return 0;
+    }
+    const char* found = table->GetString(id);
+    if (!found) {
+        ReportNotLoaded(handle, id, "resource not found");
+        return 0;
+    }
+    text = found;
+    return static_cast<int>(text.length());
+}
+
+int LoadStringA(HINSTANCE handle, unsigned id, SString& text) {
+    SStringTable* table = FindTable(handle);
+    const char* found = table ? table->GetString(id) : nullptr;
+    if (!found) {
+        return 0;
+    }
+    text = found;
+    return 1;
+}
+
+const char* VynGetLocale() {
+    const char* language = VynGetEnvironmentVariable(SString("DRAVMOOR_STUDIO_LANGUAGE"));
+    return language && *language ? language : "en";
+}
+
+const char* VynGetLocaleDir() {
+    static SString directory;
+    return KeepLocaleDir(directory, VynGetLocale());
+}
+
+const char* VynGetDefaultLocaleDir() {
+    static SString directory;
+    return KeepLocaleDir(directory, "en");
+}
+
+int DllMain(void* handle, unsigned long reason, void*) {
+    if (reason == 0 && !VynhDllInstance) {
+        VynhDllInstance = static_cast<HINSTANCE>(handle);
+    }
+    return 1;
+}
+
+void* GetDllHandle(void* address) {
+    return address;
+}
+
+bool VynGetDefaultUserProjectPath(SPathName& path) {
+    VynDllHrscState own(VynhDllInstance);
+    SString name;
+    SPathName projects;
+    if (!name.LoadStringA(detail::eStrMyProjects) || !VynGetUserPersonalDirectory(projects)) {
+        return false;
+    }
+    projects.AddPathElement(name);
+    projects.CreateDirectoryA();
+    path = projects;
+    return true;
+}
+
+VynHandleResourceDLL::VynHandleResourceDLL(const char* name, void (*install)(HINSTANCE), HINSTANCE& instance)
+    : m_strName(name), m_hInstance(instance), m_hLoaded(nullptr) {
+    // The destructor uses the registry, which therefore has to be built before this object is.
+    _vynStringTableMap();
+    if (IsTracing()) {
+        detail::SourceReport() << "VynHandleResourceDLL( " << m_strName << ", " << Number(m_hInstance) << ", "
+                               << Number(this) << ")" << endl
+                               << flush;
+    }
+    if (strcmp(VynGetLocale(), "en") == 0) {
+        if (install) {
+            install(_vynResourceHandle);
+        }
+        return;
+    }
+    SPathName path(VynGetLocaleDir());
+    if (path.IsEmpty()) {
+        return;
+    }
+    path.AddPathElement(m_strName);
+    m_hLoaded = VynLoadLibrary(path.c_str());
+    if (!m_hLoaded) {
+        SString message;
+        message.Format("Loading of resource DLL \"%s\" failed.\nError reported: %s", name, dlerror());
+        vynerr << message << endl << flush;
+        return;
+    }
+    m_hInstance = m_hLoaded;
+    instance = m_hLoaded;
+}
+
+VynHandleResourceDLL::~VynHandleResourceDLL() {
+    if (IsTracing()) {
+        detail::SourceReport() << "~VynHandleResourceDLL( " << m_strName << ", " << Number(m_hInstance)
+                               << ", " << Number(this) << ")" << endl
+                               << flush;
+    }
+    VynFreeLibrary(m_hLoaded);
+    VynUnregisterStringTable(m_hInstance);
+}
+
+}  // namespace vyn

@@ -1,0 +1,165 @@
+#include "RgFile.h"
+
+#include <cerrno>
+#include <cstring>
+
+#include "Rg/RgFile_p.h"
+
+namespace vyn {
+
+namespace detail {
+
+bool CopyKeyElement(const char* text, size_t length, char (&element)[kKeyElementSize]) {
+    if (length >= kKeyElementSize) {
+        element[0] = '\0';
+        errno = EINVAL;
+        return false;
+    }
+    memcpy(element, text, length);
+    element[length] = '\0';
+    return true;
+}
+
+const char* SplitKeyPath(const char* path, char (&element)[kKeyElementSize]) {
+    const char* end = strchr(path, '/');
+    CopyKeyElement(path, end ? static_cast<size_t>(end - path) : strlen(path), element);
+    return end ? end + 1 : nullptr;
+}
+
+}  // namespace detail
+
+CRgFile::CRgFile(CRgKey* root) : m_pRoot(root ? root : new CDefRgKey("")) {}
+
+CRgFile::~CRgFile() {
+    delete m_pRoot;
+}
+
+int CRgFile::Load(const char* path) {
+    m_pRoot->Empty();
+    if (m_strPath.empty()) {
+        m_strPath = path;
+    }
+    return Merge(path);
+}
+
+int CRgFile::Merge(const char* path) {
+    const int status = CRgLoader(*m_pRoot).Load(path);
+    if (status != 0) {
+        m_pRoot->Empty();
+    }
+    return status;
+}
+
+int CRgFile::Save(const char* path) {
+    if (!path) {
+        path = m_strPath.c_str();
+    }
+    if (!*path) {
+        return 1;
+    }
+    const detail::COutputFile file(path, "w");
+    if (!file.File()) {
+        return errno;
+    }
+    m_pRoot->Dump(file.File(), nullptr);
+    return 0;
+}
+
+CRgKey* CRgFile::FindKey(const char* path) {
+    CRgKey* key = m_pRoot;
+    char element[detail::kKeyElementSize];
+    while (key && path) {
+        path = detail::SplitKeyPath(path, element);
+        key = key->FindKey(element);
+    }
+    return key;
+}
+
+CRgKey* CRgFile::CreateKey(const char* path, const char* attributeName, const char* attributeValue) {
+    CRgKey* key = m_pRoot;
+    char element[detail::kKeyElementSize];
+    path = detail::SplitKeyPath(path, element);
+    for (; key && path; path = detail::SplitKeyPath(path, element)) {
+        key = key->CreateKey(element, nullptr);
+    }
+    if (!key) {
+        return nullptr;
+    }
+    MList<CRgAttribute*> attributes;
+    if (attributeName && attributeValue) {
+        attributes.AddTail(new CRgAttribute(attributeName, attributeValue));
+    }
+    return key->CreateKey(element, &attributes);
+}
+
+// The key at `path`, with what is missing created; null when the key class refuses an element.
+CRgKey* CRgFile::MakeKey(const char* path) {
+    CRgKey* key = m_pRoot;
+    char element[detail::kKeyElementSize];
+    while (key && path) {
+        path = detail::SplitKeyPath(path, element);
+        CRgKey* subkey = key->FindKey(element);
+        key = subkey ? subkey : key->CreateKey(element, nullptr);
+    }
+    return key;
+}
+
+CRgValue* CRgFile::FindValue(const char* path, const char* name) {
+    const CRgKey* key = FindKey(path);
+    return key ? key->FindValue(name) : nullptr;
+}
+
+const char* CRgFile::GetValue(const char* path, const char* name) {
+    const CRgValue* value = FindValue(path, name);
+    return value ? value->GetValue() : nullptr;
+}
+
+void CRgFile::SetValue(const char* path, const char* name, const char* value) {
+    CRgKey* key = MakeKey(path);
+    if (!key) {
+        return;
+    }
+    if (CRgValue* present = key->FindValue(name)) {
+        present->SetValue(value);
+    } else {
+        key->CreateValue(name, CRgValue::eText, value, nullptr);
+    }
+}
+
+const char* CRgFile::GetAttributeValue(const char* path, const char* name, const char* attributeName) {
+    CRgValue* value = FindValue(path, name);
+    return value ? value->GetAttributeValue(attributeName) : nullptr;
+}
+
+void CRgFile::SetAttributeValue(const char* path, const char* name, const char* valueText,
+                                const char* attributeName, const char* attributeValue) {
+    CRgKey* key = MakeKey(path);
+    if (!key) {
+        return;
+    }
+    CRgValue* value = key->FindValue(name);
+    if (!value) {
+        value = key->CreateValue(name, CRgValue::eText, valueText, nullptr);
+    }
+    if (value) {
+        value->SetAttributeValue(attributeName, attributeValue);
+    }
+}
+
+void CRgFile::RemoveKey(CRgKey* key) {
+    // A removed key has lost its parent, and an ancestor that holds a subkey doesn't qualify: one step is
+    // all.
+    if (key && key->m_pParent && key->GetKeyCount() == 0 && key->GetValueCount() == 0) {
+        key->m_pParent->RemoveKey(key);
+    }
+}
+
+void CRgFile::DestroyKey(CRgKey* key) {
+    if (key && key->m_pParent && key->GetKeyCount() == 0) {
+        CRgKey* parent = key->m_pParent;
+        key->Empty();
+        parent->RemoveKey(key);
+    }
+}
+
+}  // namespace vyn

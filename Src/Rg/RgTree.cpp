@@ -1,0 +1,340 @@
+#include <cstring>
+
+#include "Rg/RgFile_p.h"
+#include "RgFile.h"
+
+namespace vyn {
+
+namespace {
+
+// Whether the loader reads the bare text as one token with the same text.
+bool ReadsBackBare(const char* text) {
+    auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
+    auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
+    const char* p = text;
+    if (isLetter(*p)) {
+        while (isLetter(*p) || isDigit(*p) || *p == '_') {
+            ++p;
+        }
+        return !*p;
+    }
+    while (isDigit(*p)) {
+        ++p;
+    }
+    // A number is read in 32 bits and loses its leading zeros.
+    const ptrdiff_t length = p - text;
+    if (*p || length == 0 || length > 10 || (length > 1 && *text == '0')) {
+        return false;
+    }
+    return length < 10 || strcmp(text, "2147483647") <= 0;
+}
+
+// Writes `"name"=value ` with the value between two quotes.
+void PutAssignment(FILE* file, const char* name, const char* quote, const char* value) {
+    detail::Put(file, "\"");
+    detail::Put(file, name);
+    detail::Put(file, "\"=");
+    detail::Put(file, quote);
+    detail::Put(file, value);
+    detail::Put(file, quote);
+    detail::Put(file, " ");
+}
+
+// Whether a heading can hold the text as name or value of an attribute.
+bool FitsHeading(const char* text) {
+    return *text && !strchr(" \t\n\v\f\r", *text) && !strpbrk(text, "),=");
+}
+
+bool FitsHeading(CRgAttribute& attribute) {
+    return FitsHeading(attribute.GetName()) && FitsHeading(attribute.GetValue());
+}
+
+}  // namespace
+
+namespace detail {
+
+void DestroyAttributes(MList<CRgAttribute*>* attributes) {
+    if (!attributes) {
+        return;
+    }
+    for (void* pos = attributes->GetHeadPosition(); pos;) {
+        delete attributes->GetNext(pos);
+    }
+    attributes->RemoveAll();
+}
+
+void Put(FILE* file, const char* text) {
+    fputs_unlocked(text, file);
+}
+
+bool HasHeadingAttributes(MList<CRgAttribute*>* attributes) {
+    for (void* pos = attributes ? attributes->GetHeadPosition() : nullptr; pos;) {
+        if (FitsHeading(*attributes->GetNext(pos))) {
+            return true;
+        }
+    }
+    return false;
+}
+
+void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes) {
+    Put(file, "\n[");
+    Put(file, path);
+    Put(file, "]");
+    const char* separator = " (";
+    for (void* pos = attributes ? attributes->GetHeadPosition() : nullptr; pos;) {
+        CRgAttribute* attribute = attributes->GetNext(pos);
+        if (FitsHeading(*attribute)) {
+            Put(file, separator);
+            Put(file, attribute->GetName());
+            Put(file, "=");
+            Put(file, attribute->GetValue());
+            separator = ", ";
+        }
+    }
+    Put(file, *separator == ',' ? ")\n\n" : "\n\n");
+}
+
+}  // namespace detail
+
+CRgValue::~CRgValue() {
+    detail::DestroyAttributes(&m_listAttributes);
+}
+
+int CRgValue::Dump(FILE* file) {
+    return Dump(file, GetName(), GetType(), GetValue(), &m_listAttributes);
+}
+
+int CRgValue::Dump(FILE* file, const char* name, RvType type, const char* value,
+                   MList<CRgAttribute*>* attributes) {
+    const char* quote = type == eText || !ReadsBackBare(value) ? "\"" : "";
+    PutAssignment(file, name, quote, value);
+    if (attributes && attributes->GetCount() > 0) {
+        const char* separator = "(";
+        for (void* pos = attributes->GetHeadPosition(); pos;) {
+            CRgAttribute* attribute = attributes->GetNext(pos);
+            detail::Put(file, separator);
+            PutAssignment(file, attribute->GetName(), ReadsBackBare(attribute->GetValue()) ? quote : "\"",
+                          attribute->GetValue());
+            separator = ", ";
+        }
+        detail::Put(file, ")");
+    }
+    detail::Put(file, "\n");
+    return 1;
+}
+
+CRgAttribute* CRgValue::FindAttribute(const char* name) {
+    for (void* pos = m_listAttributes.GetHeadPosition(); pos;) {
+        CRgAttribute* attribute = m_listAttributes.GetNext(pos);
+        if (strcmp(attribute->GetName(), name) == 0) {
+            return attribute;
+        }
+    }
+    return nullptr;
+}
+
+const char* CRgValue::GetAttributeValue(const char* name) {
+    CRgAttribute* attribute = FindAttribute(name);
+    return attribute ? attribute->GetValue() : nullptr;
+}
+
+void CRgValue::SetAttributeValue(const char* name, const char* value) {
+    if (CRgAttribute* attribute = FindAttribute(name)) {
+        attribute->SetValue(value);
+    } else {
+        AddAttribute(new CRgAttribute(name, value));
+    }
+}
+
+int CDefRgValue::SetName(const char* name) {
+    m_strName = name;
+    return 1;
+}
+
+int CDefRgValue::SetType(RvType type) {
+    m_type = type;
+    return 1;
+}
+
+int CDefRgValue::SetValue(const char* value) {
+    m_strValue = value;
+    return 1;
+}
+
+CRgKey::~CRgKey() {
+    CRgKey::Empty();
+}
+
+CRgKey* CRgKey::FindKey(const char* name) const {
+    for (void* pos = m_listKeys.GetHeadPosition(); pos;) {
+        CRgKey* key = m_listKeys.GetNext(pos);
+        if (strcmp(key->GetName(), name) == 0) {
+            return key;
+        }
+    }
+    return nullptr;
+}
+
+int CRgKey::AddKey(CRgKey* key) {
+    m_listKeys.AddTail(key);
+    return 1;
+}
+
+int CRgKey::RemoveKey(CRgKey* key) {
+    void* pos = m_listKeys.Find(key);
+    if (!pos) {
+        return 0;
+    }
+    key->m_pParent = nullptr;
+    m_listKeys.RemoveAt(pos);
+    return 1;
+}
+
+CRgValue* CRgKey::FindValue(const char* name) const {
+    for (void* pos = m_listValues.GetHeadPosition(); pos;) {
+        CRgValue* value = m_listValues.GetNext(pos);
+        if (strcmp(value->GetName(), name) == 0) {
+            return value;
+        }
+    }
+    return nullptr;
+}
+
+int CRgKey::AddValue(CRgValue* value) {
+    m_listValues.AddTail(value);
+    return 1;
+}
+
+int CRgKey::RemoveValue(CRgValue* value) {
+    void* pos = m_listValues.Find(value);
+    if (!pos) {
+        return 0;
+    }
+    m_listValues.RemoveAt(pos);
+    return 1;
+}
+
+void CRgKey::SetAttributes(MList<CRgAttribute*>* attributes) {
+    detail::DestroyAttributes(&m_listAttributes);
+    m_listAttributes.AddTail(attributes);
+}
+
+CRgKey* CRgKey::UseAttributes(MList<CRgAttribute*>*, const char*) {
+    return nullptr;
+}
+
+void CRgKey::Empty() {
+    // Each key hands its subkeys on before it is deleted, so that a tree of any depth needs no deep stack.
+    for (void* pos = m_listKeys.GetHeadPosition(); pos;) {
+        void* current = pos;
+        CRgKey* key = m_listKeys.GetNext(current);
+        for (void* sub = key->m_listKeys.GetHeadPosition(); sub;) {
+            key->m_listKeys.GetNext(sub)->m_pParent = nullptr;
+        }
+        m_listKeys.AddTail(&key->m_listKeys);
+        key->m_listKeys.RemoveAll();
+        delete m_listKeys.GetNext(pos);
+    }
+    m_listKeys.RemoveAll();
+    for (void* pos = m_listValues.GetHeadPosition(); pos;) {
+        delete m_listValues.GetNext(pos);
+    }
+    m_listValues.RemoveAll();
+    detail::DestroyAttributes(&m_listAttributes);
+}
+
+int CRgKey::Dump(FILE* file, const char* parentPath) const {
+    SString path;
+    if (parentPath) {
+        path = parentPath;
+        if (!path.empty()) {
+            path += '/';
+        }
+        path += GetName();
+        if (m_listValues.GetCount() > 0) {
+            detail::PutHeading(file, path.c_str(), nullptr);
+        }
+    }
+    for (void* pos = m_listValues.GetHeadPosition(); pos;) {
+        m_listValues.GetNext(pos)->Dump(file);
+    }
+    for (void* pos = m_listKeys.GetHeadPosition(); pos;) {
+        m_listKeys.GetNext(pos)->Dump(file, path.c_str());
+    }
+    return 0;
+}
+
+CRgKey* CDefRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {
+    detail::DestroyAttributes(attributes);
+    if (CRgKey* present = FindKey(name)) {
+        return present;
+    }
+    CRgKey* key = new CDefRgKey(name);
+    AddKey(key);
+    return key;
+}
+
+CRgKey* CDefRgKey::FindKey(const char* name) const {
+    CRgKey* key = nullptr;
+    m_mapKeys.Lookup(name, key);
+    return key;
+}
+
+int CDefRgKey::AddKey(CRgKey* key) {
+    CRgKey::AddKey(key);
+    m_mapKeys[key->GetName()] = key;
+    return 1;
+}
+
+int CDefRgKey::RemoveKey(CRgKey* key) {
+    m_mapKeys.RemoveKey(key->GetName());
+    return CRgKey::RemoveKey(key);
+}
+
+CRgValue* CDefRgKey::CreateValue(const char* name, CRgValue::RvType type, const char* value,
+                                 MList<CRgAttribute*>* attributes) {
+    detail::DestroyAttributes(attributes);
+    CRgValue* made = new CDefRgValue(name, type, value);
+    AddValue(made);
+    return made;
+}
+
+void CDefRgKey::IndexValues() const {
+    if (m_bValuesIndexed) {
+        return;
+    }
+    for (void* pos = GetFirstValuePosition(); pos;) {
+        CRgValue* value = GetNextValue(pos);
+        m_mapValues[value->GetName()] = value;
+    }
+    m_bValuesIndexed = true;
+}
+
+CRgValue* CDefRgKey::FindValue(const char* name) const {
+    IndexValues();
+    CRgValue* value = nullptr;
+    m_mapValues.Lookup(name, value);
+    return value;
+}
+
+int CDefRgKey::AddValue(CRgValue* value) {
+    if (m_bValuesIndexed) {
+        m_mapValues[value->GetName()] = value;
+    }
+    return CRgKey::AddValue(value);
+}
+
+int CDefRgKey::RemoveValue(CRgValue* value) {
+    IndexValues();
+    m_mapValues.RemoveKey(value->GetName());
+    return CRgKey::RemoveValue(value);
+}
+
+void CDefRgKey::Empty() {
+    m_mapKeys.RemoveAll();
+    m_mapValues.RemoveAll();
+    m_bValuesIndexed = false;
+    CRgKey::Empty();
+}
+
+}  // namespace vyn

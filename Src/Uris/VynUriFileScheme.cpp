@@ -1,0 +1,80 @@
+#include <memory>
+
+#include "SPathName.h"
+#include "Text/InitOrder_p.h"
+#include "Uris/VynUriFileStream_p.h"
+#include "Uris/VynUri_p.h"
+
+namespace vyn {
+
+namespace {
+
+// Opens `uri` by an adapter of its own. Null, and a text in `errors`, when that fails.
+template <class Adapter>
+Adapter* Open(SVector<SString>& errors, const SString& uri, int mode, detail::LibraryString failure) {
+    auto stream = std::make_unique<Adapter>(new SFileStreamBuffer);
+    stream->open(uri, mode);
+    if (stream->good()) {
+        return stream.release();
+    }
+    VynDllHrscState own(VynhDllInstance);
+    SString message;
+    message.Format(static_cast<unsigned>(failure), uri.c_str());
+    errors.push_back(message);
+    return nullptr;
+}
+
+// The scheme of all that is no URI: files.
+class SDefaultFileScheme : public SUriScheme {
+public:
+    std::basic_istream<char>* OpenRead(SVector<SString>& errors, const SString& uri) override {
+        return Open<SFile2IstreamAdapter>(errors, uri, 4, detail::eStrOpenForReadFailed);
+    }
+    std::basic_ostream<char>* OpenWrite(SVector<SString>& errors, const SString& uri) override {
+        return Open<SFile2OstreamAdapter>(errors, uri, 8, detail::eStrOpenForWriteFailed);
+    }
+    SFormat GetFormat(const SString&) const override { return eFormatUnknown; }
+    bool CanHandle(const SString& uri) const override { return !VynIsAUri(uri.c_str()); }
+    void GetDisplayText(const SString& uri, SString& text, const SString& extra) const override {
+        text = uri + extra;
+    }
+    SStatus GetDefaultOutputLocation(const SString& uri, SString& location) const override {
+        location = SPathName(uri).GetDirectory();
+        return eStatusDone;
+    }
+    void GetSchemeDescription(SString& text) const override { text = "The default file scheme"; }
+    bool IsReadOnly(const SString&, bool) override { return false; }
+    bool IsEqual(const SString& first, const SString& second) override {
+        return SPathName(first) == SPathName(second);
+    }
+    bool MakeEditable(const SString&) override { return false; }
+    int GetCapabilities() const override {
+        return eCapabilityRead | eCapabilityWrite | eCapabilityDefaultOutputLocation;
+    }
+    SStatus OpenDialog(SVector<SString>&, const SString&, SString&, const SString&) override {
+        return eStatusNotDone;
+    }
+    SStatus SaveDialog(SVector<SString>&, const SString&, SString&, const SString&) override {
+        return eStatusNotDone;
+    }
+    SStatus DirDialog(SVector<SString>&, const SString&, SString&) override { return eStatusNotDone; }
+    SStatus DirectRead(SVector<SString>&, const SString&, SVector<void*>&, const void*) override {
+        return eStatusNotDone;
+    }
+    SStatus DirectWrite(SVector<SString>&, const SString&, const SVector<void*>&, const void*) override {
+        return eStatusNotDone;
+    }
+};
+
+VYN_INIT(VYN_INIT_FILE_SCHEME) SDefaultFileScheme defaultFileScheme;
+
+class SDefaultFileSchemeRegistrator {
+public:
+    SDefaultFileSchemeRegistrator() { SUriSchemeManager::Register(defaultFileScheme); }
+};
+
+VYN_INIT(VYN_INIT_FILE_SCHEME_REGISTRATOR) SDefaultFileSchemeRegistrator defaultFileSchemeRegistrator;
+
+}  // namespace
+
+}  // namespace vyn

@@ -1,0 +1,51 @@
+#pragma once
+
+/// \file
+/// What the sources of the URN map, the resolver and the schemes share.
+
+#include <list>
+#include <map>
+
+#include "Resources/VynRes_p.h"
+#include "VynErrOut.h"
+#include "VynRes.h"
+#include "VynUri.h"
+
+namespace vyn {
+
+/// \brief The content of the URN map: from a name in lower case to a directory that ends in "/" or is empty.
+class SURNMapHandler : public std::map<SString, SString> {
+public:
+    /// Fills the map with the predefined names and those of the file of ZEM_URN_MAP_FILE.
+    SURNMapHandler();
+    SURNMapHandler(const SURNMapHandler&) = delete;
+    SURNMapHandler& operator=(const SURNMapHandler&) = delete;
+    ~SURNMapHandler();
+};
+
+/// \return the URN map; before the library has started and after it has ended, another one, empty at first.
+std::map<SString, SString>* VynGetUrnUriMap();
+/// Sets the entry of \p name, in lower case, to \p target in normal path form with a final "/".
+void VynInsertUrn(const char* name, const char* target, std::map<SString, SString>& map);
+/// Splits \p text at its first ":". Without one, or with one at its start, \p tag is the whole text and
+/// \p value is unchanged.
+void ParseTagValue(const SString& text, SString& tag, SString& value);
+
+/// \return the registered schemes, oldest first. The list is never destroyed.
+std::list<SUriScheme*>* VynGetUriSchemeList();
+
+namespace detail {
+
+/// Formats one of the library's own strings with \p texts, and reports it on vynerr. Meanwhile the library's
+/// strings are the current ones.
+template <class... Texts>
+void ReportOwnString(LibraryString id, const Texts&... texts) {
+    VynDllHrscState own(VynhDllInstance);
+    SString message;
+    message.Format(static_cast<unsigned>(id), texts.c_str()...);
+    vynerr << message << endl << flush;
+}
+
+}  // namespace detail
+
+}  // namespace vyn
