@@ -50,6 +50,9 @@ public:
     }
     /// \return the number of elements.
     int GetCount() const { return m_nCount; }
+    /// \return how often the list was changed; whoever remembers what a walk found compares it to see whether
+    /// that still holds. It wraps around.
+    unsigned GetChangeCount() const { return m_nChanges; }
 
     /// Appends \p element.
     void AddTail(T element) {
@@ -57,6 +60,7 @@ public:
         (m_pTail ? m_pTail->next : m_pHead) = node;
         m_pTail = node;
         ++m_nCount;
+        ++m_nChanges;
     }
     /// Appends a copy of each element of \p other, which isn't null and stays as it is.
     void AddTail(MList<T>* other) {
@@ -74,6 +78,7 @@ public:
         (node->next ? node->next->prev : m_pTail) = node->prev;
         delete node;
         --m_nCount;
+        ++m_nChanges;
     }
     /// Frees every node. The elements aren't touched.
     void RemoveAll() {
@@ -85,6 +90,7 @@ public:
         m_pHead = nullptr;
         m_pTail = nullptr;
         m_nCount = 0;
+        ++m_nChanges;
     }
 
 private:
@@ -97,6 +103,7 @@ private:
     NodeList* m_pHead = nullptr;
     NodeList* m_pTail = nullptr;
     int m_nCount = 0;
+    unsigned m_nChanges = 0;
 };
 
 /// \brief The standard vector with one-based `void*` positions: 0 is no position, 1 the first element.

@@ -36,10 +36,12 @@ TEST(List, KeepsOrderThroughRemovalAtEachPlace) {
     EXPECT_EQ(Walk(list, n), "134");
     list.AddTail(&list);
     EXPECT_EQ(Walk(list, n), "134134") << "a list appended to itself";
+    EXPECT_EQ(list.GetChangeCount(), 5u + 3 + 1 + 3);
     list.RemoveAll();
     EXPECT_EQ(list.GetHeadPosition(), nullptr);
     list.AddTail(&n[1]);
     EXPECT_EQ(Walk(list, n), "1");
+    EXPECT_EQ(list.GetChangeCount(), 14u);
 }
 
 TEST(StringHash, TreatsBytesAsSigned) {
