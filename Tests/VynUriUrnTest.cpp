@@ -2,6 +2,8 @@
 
 #include <gtest/gtest.h>
 
+#include <thread>
+
 #include "Platform.h"
 #include "RunProbe.h"
 #include "SPathName.h"
@@ -25,6 +27,7 @@ public:
     ~Messages() override { vynerr.PopOutput(); }
 
     bool OnMessage(const std::string& text) override {
+        EXPECT_EQ(VynGetResourceHandle(), m_module) << text;
         m_text += text;
         return true;
     }
@@ -33,6 +36,7 @@ public:
     std::string Take() { return std::move(m_text); }
 
 private:
+    const HINSTANCE m_module = VynGetResourceHandle();  // stays the current one whatever is reported
     std::string m_text;
 };
 
@@ -229,6 +233,8 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
         {"n1", "/x", false, "@/dir/", AlreadyDefined("n1", "@/dir/")},
         {"n6", "", true, "",
          "URN 'n6', target location not found: ''. Error :'No such file or directory'.\n"},
+        {"%1%2%3", "%3/%s", true, "%3/%s/",
+         "URN '%1%2%3', target location not found: '%3/%s'. Error :'No such file or directory'.\n"},
     };
     for (const auto& row : rows) {
         EXPECT_EQ(SUrnResolver::RegisterUrn(row.name, At(m_home, row.target)), row.added) << row.name;
@@ -322,6 +328,23 @@ TEST_F(UrnTest, StoresThePathOfADocument) {
         const bool drive = row.base[0] == 'c';
         EXPECT_EQ(result, drive ? "/usr/" + row.absolute : row.absolute) << row.base << " " << row.path;
     }
+}
+
+TEST_F(UrnTest, KeepsTheCurrentModuleWhateverThreadsOpen) {
+    std::vector<std::thread> threads;
+    for (int i = 0; i < 8; ++i) {
+        threads.emplace_back([] {
+            for (int k = 0; k < 500; ++k) {
+                SVector<SString> errors;
+                EXPECT_EQ(SUri.OpenRead(errors, "/none"), nullptr);
+                EXPECT_EQ(errors.at(0), "Failed to open '/none' for read.");
+            }
+        });
+    }
+    for (std::thread& thread : threads) {
+        thread.join();
+    }
+    EXPECT_EQ(VynGetResourceHandle(), m_module);
 }
 
 // All paths of one to three steps from `start`.

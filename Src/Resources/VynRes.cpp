@@ -241,6 +241,26 @@ int LoadStringA(HINSTANCE handle, unsigned id, SString& text) {
     return 1;
 }
 
+SString detail::OwnMessage(LibraryString id, std::initializer_list<SString> texts) {
+    SString format;
+    LoadStringA(VynhDllInstance, id, format);
+    SString message;
+    size_t next = 0;
+    for (const char* p = format.c_str(); *p; ++p) {
+        const bool numbered = p[0] == '%' && p[1] >= '1' && p[1] <= '9';
+        const bool sequential = p[0] == '%' && p[1] == 's';
+        const size_t index = numbered ? static_cast<size_t>(p[1] - '1') : next;
+        if ((numbered || sequential) && index < texts.size()) {
+            message += texts.begin()[index];
+            next += sequential ? 1 : 0;
+            ++p;
+        } else {
+            message += *p;
+        }
+    }
+    return message;
+}
+
 const char* VynGetLocale() {
     const char* language = VynGetEnvironmentVariable(SString("DRAVMOOR_STUDIO_LANGUAGE"));
     return language && *language ? language : "en";

@@ -1,8 +1,12 @@
 #pragma once
 
 /// \file
-/// Names for those of the library's own numbered strings that it uses itself. They are found while a
-/// VynDllHrscState holds VynhDllInstance.
+/// The library's own numbered strings that it uses itself. They are looked up by the library's module, so that
+/// the current resource handle plays no part and any thread may do so.
+
+#include <initializer_list>
+
+#include "SString.h"
 
 namespace vyn::detail {
 
@@ -13,8 +17,12 @@ enum LibraryString : unsigned {
     eStrUrnTargetNotAbsolute = 12,  // URN, target
     eStrUrnUnknown = 13,            // URN
     eStrUrnAlreadyDefined = 14,     // URN, target
-    eStrUrnTargetNotFound = 15,     // for SFmt: URN, target, error
-    eStrInvalidFilter = 16          // for SFmt: pattern, error
+    eStrUrnTargetNotFound = 15,     // URN, target, error
+    eStrInvalidFilter = 16          // pattern, error
 };
+
+/// \return the string \p id with each "%s" replaced by the next of \p texts, and "%1" to "%9" by the one of that
+/// number, in one pass: what looks like a placeholder in a text stays. Empty when there is no such string.
+SString OwnMessage(LibraryString id, std::initializer_list<SString> texts);
 
 }  // namespace vyn::detail

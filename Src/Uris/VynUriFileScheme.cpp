@@ -17,10 +17,7 @@ Adapter* Open(SVector<SString>& errors, const SString& uri, int mode, detail::Li
     if (stream->good()) {
         return stream.release();
     }
-    VynDllHrscState own(VynhDllInstance);
-    SString message;
-    message.Format(static_cast<unsigned>(failure), uri.c_str());
-    errors.push_back(message);
+    errors.push_back(detail::OwnMessage(failure, {uri}));
     return nullptr;
 }
 

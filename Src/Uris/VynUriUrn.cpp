@@ -48,7 +48,7 @@ bool SUrnResolver::ResolveUrn(const SString& urn, SString& path, SURNStatus& sta
     const auto& map = *VynGetUrnUriMap();
     const auto entry = map.find(name);
     if (entry == map.end()) {
-        detail::ReportOwnString(detail::eStrUrnUnknown, name);
+        detail::ReportOwnString(detail::eStrUrnUnknown, {name});
         status = eUrnUnknownName;
         return false;
     }
@@ -104,12 +104,12 @@ bool SUrnResolver::RegisterUrn(const SString& name, const SString& target) {
     auto& map = *VynGetUrnUriMap();
     const auto entry = map.find(name);
     if (entry != map.end()) {
-        detail::ReportOwnString(detail::eStrUrnAlreadyDefined, name, entry->second);
+        detail::ReportOwnString(detail::eStrUrnAlreadyDefined, {name, entry->second});
         return false;
     }
     if (!VynIsAUri(target.c_str()) && DoesUrnTargetExist(name, target, true) &&
         !SPathName(target).IsAbsolutePath()) {
-        detail::ReportOwnString(detail::eStrUrnTargetNotAbsolute, name, target);
+        detail::ReportOwnString(detail::eStrUrnTargetNotAbsolute, {name, target});
     }
     VynInsertUrn(name.c_str(), target.c_str(), map);
     return true;
@@ -126,10 +126,7 @@ bool SUrnResolver::DoesUrnTargetExist(const SString& name, const SString& target
         return S_ISDIR(info.st_mode);
     }
     if (report) {
-        const char* error = vyn_strerror(errno);
-        VynDllHrscState own(VynhDllInstance);
-        vynerr << (SFmt(VynhDllInstance, detail::eStrUrnTargetNotFound) << name << target << error) << endl
-               << flush;
+        detail::ReportOwnString(detail::eStrUrnTargetNotFound, {name, target, vyn_strerror(errno)});
     }
     return false;
 }

@@ -6,6 +6,7 @@
 #include "SPathName.h"
 #include "Text/InitOrder_p.h"
 #include "Uris/VynUri_p.h"
+#include "VynRes.h"
 
 namespace vyn {
 
@@ -33,7 +34,7 @@ void InsertURNsFromList(const SString& text, std::map<SString, SString>& map) {
         SString value;
         SUrnResolver::DecodeUrnMapped(entry, tag, value);
         if (map.count(tag)) {
-            detail::ReportOwnString(detail::eStrUrnAlreadyDefined, tag, value);
+            detail::ReportOwnString(detail::eStrUrnAlreadyDefined, {tag, value});
         } else {
             VynInsertUrn(tag.c_str(), value.c_str(), map);
         }
@@ -48,7 +49,7 @@ void VynParseUrnEnvVariableAndInsertUrns(std::map<SString, SString>& map) {
     const SString path(value);
     FILE* file = fopen(path.c_str(), "r");
     if (!file) {
-        detail::ReportOwnString(detail::eStrOpenForReadFailed, path);
+        detail::ReportOwnString(detail::eStrOpenForReadFailed, {path});
         return;
     }
     SString text;

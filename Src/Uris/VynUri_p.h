@@ -8,7 +8,6 @@
 
 #include "Resources/VynRes_p.h"
 #include "VynErrOut.h"
-#include "VynRes.h"
 #include "VynUri.h"
 
 namespace vyn {
@@ -36,14 +35,9 @@ std::list<SUriScheme*>* VynGetUriSchemeList();
 
 namespace detail {
 
-/// Formats one of the library's own strings with \p texts, and reports it on vynerr. Meanwhile the library's
-/// strings are the current ones.
-template <class... Texts>
-void ReportOwnString(LibraryString id, const Texts&... texts) {
-    VynDllHrscState own(VynhDllInstance);
-    SString message;
-    message.Format(static_cast<unsigned>(id), texts.c_str()...);
-    vynerr << message << endl << flush;
+/// Reports one of the library's own strings with \p texts on vynerr.
+inline void ReportOwnString(LibraryString id, std::initializer_list<SString> texts) {
+    vynerr << OwnMessage(id, texts) << endl << flush;
 }
 
 }  // namespace detail
