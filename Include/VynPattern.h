@@ -1,8 +1,7 @@
 #pragma once
 
 /// \file
-/// Filter patterns, as a user types them into a dialog. Nothing is kept between calls, but the message of an
-/// invalid pattern is loaded through the current resource handle, so one thread at a time calls this.
+/// Filter patterns, as a user types them into a dialog. Nothing is kept between calls: any thread may call this.
 
 #include "SString.h"
 
@@ -27,7 +26,8 @@ public:
 
     /// \param pattern null means the empty pattern, which matches the empty text alone.
     /// \param text null means the empty text. One that isn't valid UTF-8 matches no pattern.
-    /// \param[out] error as for IsGlobValid: empty when the text just doesn't match.
+    /// \param[out] error as for IsGlobValid, and not empty either when the matcher gave up, as it does for a
+    /// pattern with very many "*"; empty when the text just doesn't match.
     /// \return true when the pattern is valid and the whole of \p text matches it.
     static bool IsAMatch(const char* pattern, const char* text, SString& error);
 };

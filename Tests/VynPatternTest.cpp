@@ -9,6 +9,7 @@ namespace vyn {
 namespace {
 
 TEST(Pattern, MatchesTheWholeText) {
+    const std::string stars = std::string(200, '*') + "b";
     const struct {
         const char* pattern;
         const char* text;
@@ -46,6 +47,8 @@ TEST(Pattern, MatchesTheWholeText) {
         {"a{", "a{", true},
         {"*\xC3\xA4{2}", "x\xC3\xA4\xC3\xA4", true},
         {"*", "\xFF", false},
+        {stars.c_str(), "x", false},
+        {stars.c_str(), "xb", true},
     };
     for (const auto& row : rows) {
         SString error("before");
@@ -53,6 +56,20 @@ TEST(Pattern, MatchesTheWholeText) {
             << (row.pattern ? row.pattern : "null") << " and " << (row.text ? row.text : "null");
         EXPECT_EQ(error, "");
         EXPECT_TRUE(VynGlob::IsGlobValid(row.pattern, error));
+    }
+}
+
+TEST(Pattern, TellsWhenTheMatcherGaveUp) {
+    std::string steps, deep;
+    for (int i = 0; i < 5000; ++i) {
+        steps += i < 20 ? "*a" : "";
+        deep += "*a";
+    }
+    for (const std::string& pattern : {steps + "b", deep}) {
+        SString error;
+        EXPECT_FALSE(VynGlob::IsAMatch(pattern.c_str(), std::string(6000, 'a').c_str(), error));
+        EXPECT_NE(error, "");
+        EXPECT_TRUE(VynGlob::IsGlobValid(pattern.c_str(), error));
     }
 }
 
