@@ -1,0 +1,338 @@
+#include "Files/File_p.h"
+
+#include <fcntl.h>
+#include <sys/file.h>
+#include <sys/mman.h>
+#include <sys/stat.h>
+#include <sys/uio.h>
+#include <unistd.h>
+
+#include <algorithm>
+#include <cerrno>
+#include <climits>
+#include <cstdio>
+#include <cstdlib>
+#include <ctime>
+#include <functional>
+
+namespace vyn::detail {
+
+namespace {
+
+constexpr int kLockSeconds = 10;
+constexpr int kMaxLinks = 40;  // as the kernel's own limit
+
+// Calls until no signal interrupts the call.
+template <class Call>
+auto Retry(Call call) {
+    auto result = call();
+    while (result < 0 && errno == EINTR) {
+        result = call();
+    }
+    return result;
+}
+
+int Check(int result) {
+    return result < 0 ? errno : 0;
+}
+
+std::string DirectoryOf(const std::string& path) {
+    const size_t slash = path.rfind('/');
+    return slash == std::string::npos ? "." : path.substr(0, std::max(slash, size_t{1}));
+}
+
+// Replaces `path` by what it leads to; a link that leads nowhere names the file to be made. 0 or an error number.
+int FollowLinks(std::string& path) {
+    for (int i = 0; i < kMaxLinks; ++i) {
+        char target[PATH_MAX];
+        const ssize_t length = readlink(path.c_str(), target, sizeof target);
+        if (length < 0) {
+            return 0;  // no link; what else is wrong shows when the file is opened
+        }
+        const std::string next(target, static_cast<size_t>(length));
+        path = next.front() == '/' ? next : DirectoryOf(path) + '/' + next;
+    }
+    return ELOOP;
+}
+
+// The file that is written beside `path`. A name that has no room for one more byte gives way to one made of its hash.
+std::string TemporaryBeside(const std::string& path) {
+    const size_t start = path.rfind('/') + 1;
+    if (path.size() - start < NAME_MAX) {
+        return path + '~';
+    }
+    char name[40];
+    snprintf(name, sizeof name, ".%zx~", std::hash<std::string>()(path.substr(start)));
+    return path.substr(0, start) + name;
+}
+
+void SleepMilliseconds(long milliseconds) {
+    const timespec time = {0, milliseconds * 1000000};
+    nanosleep(&time, nullptr);
+}
+
+// 0 or an error number.
+int LockDescriptor(int fd) {
+    timespec start;
+    clock_gettime(CLOCK_MONOTONIC, &start);
+    for (long pause = 1;; pause = std::min(pause * 2, 20L)) {
+        const int error = Check(Retry([=] { return flock(fd, LOCK_EX | LOCK_NB); }));
+        if (error != EWOULDBLOCK) {
+            const bool noLocks = error == ENOLCK || error == ENOTSUP || error == EBADF || error == EINVAL;
+            return noLocks ? 0 : error;
+        }
+        timespec now;
+        clock_gettime(CLOCK_MONOTONIC, &now);
+        if (now.tv_sec - start.tv_sec >= kLockSeconds) {
+            return ETIMEDOUT;
+        }
+        SleepMilliseconds(pause);
+    }
+}
+
+// Gives the new file the owner and permissions of the old one, as far as the process may. Without the old group its
+// members have the rights of all others.
+void TakeOverOwner(int fd, const struct stat& old) {
+    struct stat now;
+    if (fstat(fd, &now) != 0) {
+        return;
+    }
+    mode_t mode = old.st_mode & 07777;
+    if (now.st_uid != old.st_uid || now.st_gid != old.st_gid) {
+        if (fchown(fd, old.st_uid, old.st_gid) != 0 && fchown(fd, static_cast<uid_t>(-1), old.st_gid) != 0) {
+            mode = (mode & ~mode_t{070}) | ((mode & 07) << 3);
+        }
+    }
+    fchmod(fd, mode);
+}
+
+// Has the pages of a fresh buffer mapped at once, which costs a fraction of one fault for each.
+void MapPages(char* start, size_t size) {
+#ifdef MADV_POPULATE_WRITE
+    constexpr uintptr_t kPage = 4096;
+    const uintptr_t first = (reinterpret_cast<uintptr_t>(start) + kPage - 1) & ~(kPage - 1);
+    const uintptr_t last = (reinterpret_cast<uintptr_t>(start) + size) & ~(kPage - 1);
+    if (last > first + 16 * kPage) {
+        const int error = errno;
+        madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
+        errno = error;
+    }
+#else
+    static_cast<void>(start);
+    static_cast<void>(size);
+#endif
+}
+
+size_t TotalSize(const std::vector<std::string_view>& pieces) {
+    size_t size = 0;
+    for (const std::string_view& piece : pieces) {
+        size += piece.size();
+    }
+    return size;
+}
+
+}  // namespace
+
+Descriptor& Descriptor::operator=(Descriptor&& other) noexcept {
+    if (this != &other) {
+        Close();
+        m_fd = other.Release();
+    }
+    return *this;
+}
+
+int Descriptor::Release() {
+    const int fd = m_fd;
+    m_fd = -1;
+    return fd;
+}
+
+int Descriptor::Close() {
+    if (m_fd < 0) {
+        return 0;
+    }
+    const int saved = errno;
+    const int error = Check(close(Release()));
+    errno = saved;
+    return error == EINTR ? 0 : error;  // the descriptor is gone all the same
+}
+
+Descriptor OpenFile(const char* path, int flags, mode_t mode) {
+    return Descriptor(Retry([=] { return open(path, flags | O_CLOEXEC, mode); }));
+}
+
+int ReadFile(const char* path, std::string& text, size_t limit) {
+    // Without O_NONBLOCK a FIFO would wait for a writer.
+    const Descriptor file = OpenFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
+    struct stat status;
+    if (!file.IsOpen() || fstat(file.Get(), &status) != 0) {
+        return errno;
+    }
+    if (!S_ISREG(status.st_mode)) {
+        return S_ISDIR(status.st_mode) ? EISDIR : EINVAL;
+    }
+    std::string content;
+    size_t length = 0;
+    for (size_t room = static_cast<size_t>(status.st_size) + 1;; room = length * 2) {
+        if (length > limit || (room - 1 > limit && length == 0)) {
+            return EFBIG;
+        }
+        content.reserve(room);
+        MapPages(&content[0] + length, room - length);
+        content.resize(room);
+        while (length < room) {
+            const ssize_t got = Retry([&] { return read(file.Get(), &content[length], room - length); });
+            if (got < 0) {
+                return errno;
+            }
+            if (got == 0) {
+                content.resize(length);
+                text = std::move(content);
+                return 0;
+            }
+            length += static_cast<size_t>(got);
+        }
+    }
+}
+
+int WriteAll(int fd, const std::vector<std::string_view>& pieces) {
+    std::vector<iovec> rest;
+    rest.reserve(pieces.size());
+    for (const std::string_view& piece : pieces) {
+        if (!piece.empty()) {
+            rest.push_back({const_cast<char*>(piece.data()), piece.size()});
+        }
+    }
+    for (size_t i = 0; i < rest.size();) {
+        const int count = static_cast<int>(std::min(rest.size() - i, size_t{IOV_MAX}));
+        const ssize_t written = Retry([&] { return writev(fd, &rest[i], count); });
+        if (written < 0) {
+            return errno;
+        }
+        size_t taken = static_cast<size_t>(written);
+        for (; i < rest.size() && taken >= rest[i].iov_len; ++i) {
+            taken -= rest[i].iov_len;
+        }
+        if (taken > 0) {
+            rest[i].iov_base = static_cast<char*>(rest[i].iov_base) + taken;
+            rest[i].iov_len -= taken;
+        }
+    }
+    return 0;
+}
+
+int FileReplacement::Lock() {
+    if (const int error = FollowLinks(m_path)) {
+        return error;
+    }
+    m_temporary = TemporaryBeside(m_path);
+    m_directory = OpenFile(DirectoryOf(m_path).c_str(), O_RDONLY | O_DIRECTORY);
+    if (!m_directory.IsOpen()) {
+        // A directory that may be written but not read has no lock.
+        return errno == EACCES ? 0 : errno;
+    }
+    if (const int error = LockDescriptor(m_directory.Get())) {
+        return error;
+    }
+    unlink(m_temporary.c_str());
+    return 0;
+}
+
+// The temporary file is gone when the result isn't 0.
+int FileReplacement::WriteTemporary(const std::vector<std::string_view>& pieces, Durability durability) {
+    struct stat old;
+    const bool isThere = stat(m_path.c_str(), &old) == 0;
+    if (isThere && !S_ISREG(old.st_mode)) {
+        return S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
+    }
+    unlink(m_temporary.c_str());
+    Descriptor file =
+        OpenFile(m_temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, isThere ? 0600 : 0666);
+    if (!file.IsOpen()) {
+        return errno;
+    }
+    if (isThere) {
+        TakeOverOwner(file.Get(), old);
+    }
+    int error = WriteAll(file.Get(), pieces);
+    if (error == 0 && durability == Durability::eSynced) {
+        error = Check(Retry([&] { return fsync(file.Get()); }));
+    }
+    const int late = file.Close();
+    error = error ? error : late;
+    if (error != 0) {
+        unlink(m_temporary.c_str());
+    }
+    return error;
+}
+
+// For a file that can't be replaced, as a mount point or another user's file in a directory with the sticky bit. The room
+// is made sure of first, and what goes wrong afterwards is taken back.
+int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces, Durability durability) {
+    std::string old;
+    if (const int error = Read(old)) {
+        return error;
+    }
+    Descriptor file = OpenFile(m_path.c_str(), O_WRONLY | O_NOFOLLOW);
+    if (!file.IsOpen()) {
+        return errno;
+    }
+    const size_t size = TotalSize(pieces);
+    const auto end = static_cast<off_t>(size);
+    int error = 0;
+    if (size > old.size()) {
+        error = posix_fallocate(file.Get(), 0, end);
+    }
+    if (error == 0) {
+        error = WriteAll(file.Get(), pieces);
+    }
+    if (error == 0) {
+        error = Check(Retry([&] { return ftruncate(file.Get(), end); }));
+    }
+    if (error == 0 && durability == Durability::eSynced) {
+        error = Check(Retry([&] { return fsync(file.Get()); }));
+    }
+    if (error != 0) {
+        lseek(file.Get(), 0, SEEK_SET);
+        WriteAll(file.Get(), {old});
+        if (ftruncate(file.Get(), static_cast<off_t>(old.size())) != 0) {
+            return errno;
+        }
+    }
+    const int late = file.Close();
+    return error ? error : late;
+}
+
+int FileReplacement::Replace(const std::vector<std::string_view>& pieces, Durability durability) {
+    if (const int error = WriteTemporary(pieces, durability)) {
+        return error;
+    }
+    if (Retry([&] { return rename(m_temporary.c_str(), m_path.c_str()); }) != 0) {
+        const int error = WriteInPlace(pieces, durability);
+        unlink(m_temporary.c_str());
+        return error;
+    }
+    if (durability == Durability::eSynced && m_directory.IsOpen()) {
+        // The path holds the new text already, so that an error here takes nothing back.
+        Retry([&] { return fsync(m_directory.Get()); });
+    }
+    return 0;
+}
+
+int ReplaceFile(const char* path, std::string_view text, Durability durability) {
+    FileReplacement replacement(path);
+    if (const int error = replacement.Lock()) {
+        return error;
+    }
+    std::string old;
+    const int error = replacement.Read(old);
+    if (error != 0 && error != ENOENT) {
+        return error;
+    }
+    if (error == 0 && old == text) {
+        return 0;
+    }
+    return replacement.Replace({text}, durability);
+}
+
+}  // namespace vyn::detail
