@@ -266,8 +266,7 @@ int FileReplacement::WriteTemporary(const std::vector<std::string_view>& pieces,
     return error;
 }
 
-// For a file that can't be replaced, as a mount point or another user's file in a directory with the sticky bit. The room
-// is made sure of first, and what goes wrong afterwards is taken back.
+// The room is made sure of first, and what goes wrong afterwards is taken back.
 int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces, Durability durability) {
     std::string old;
     if (const int error = Read(old)) {
@@ -303,13 +302,9 @@ int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces, D
     return error ? error : late;
 }
 
-int FileReplacement::Replace(const std::vector<std::string_view>& pieces, Durability durability) {
-    if (const int error = WriteTemporary(pieces, durability)) {
-        return error;
-    }
-    if (Retry([&] { return rename(m_temporary.c_str(), m_path.c_str()); }) != 0) {
-        const int error = WriteInPlace(pieces, durability);
-        unlink(m_temporary.c_str());
+// Moves the temporary file to its place. 0 or an error number.
+int FileReplacement::TakePlace(Durability durability) {
+    if (const int error = Check(Retry([&] { return rename(m_temporary.c_str(), m_path.c_str()); }))) {
         return error;
     }
     if (durability == Durability::eSynced && m_directory.IsOpen()) {
@@ -317,6 +312,29 @@ int FileReplacement::Replace(const std::vector<std::string_view>& pieces, Durabi
         Retry([&] { return fsync(m_directory.Get()); });
     }
     return 0;
+}
+
+int FileReplacement::Replace(const std::vector<std::string_view>& pieces, Durability durability) {
+    if (const int error = WriteTemporary(pieces, durability)) {
+        return error;
+    }
+    const int error = TakePlace(durability);
+    if (error != 0) {
+        unlink(m_temporary.c_str());
+    }
+    return error;
+}
+
+int FileReplacement::ReplaceOrOverwrite(const std::vector<std::string_view>& pieces, Durability durability) {
+    if (const int error = WriteTemporary(pieces, durability)) {
+        return error;
+    }
+    int error = TakePlace(durability);
+    if (error != 0) {
+        error = WriteInPlace(pieces, durability);
+        unlink(m_temporary.c_str());
+    }
+    return error;
 }
 
 int ReplaceFile(const char* path, std::string_view text, Durability durability) {

@@ -77,9 +77,14 @@ public:
     /// \return 0 when the path holds the new text, else an error number: it holds the old one, or no file as before, and
     /// nothing is left beside it.
     int Replace(const std::vector<std::string_view>& pieces, Durability durability);
+    /// The same, but a file whose directory doesn't let it be replaced, as a mount point or another user's file under the
+    /// sticky bit, is written in place. What goes wrong then is taken back; only a process that is killed meanwhile leaves
+    /// a mixture, and the whole new text beside it.
+    int ReplaceOrOverwrite(const std::vector<std::string_view>& pieces, Durability durability);
 
 private:
     int WriteTemporary(const std::vector<std::string_view>& pieces, Durability durability);
+    int TakePlace(Durability durability);
     int WriteInPlace(const std::vector<std::string_view>& pieces, Durability durability);
 
     std::string m_path;  // with the links followed, from Lock on
