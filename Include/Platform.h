@@ -74,7 +74,8 @@ VYN_API const char* VynGetInstallationLib();
 /// \return the directory of this name below VynGetInstallationRoot(), kept in the same way.
 VYN_API const char* VynGetInstallationInclude();
 
-/// Sets \p path to the user's own directory, the value of HOME.
+/// Sets \p path to the user's own directory, the value of HOME. A value that is empty or longer than a path counts as
+/// unset, here and in the functions below.
 /// \return false when HOME is unset; \p path is then unchanged.
 VYN_API bool VynGetUserPersonalDirectory(SPathName& path);
 /// Finds the directory of the tool's data of this user and this version below HOME, and creates it.
@@ -93,7 +94,8 @@ VYN_API const char* VynGetCompanyAddinsDir();
 /// Sets \p path to the directory below HOME that the user's tools share, and creates it.
 /// \return false when HOME is unset; \p path is then unchanged.
 VYN_API bool VynGetSharedDataDirectory(SPathName& path);
-/// Sets \p path to the directory below ZROOT that the tools of all users share, and creates it.
+/// Sets \p path to the directory below ZROOT that the tools of all users share, and creates it. A value that is empty
+/// or longer than a path counts as unset.
 /// \return false when ZROOT is unset; \p path is then unchanged.
 VYN_API bool VynGetAllUsersSharedDataDirectory(SPathName& path);
 

@@ -206,7 +206,9 @@ VYN_API void SetNormalizeLineEndings(bool on);
 /// \param dstSize size of \p dst in bytes, at least 2.
 VYN_API void XMLMapSingleDataCharacter(const char* src, char* dst, unsigned dstSize);
 
-/// \return the value in the environment, or null when \p name isn't set; valid until the environment changes.
+/// \return the value in the environment, or null when \p name isn't set; valid until the environment changes. In a
+/// process that runs with more rights than whoever started it, every variable counts as unset, here and wherever the
+/// library reads one.
 VYN_API const char* VynGetEnvironmentVariable(const SString& name);
 /// \return the value in a static copy, or null when \p name isn't set; valid until the next successful call
 /// of this overload. For one thread at a time.

@@ -90,7 +90,7 @@ VYN_API int VynLoadString(HINSTANCE handle, unsigned id, SString& text);
 VYN_API int LoadStringA(HINSTANCE handle, unsigned id, SString& text);
 
 /// \return the language of the messages, from the variable DRAVMOOR_STUDIO_LANGUAGE; "en" when that is unset
-/// or empty. Valid until the environment changes.
+/// or empty. Valid until the environment changes. A name with "/" or ".." in it is a language without a library.
 VYN_API const char* VynGetLocale();
 /// \return the directory of the language's files, `locale/` and VynGetLocale() below the root of the
 /// installation. Computed once; valid for the life of the process.
@@ -114,8 +114,8 @@ VYN_API bool VynGetDefaultUserProjectPath(SPathName& path);
 ///
 /// In "en" they are compiled in; for another language the resource library of the module's name is loaded
 /// from VynGetLocaleDir(). It has a function `void InitializeLibResources(HINSTANCE)` of C linkage, which
-/// makes a table under the handle that it is given. When the library can't be loaded a message is written,
-/// and the module has no strings. A module holds one object of this class for the time that it is loaded.
+/// makes a table under the handle that it is given, and stays in memory until the process ends. When the library
+/// can't be loaded a message is written, and the module has no strings. A module holds one object of this class for the time that it is loaded.
 class VYN_API VynHandleResourceDLL {
 public:
     /// \param name file name of the resource library. Not null.

@@ -68,6 +68,7 @@ TEST(DynamicLibrary, RunsTheHooksThatItHas) {
 }
 
 TEST(UserDirectories, FollowTheEnvironment) {
+    const std::string overlong = "HOME=/" + std::string(1023, 'h') + " ZROOT=/" + std::string(1023, 'z');
     const struct {
         const char* environment;
         const char* question;
@@ -87,6 +88,10 @@ TEST(UserDirectories, FollowTheEnvironment) {
         {"HOME=@/h", "allusers", "false unset"},
         {"HOME=@/h", "projects", "@/h/My Projects"},
         {"DRAVMOOR_INSTALLATION=x//y", "module", "x//y"},
+        {"HOME= ZROOT=", "user shared projects allusers", "\nfalse unset\nfalse unset\nfalse unset"},
+        {overlong.c_str(), "user shared projects allusers", "\nfalse unset\nfalse unset\nfalse unset"},
+        {"VYN_TEST_RAISED= HOME=@/h ZROOT=@/h DRAVMOOR_INSTALLATION=x DRAVMOOR_STUDIO_LANGUAGE=de",
+         "user allusers module locale", "\nfalse unset\n\nen"},
         // What can't be created is told all the same.
         {"HOME=/dev/null ZROOT=/dev/null", "user shared allusers projects",
          "/dev/null/Ostrel/Halcyne/Zem/4.3\n/dev/null/Ostrel/Halcyne/Shared\n/dev/null/tools/Shared\n"
@@ -95,26 +100,35 @@ TEST(UserDirectories, FollowTheEnvironment) {
     for (const auto& row : rows) {
         TemporaryDirectory directory;
         const ProbeResult result =
-            RunProbe(directory, row.environment, std::string("EnvironmentProbe ") + row.question);
+            RunProbe(directory, row.environment, std::string("Probe ask ") + row.question);
         EXPECT_EQ(result.out, At(directory, row.answer) + "\n")
             << row.question << " with " << row.environment;
         EXPECT_EQ(result.err, "");
+        EXPECT_FALSE(std::filesystem::exists(directory / "Ostrel")) << "made in the working directory";
         EXPECT_EQ(result.status, 0);
     }
 }
 
 TEST(UserDirectories, AreCreatedExceptTheAddins) {
     TemporaryDirectory directory;
-    RunProbe(directory, "HOME=@/h ZROOT=@/z",
-             "EnvironmentProbe useraddins teamaddins companyaddins projects");
+    RunProbe(directory, "HOME=@/h ZROOT=@/z", "Probe ask useraddins teamaddins companyaddins projects");
     EXPECT_TRUE(std::filesystem::exists(directory / "h/Ostrel/Halcyne/Zem/4.3"));
     EXPECT_TRUE(std::filesystem::exists(directory / "h/Ostrel/Halcyne/Shared"));
     EXPECT_TRUE(std::filesystem::exists(directory / "h/My Projects"));
     EXPECT_FALSE(std::filesystem::exists(directory / "h/Ostrel/Halcyne/Zem/4.3/addins"));
     EXPECT_FALSE(std::filesystem::exists(directory / "h/Ostrel/Halcyne/Shared/TeamAddins"));
     EXPECT_FALSE(std::filesystem::exists(directory / "z"));
-    RunProbe(directory, "ZROOT=@/z", "EnvironmentProbe allusers");
+    RunProbe(directory, "ZROOT=@/z", "Probe ask allusers");
     EXPECT_TRUE(std::filesystem::exists(directory / "z/tools/Shared"));
+}
+
+TEST(Texts, OutliveTheGlobalsOfATool) {
+    TemporaryDirectory directory;
+    const std::string root(VynGetInstallationRoot());
+    EXPECT_EQ(RunProbe(directory, "HOME=@/a_name_of_some_length", "Probe texts").out,
+              root + "\n" + root + "/etc\n" + root + "/lib\n" + root + "/include\n" + root + "/locale/en\n" +
+                  At(directory,
+                     "@/a_name_of_some_length/Ostrel/Halcyne/Zem/4.3/addins\n@/a_name_of_some_length\n"));
 }
 
 TEST(Installation, IsFoundWhereTheLibraryLies) {
@@ -123,10 +137,10 @@ TEST(Installation, IsFoundWhereTheLibraryLies) {
     std::filesystem::copy(SString(VynGetInstallationBin()) + "/libvyn10.so", directory / "opt/bin");
     EXPECT_EQ(
         RunProbe(directory, "LD_LIBRARY_PATH=@/opt/bin",
-                 "EnvironmentProbe bin directory root etc lib include localedir")
+                 "Probe ask bin directory root etc lib include localedir")
             .out,
         At(directory, "@/opt/bin\n@/opt/bin\n@/opt\n@/opt/etc\n@/opt/lib\n@/opt/include\n@/opt/locale/en\n"));
-    EXPECT_EQ(RunProbe(directory, "LD_LIBRARY_PATH=opt/bin", "EnvironmentProbe root").out, "opt/bin/..\n");
+    EXPECT_EQ(RunProbe(directory, "LD_LIBRARY_PATH=opt/bin", "Probe ask root").out, "opt/bin/..\n");
 }
 
 }  // namespace

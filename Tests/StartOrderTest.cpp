@@ -69,8 +69,9 @@ void ExpectOrder(const std::string& library) {
     }
 
     TemporaryDirectory directory;
-    const ProbeResult result = RunProbe(directory, "HOME=@", "StartOrderProbe " + library);
+    const ProbeResult result = RunProbe(directory, "HOME=@", "LoadProbe " + library);
     ASSERT_EQ(result.status, 0) << result.err;
+    EXPECT_EQ(result.err, "loaded\nunloaded\n");
     std::vector<std::string> built;
     std::vector<std::string> destroyed;
     std::istringstream events(result.out);

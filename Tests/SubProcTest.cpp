@@ -82,7 +82,7 @@ int close_range(unsigned first, unsigned last, int flags) {
 
 namespace {
 
-const std::string probe = VYN_PROBE_DIR "/DescriptorProbe";
+const std::string probe = VYN_PROBE_DIR "/Probe";
 
 // What a launch has to leave as it was: the directory, and the open descriptors with what they stand for.
 std::string ParentState() {

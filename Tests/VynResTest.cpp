@@ -174,10 +174,17 @@ TEST(Language, ChoosesTheStrings) {
     TemporaryDirectory directory;
     const std::string root = VynGetInstallationRoot();
     std::filesystem::create_directories(directory / "opt/lib");
-    std::filesystem::create_directories(directory / "opt/locale/de");
+    for (const char* folder : {"opt/locale/de", "opt/locale/sub/de", "opt/elsewhere"}) {
+        std::filesystem::create_directories(directory / folder);
+        std::filesystem::copy(root + "/locale/de/VYN10_R.DLL", directory / folder);
+    }
     std::filesystem::copy(SString(VynGetInstallationBin()) + "/libvyn10.so", directory / "opt/lib");
-    std::filesystem::copy(root + "/locale/de/VYN10_R.DLL", directory / "opt/locale/de");
     const std::string english = "en\n@/opt/locale/en\n@/opt/locale/en\nFailed to open '%s' for write.\nown\n";
+    const std::string none = "\n@/opt/locale/en\nnone\nown\n";
+    const std::string failed = "Loading of resource DLL \"VYN10_R.DLL\" failed.\nError reported: ";
+    const std::string unknown =
+        "\nVynLoadString(#, 9): handle not found\nVynUnregisterStringTable(#): instance not found\n";
+    const std::string noFolder = failed + "no such language" + unknown;
     const struct {
         const char* variable;
         std::string out, err;
@@ -187,17 +194,16 @@ TEST(Language, ChoosesTheStrings) {
         {"DRAVMOOR_STUDIO_LANGUAGE=de",
          "de\n@/opt/locale/de\n@/opt/locale/en\n'%s' konnte nicht zum Schreiben geöffnet werden.\nother\n",
          ""},
-        {"DRAVMOOR_STUDIO_LANGUAGE=xx", "xx\n@/opt/locale/xx\n@/opt/locale/en\nnone\nown\n",
-         "Loading of resource DLL \"VYN10_R.DLL\" failed.\n"
-         "Error reported: @/opt/locale/xx/VYN10_R.DLL: cannot open shared object file: No such file or "
-         "directory\n"
-         "VynLoadString(#, 9): handle not found\n"
-         "VynUnregisterStringTable(#): instance not found\n"},
+        {"DRAVMOOR_STUDIO_LANGUAGE=../elsewhere", "../elsewhere\n@/opt/elsewhere" + none, noFolder},
+        {"DRAVMOOR_STUDIO_LANGUAGE=sub/de", "sub/de\n@/opt/locale/sub/de" + none, noFolder},
+        {"DRAVMOOR_STUDIO_LANGUAGE=xx", "xx\n@/opt/locale/xx" + none,
+         failed + "@/opt/locale/xx/VYN10_R.DLL: cannot open shared object file: No such file or directory" +
+             unknown},
     };
     for (const auto& row : rows) {
         const ProbeResult result =
             RunProbe(directory, std::string("LD_LIBRARY_PATH=@/opt/lib ") + row.variable,
-                     "EnvironmentProbe locale localedir englishdir string9 own");
+                     "Probe ask locale localedir englishdir string9 own");
         EXPECT_EQ(result.out, At(directory, row.out)) << row.variable;
         EXPECT_EQ(Plain(result.err), At(directory, row.err)) << row.variable;
         EXPECT_EQ(result.status, 0) << row.variable;
@@ -206,11 +212,12 @@ TEST(Language, ChoosesTheStrings) {
 
 TEST(Start, MakesTheLibrarysHandleCurrentUntilItsEnd) {
     TemporaryDirectory directory;
-    for (const auto& [language, out] :
-         {std::pair("en", "main: own\nend: restored\n"), std::pair("de", "main: other\nend: restored\n")}) {
+    for (const char* current : {"own", "other"}) {
+        const std::string language = current == std::string("own") ? "en" : "de";
         const ProbeResult result =
-            RunProbe(directory, std::string("DRAVMOOR_STUDIO_LANGUAGE=") + language, "HandleProbe");
-        EXPECT_EQ(result.out, out) << result.err;
+            RunProbe(directory, "DRAVMOOR_STUDIO_LANGUAGE=" + language, "Probe states");
+        const std::regex states(std::string("before: .*before\nmain: .*") + current + "\nend: .*before\n");
+        EXPECT_TRUE(std::regex_match(result.out, states)) << result.out << result.err;
         EXPECT_EQ(result.status, 0);
     }
 }
@@ -226,7 +233,7 @@ TEST(Start, IsTracedLikeTheEnd) {
          {std::pair("en", start + end + "unloaded\n"), std::pair("de", start + "kept\n" + end)}) {
         const ProbeResult result =
             RunProbe(directory, std::string("QZD_DEBUG_RESOURCE= DRAVMOOR_STUDIO_LANGUAGE=") + language,
-                     "UnloadProbe " + SString(VynGetInstallationBin()) + "/libvyn10.so");
+                     "LoadProbe " + SString(VynGetInstallationBin()) + "/libvyn10.so");
         EXPECT_EQ(Plain(result.err), err) << language;
         EXPECT_EQ(result.status, 0) << language;
     }

@@ -125,7 +125,7 @@ TEST(UrnMapAtLoad, HasSixNamesAndThoseOfTheVariablesFile) {
         WriteText(directory / "Ostrel/Halcyne/Shared/urnmap.txt", "old:/old\n");
         WriteText(directory / "users.txt", "a:/x\r\nb:/y/\r\nK4:/mine\nk4user:/z\n");
         const ProbeResult result =
-            RunProbe(directory, row.environment, std::string("UrnMapProbe ") + row.arguments);
+            RunProbe(directory, row.environment, std::string("Probe urnmap ") + row.arguments);
         EXPECT_EQ(result.out, At(directory, row.out)) << row.environment;
         EXPECT_EQ(result.err, At(directory, row.err)) << row.environment;
         EXPECT_EQ(result.status, 0) << row.environment;
@@ -135,11 +135,11 @@ TEST(UrnMapAtLoad, HasSixNamesAndThoseOfTheVariablesFile) {
 
 TEST(UrnMapAtLoad, IsEmptyBeforeAndAfter) {
     TemporaryDirectory directory;
-    const ProbeResult result = RunProbe(directory, "HOME=@", "UriEarlyProbe");
+    const ProbeResult result = RunProbe(directory, "HOME=@", "Probe states");
     EXPECT_EQ(result.out,
-              "before: k4 is unknown, early is known, /x, capabilities 0, file not opened\n"
-              "main: k4 is known, early is unknown, urn:early:x, capabilities 131, file opened\n"
-              "end: k4 is unknown, early is known, /x, capabilities 131, file opened\n");
+              "before: k4 is unknown, early is known, /x, capabilities 0, file not opened, handle before\n"
+              "main: k4 is known, early is unknown, urn:early:x, capabilities 131, file opened, handle own\n"
+              "end: k4 is unknown, early is known, /x, capabilities 131, file opened, handle before\n");
     EXPECT_EQ(result.status, 0);
 }
 

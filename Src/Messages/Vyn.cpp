@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "SString.h"
+#include "Text/Environment_p.h"
 #include "VynErrOut.h"
 
 namespace vyn {
@@ -17,7 +18,7 @@ char MsgBuf[1024];
 
 void vyn_assert(const char* expression, const char* file, int line) {
     // Looked up by the overload that leaves the static copy of the other one alone.
-    static const bool on = VynGetEnvironmentVariable(SString("QZD_ASSERT")) != nullptr;
+    static const bool on = detail::Environment("QZD_ASSERT") != nullptr;
     if (on) {
         vynerr << "Assertion failed: " << expression << ", file " << file << ", line " << long{line} << endl
                << flush;

@@ -6,6 +6,7 @@
 #include <cstring>
 #include <string>
 
+#include "Text/Environment_p.h"
 #include "Text/InitOrder_p.h"
 #include "ZemAPICommon.h"
 
@@ -130,7 +131,7 @@ void CMsgOut::End() {
 }
 
 void CMsgOut::ReadOptions() {
-    const char* value = VynGetEnvironmentVariable(SString("VYN_ERR_OUT"));
+    const char* value = detail::Environment("VYN_ERR_OUT");
     if (!value) {
         return;
     }

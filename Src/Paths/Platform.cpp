@@ -10,6 +10,7 @@
 
 #include "Messages/SourceReport_p.h"
 #include "StudioProduct.h"
+#include "Text/Environment_p.h"
 #include "Text/InitOrder_p.h"
 
 namespace vyn {
@@ -22,11 +23,22 @@ namespace {
 
 // Sets `path` to the value of a variable; false when it is unset.
 bool GetDirectoryFromEnvironment(const char* variable, SPathName& path) {
-    const char* value = VynGetEnvironmentVariable(SString(variable));
+    const char* value = detail::Environment(variable);
     if (!value) {
         return false;
     }
     path = value;
+    return true;
+}
+
+// The same where directories are made below: without a usable value these would come into being at the root or in
+// the working directory.
+bool GetBaseFromEnvironment(const char* variable, SPathName& path) {
+    SPathName base;
+    if (!GetDirectoryFromEnvironment(variable, base) || base.IsEmpty()) {
+        return false;
+    }
+    path = base;
     return true;
 }
 
@@ -98,7 +110,7 @@ SPathName VynGetTemporaryFilePath(const SString& prefix, const SString& suffix) 
     for (int attempt = 0; attempt < 500; ++attempt) {
         SString candidate;
         candidate.Format("%s%ld%d%s", base.c_str(), now, rand(), suffix.c_str());
-        FILE* existing = fopen(candidate.c_str(), "r");
+        FILE* existing = fopen(candidate.c_str(), "re");
         if (!existing) {
             return SPathName(candidate);
         }
@@ -141,18 +153,21 @@ void VynFreeLibrary(HINSTANCE handle) {
 }
 
 const char* VynGetModuleFileName() {
-    const char* name = VynGetEnvironmentVariable(SString("DRAVMOOR_INSTALLATION"));
+    const char* name = detail::Environment("DRAVMOOR_INSTALLATION");
     return name ? name : "";
 }
 
+// The texts behind the results from here on are never destroyed: globals of a tool may hold them to their very end.
+
 const char* VynGetInstallationBin() {
-    static SString bin;
+    static auto& bin = *new SString;
     if (!bin.IsEmpty()) {
         return bin.c_str();
     }
     // The static lies in this library, so that its address tells the library's own file.
+    static const char place = 0;
     Dl_info info;
-    if (!dladdr(&bin, &info) || !info.dli_fname) {
+    if (!dladdr(&place, &info) || !info.dli_fname) {
         return bin.c_str();
     }
     bin = SPathName(info.dli_fname).GetDirectory();
@@ -170,31 +185,31 @@ const char* VynGetInstallationDirectory() {
 }
 
 const char* VynGetInstallationRoot() {
-    static SString root;
+    static auto& root = *new SString;
     return KeepDirectory(root, VynGetInstallationBin(), "..");
 }
 
 const char* VynGetInstallationEtc() {
-    static SString etc;
+    static auto& etc = *new SString;
     return KeepDirectory(etc, VynGetInstallationRoot(), "etc");
 }
 
 const char* VynGetInstallationLib() {
-    static SString lib;
+    static auto& lib = *new SString;
     return KeepDirectory(lib, VynGetInstallationRoot(), "lib");
 }
 
 const char* VynGetInstallationInclude() {
-    static SString include;
+    static auto& include = *new SString;
     return KeepDirectory(include, VynGetInstallationRoot(), "include");
 }
 
 bool VynGetUserPersonalDirectory(SPathName& path) {
-    return GetDirectoryFromEnvironment("HOME", path);
+    return GetBaseFromEnvironment("HOME", path);
 }
 
 const char* VynGetUserDir() {
-    static SPathName userDir;
+    static auto& userDir = *new SPathName;
     if (GetApplicationDataDirectory(userDir)) {
         // Normal path form makes this one element per word: Zem/4.3.
         const SPathName toolPath(StudioProduct::GetRegistryToolName() + "\\" +
@@ -207,7 +222,7 @@ const char* VynGetUserDir() {
 }
 
 const char* VynGetUserAddinsDir() {
-    static SPathName addinsDir;
+    static auto& addinsDir = *new SPathName;
     if (!GetDirectoryFromEnvironment("ZEM_USER_ADDINS_DIR", addinsDir)) {
         addinsDir = VynGetUserDir();
     }
@@ -216,13 +231,13 @@ const char* VynGetUserAddinsDir() {
 }
 
 const char* VynGetTeamAddinsDir() {
-    static SPathName addinsDir;
+    static auto& addinsDir = *new SPathName;
     AssignAddinsDir(addinsDir, "ZEM_TEAM_ADDINS_DIR", "TeamAddins");
     return addinsDir.c_str();
 }
 
 const char* VynGetCompanyAddinsDir() {
-    static SPathName addinsDir;
+    static auto& addinsDir = *new SPathName;
     AssignAddinsDir(addinsDir, "ZEM_COMPANY_ADDINS_DIR", "CompanyAddins");
     return addinsDir.c_str();
 }
@@ -238,7 +253,7 @@ bool VynGetSharedDataDirectory(SPathName& path) {
 }
 
 bool VynGetAllUsersSharedDataDirectory(SPathName& path) {
-    if (!GetDirectoryFromEnvironment("ZROOT", path)) {
+    if (!GetBaseFromEnvironment("ZROOT", path)) {
         return false;
     }
     path.AddPathElement("tools/Shared");

@@ -3,6 +3,7 @@
 #include <cstdlib>
 
 #include "SPathName.h"
+#include "Text/Environment_p.h"
 
 namespace vyn {
 
@@ -82,16 +83,13 @@ SString StudioProduct::GetZemEditorActiveXCtrlProgID() {
 }
 
 int StudioProduct::GetToolID() {
-    const char* id = VynGetEnvironmentVariable(SString("QZD_TOOLID"));
+    const char* id = detail::Environment("QZD_TOOLID");
     return id ? atoi(id) : 1;
 }
 
+// The support program lies in the common files directory, which this platform hasn't.
 SString StudioProduct::GetXRTToolPath() {
-    SPathName directory;
-    if (!VynGetCommonFilesDirectory(directory)) {
-        return "";
-    }
-    return directory + CompanyPath + "\\Shared" + "\\XRT" + "\\" + "2" + "." + "1" + "\\Kelvarnote.exe";
+    return "";
 }
 
 void StudioProduct::CallXRT(const SString&, const SString&) {}

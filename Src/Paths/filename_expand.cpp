@@ -10,6 +10,7 @@
 #include <string>
 
 #include "SString.h"
+#include "Text/Environment_p.h"
 #include "VynUri.h"
 
 namespace {
@@ -29,7 +30,7 @@ void AppendWithin(size_t limit, std::string& text, const std::string& piece) {
 
 // Null when there is no such variable; a name that is too long names none.
 const char* FindVariable(const std::string& name) {
-    return name.size() < sizeName ? vyn::VynGetEnvironmentVariable(vyn::SString(name)) : nullptr;
+    return name.size() < sizeName ? vyn::detail::Environment(name.c_str()) : nullptr;
 }
 
 std::string ExpandVariables(const char* text) {

@@ -9,6 +9,7 @@
 #include "Platform.h"
 #include "Resources/VynRes_p.h"
 #include "SPathName.h"
+#include "Text/Environment_p.h"
 #include "Text/InitOrder_p.h"
 
 namespace vyn {
@@ -33,7 +34,7 @@ long Number(const void* p) {
 }
 
 bool IsTracing() {
-    return VynGetEnvironmentVariable(SString("QZD_DEBUG_RESOURCE")) != nullptr;
+    return detail::Environment("QZD_DEBUG_RESOURCE") != nullptr;
 }
 
 void _VynRegisterStringTable(HINSTANCE handle, SStringTable* table) {
@@ -85,6 +86,30 @@ const char* KeepLocaleDir(SString& kept, const char* language) {
         kept = path;
     }
     return kept.c_str();
+}
+
+// Whether a language's name can be that of a folder: it comes from outside and mustn't lead out of `locale/`.
+bool IsFolderName(const SString& language) {
+    return language.find('/') == SString::npos && language.find("..") == SString::npos;
+}
+
+// Loads the resource library `path`; null, with the reason in `error`, when there is none.
+HINSTANCE LoadResourceLibrary(const SPathName& path, SString& error) {
+    if (!IsFolderName(VynGetLocale()) || path.IsEmpty()) {
+        error = "no such language";
+        return nullptr;
+    }
+    const HINSTANCE handle = VynLoadLibrary(path.c_str());
+    if (!handle) {
+        error = dlerror();
+        return nullptr;
+    }
+    // Freed by the last destructor of a module that it may depend on, it would take that module along, from under
+    // the code that still runs. So it stays in memory.
+    if (void* kept = dlopen(path.c_str(), RTLD_NOW | RTLD_NOLOAD | RTLD_NODELETE)) {
+        dlclose(kept);
+    }
+    return handle;
 }
 
 void InitializeLibResources(HINSTANCE handle) {
@@ -262,17 +287,17 @@ SString detail::OwnMessage(LibraryString id, std::initializer_list<SString> text
 }
 
 const char* VynGetLocale() {
-    const char* language = VynGetEnvironmentVariable(SString("DRAVMOOR_STUDIO_LANGUAGE"));
+    const char* language = detail::Environment("DRAVMOOR_STUDIO_LANGUAGE");
     return language && *language ? language : "en";
 }
 
 const char* VynGetLocaleDir() {
-    static SString directory;
+    static auto& directory = *new SString;  // never destroyed: valid to the very end of the process
     return KeepLocaleDir(directory, VynGetLocale());
 }
 
 const char* VynGetDefaultLocaleDir() {
-    static SString directory;
+    static auto& directory = *new SString;  // never destroyed: valid to the very end of the process
     return KeepLocaleDir(directory, "en");
 }
 
@@ -320,10 +345,11 @@ VynHandleResourceDLL::VynHandleResourceDLL(const char* name, void (*install)(HIN
         return;
     }
     path.AddPathElement(m_strName);
-    m_hLoaded = VynLoadLibrary(path.c_str());
+    SString error;
+    m_hLoaded = LoadResourceLibrary(path, error);
     if (!m_hLoaded) {
         SString message;
-        message.Format("Loading of resource DLL \"%s\" failed.\nError reported: %s", name, dlerror());
+        message.Format("Loading of resource DLL \"%s\" failed.\nError reported: %s", name, error.c_str());
         vynerr << message << endl << flush;
         return;
     }

@@ -12,6 +12,7 @@
 
 #include "SubProc.h"
 #include "System/SubProc_p.h"
+#include "Text/Environment_p.h"
 
 namespace vyn {
 
@@ -22,7 +23,7 @@ constexpr int firstPrivateFd = STDERR_FILENO + 1;
 
 // "LD_LIBRARY_PATH=" and the saved value, empty when none is saved.
 std::string SavedLibraryPath() {
-    const char* saved = getenv("M7_SAVED_LD_LIBRARY_PATH");
+    const char* saved = detail::Environment("M7_SAVED_LD_LIBRARY_PATH");
     return saved ? std::string(libraryPathIs) + saved : std::string();
 }
 
@@ -117,7 +118,7 @@ int Start(SChildPlan& plan) {
 }  // namespace
 
 bool detail::ChildKeepsDescriptors() {
-    return getenv("KOPRAN_NO_CLOSE") != nullptr;
+    return detail::Environment("KOPRAN_NO_CLOSE") != nullptr;
 }
 
 void CSubProc::do_restore_ld_library_path() {

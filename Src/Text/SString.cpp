@@ -9,6 +9,8 @@
 #include <cstring>
 #include <stdexcept>
 
+#include "Text/Environment_p.h"
+
 namespace vyn {
 
 namespace {
@@ -127,15 +129,15 @@ void XMLMapSingleDataCharacter(const char* src, char* dst, unsigned dstSize) {
 }
 
 const char* VynGetEnvironmentVariable(const SString& name) {
-    return getenv(name.c_str());
+    return detail::Environment(name.c_str());
 }
 
 const char* VynGetEnvironmentVariable(const char* name) {
-    const char* value = getenv(name);
+    const char* value = detail::Environment(name);
     if (!value) {
         return nullptr;
     }
-    static UTF8String text;
+    static auto& text = *new UTF8String;  // never destroyed: a tool may hold the result until its very end
     text = value;
     return text.c_str();
 }

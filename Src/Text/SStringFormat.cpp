@@ -8,6 +8,7 @@
 #include <cwchar>
 
 #include "SString.h"
+#include "Text/Environment_p.h"
 #include "Text/InitOrder_p.h"
 
 namespace vyn {
@@ -168,7 +169,7 @@ private:
 
 // qzd_trace, which is set while the library loads.
 struct TraceSwitch {
-    TraceSwitch() : m_nOn(getenv("QZD_TRACE") ? 1 : 0) {}
+    TraceSwitch() : m_nOn(detail::Environment("QZD_TRACE") ? 1 : 0) {}
     int m_nOn;
 };
 

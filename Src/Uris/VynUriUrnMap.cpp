@@ -4,6 +4,7 @@
 
 #include "Platform.h"
 #include "SPathName.h"
+#include "Text/Environment_p.h"
 #include "Text/InitOrder_p.h"
 #include "Uris/VynUri_p.h"
 #include "VynRes.h"
@@ -42,7 +43,7 @@ void InsertURNsFromList(const SString& text, std::map<SString, SString>& map) {
 }
 
 void VynParseUrnEnvVariableAndInsertUrns(std::map<SString, SString>& map) {
-    const char* value = VynGetEnvironmentVariable(SString(fileVariable));
+    const char* value = detail::Environment(fileVariable);
     if (!value) {
         return;
     }
@@ -77,7 +78,7 @@ void FillMap(std::map<SString, SString>& map) {
 
 // Lets the variable name `path` from now on and reads the map anew.
 void ReadMapFrom(const SPathName& path) {
-    const char* current = VynGetEnvironmentVariable(SString(fileVariable));
+    const char* current = detail::Environment(fileVariable);
     if (!current || path != current) {
         putenv(strdup((SString(fileVariable) + "=" + path).c_str()));
     }

@@ -1,6 +1,6 @@
-// Loads the library that the first argument names and unloads it. Prints, one a line, what happens meanwhile:
-// "build" and "destroy" with the place in the library of each static object that has a destructor, and "read"
-// with each environment variable that is looked at.
+// Loads the library that the first argument names and unloads it; isn't linked with it. Prints, one a line, what
+// happens meanwhile: "build" and "destroy" with the place in the library of each static object that has a destructor,
+// and "read" with each environment variable that is looked at. Tells on standard error when it loads and unloads.
 
 #include <dlfcn.h>
 
@@ -9,8 +9,6 @@
 #include <cstring>
 #include <string>
 #include <vector>
-
-extern char** environ;
 
 namespace {
 
@@ -47,17 +45,11 @@ extern "C" __attribute__((visibility("default"))) int __cxa_atexit(void (*destro
     return next(Destroy, new Object{destroy, object, place}, module);
 }
 
-extern "C" __attribute__((visibility("default"))) char* getenv(const char* name) noexcept {
+extern "C" __attribute__((visibility("default"))) char* secure_getenv(const char* name) noexcept {
     if (bRecording) {
         events->push_back(std::string("read ") + name);
     }
-    const size_t length = strlen(name);
-    for (char** variable = environ; variable && *variable; ++variable) {
-        if (strncmp(*variable, name, length) == 0 && (*variable)[length] == '=') {
-            return *variable + length + 1;
-        }
-    }
-    return nullptr;
+    return getenv(name);
 }
 
 // The list of schemes is never released, so that an unloaded library leaves it behind.
@@ -66,19 +58,24 @@ extern "C" __attribute__((visibility("default"))) const char* __asan_default_opt
 }
 
 int main(int argc, char** argv) {
-    std::vector<std::string> recorded;
-    events = &recorded;
+    auto* recorded = new std::vector<std::string>;  // outlives a library that stays
+    events = recorded;
     bRecording = true;
     void* library = argc > 1 ? dlopen(argv[1], RTLD_NOW) : nullptr;
     if (!library) {
-        bRecording = false;
         fprintf(stderr, "%s\n", dlerror());
         return 1;
     }
+    fputs("loaded\n", stderr);
     dlclose(library);
     bRecording = false;
-    for (const std::string& event : recorded) {
+    void* kept = dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD);
+    fputs(kept ? "kept\n" : "unloaded\n", stderr);
+    if (kept) {
+        dlclose(kept);  // nothing but the library itself is to hold it now
+    }
+    for (const std::string& event : *recorded) {
         puts(event.c_str());
     }
-    return dlopen(argv[1], RTLD_NOW | RTLD_NOLOAD) ? 2 : 0;
+    return 0;
 }

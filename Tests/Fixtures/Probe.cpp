@@ -1,0 +1,208 @@
+// The program that tests start to see the library from outside: Probe [COMMAND [ARGUMENT...]]. The commands stand in
+// the table at the end.
+
+#include <dirent.h>
+#include <fcntl.h>
+#include <unistd.h>
+
+#include <cstdio>
+#include <cstdlib>
+#include <cstring>
+#include <map>
+#include <memory>
+#include <string>
+#include <vector>
+
+#include "Platform.h"
+#include "VynRes.h"
+#include "VynUri.h"
+#include "filename_expand.h"
+
+using namespace vyn;
+
+// Takes the place of the system's function for the library too: with VYN_TEST_RAISED this process counts as one that
+// runs with more rights than whoever started it.
+extern "C" VYN_API char* secure_getenv(const char* name) noexcept {
+    return getenv("VYN_TEST_RAISED") ? nullptr : getenv(name);
+}
+
+namespace {
+
+template <bool (*GetDirectory)(SPathName&)>
+SString Directory() {
+    SPathName path("unset");
+    return GetDirectory(path) ? path : SPathName("false " + path);
+}
+
+template <const char* (*Function)()>
+SString Text() {
+    return Function();
+}
+
+SString String9() {
+    SString text;
+    return VynLoadString(VynhDllInstance, 9, text) ? text : SString("none");
+}
+
+const struct {
+    const char* name;
+    SString (*answer)();
+} questions[] = {
+    {"bin", Text<VynGetInstallationBin>},
+    {"directory", Text<VynGetInstallationDirectory>},
+    {"root", Text<VynGetInstallationRoot>},
+    {"etc", Text<VynGetInstallationEtc>},
+    {"lib", Text<VynGetInstallationLib>},
+    {"include", Text<VynGetInstallationInclude>},
+    {"module", Text<VynGetModuleFileName>},
+    {"locale", Text<VynGetLocale>},
+    {"localedir", Text<VynGetLocaleDir>},
+    {"englishdir", Text<VynGetDefaultLocaleDir>},
+    {"user", Text<VynGetUserDir>},
+    {"useraddins", Text<VynGetUserAddinsDir>},
+    {"teamaddins", Text<VynGetTeamAddinsDir>},
+    {"companyaddins", Text<VynGetCompanyAddinsDir>},
+    {"personal", Directory<VynGetUserPersonalDirectory>},
+    {"shared", Directory<VynGetSharedDataDirectory>},
+    {"allusers", Directory<VynGetAllUsersSharedDataDirectory>},
+    {"projects", Directory<VynGetDefaultUserProjectPath>},
+    {"string9", String9},
+    {"own", [] { return SString(VynGetResourceHandle() == VynhDllInstance ? "own" : "other"); }},
+};
+
+// Prints one line per argument: what the library answers to the question of that name.
+void Ask(char** arguments) {
+    for (; *arguments; ++arguments) {
+        for (const auto& question : questions) {
+            if (strcmp(question.name, *arguments) == 0) {
+                puts(question.answer().c_str());
+            }
+        }
+    }
+}
+
+// Prints the open descriptors of this process with their access, as "0:r 1:w 2:w", on one line.
+void ShowDescriptors() {
+    DIR* dir = opendir("/proc/self/fd");
+    std::map<int, char> open;
+    while (const dirent* entry = readdir(dir)) {
+        const int fd = atoi(entry->d_name);
+        if (entry->d_name[0] != '.' && fd != dirfd(dir)) {
+            const int access = fcntl(fd, F_GETFL) & O_ACCMODE;
+            open[fd] = access == O_RDONLY ? 'r' : access == O_WRONLY ? 'w' : 'b';
+        }
+    }
+    closedir(dir);
+    const char* separator = "";
+    for (const auto& [fd, access] : open) {
+        printf("%s%d:%c", separator, fd, access);
+        separator = " ";
+    }
+}
+
+// A global object of a tool, which prints texts that it was given by the library as it goes.
+struct Witness {
+    ~Witness() {
+        for (const char* text : texts) {
+            puts(text ? text : "none");
+        }
+    }
+    std::vector<const char*> texts;
+} witness;
+
+void ShowTextsAtTheEnd(char**) {
+    witness.texts = {VynGetInstallationRoot(),         VynGetInstallationEtc(),  VynGetInstallationLib(),
+                     VynGetInstallationInclude(),      VynGetDefaultLocaleDir(), VynGetUserAddinsDir(),
+                     VynGetEnvironmentVariable("HOME")};
+}
+
+void ShowUrnMap() {
+    SString map;
+    SUrnResolver::EncodeUrnMap(map);
+    const char* variable = getenv("ZEM_URN_MAP_FILE");
+    printf("%s\nZEM_URN_MAP_FILE=%s\n", map.c_str(), variable ? variable : "(unset)");
+}
+
+// Prints the URN map as it is after the library has loaded and after each of the arguments: "-" calls
+// RegisterURNsWithoutOptions, any other one RegisterURNsFromOptionString.
+void ChangeUrnMap(char** arguments) {
+    ShowUrnMap();
+    for (; *arguments; ++arguments) {
+        if (strcmp(*arguments, "-") == 0) {
+            SUrnResolver::RegisterURNsWithoutOptions();
+        } else {
+            SUrnResolver::RegisterURNsFromOptionString(*arguments);
+        }
+        ShowUrnMap();
+    }
+}
+
+char before;  // its address is the resource handle that is current before the library starts
+
+HINSTANCE Before() {
+    return reinterpret_cast<HINSTANCE>(&before);
+}
+
+// Uses the URN map and the schemes, and tells whose resource handle is current: before the library starts, in main, and
+// after the library has ended. The hooks of a resource library are in that situation.
+void ShowState(const char* when) {
+    SString map;
+    SUrnResolver::EncodeUrnMap(map);
+    SVector<SString> errors;
+    const std::unique_ptr<std::istream> file(SUri.OpenRead(errors, "/dev/null"));
+    const HINSTANCE handle = VynGetResourceHandle();
+    printf("%s: k4 is %s, early is %s, %s, capabilities %d, file %s, handle %s\n", when,
+           SUrnResolver::IsUrnRegistered("k4") ? "known" : "unknown",
+           SUrnResolver::IsUrnRegistered("early") ? "known" : "unknown", filename_expand("urn:early:x"),
+           SUri.GetCapabilities(), file ? "opened" : "not opened",
+           handle == Before()          ? "before"
+           : handle == VynhDllInstance ? "own"
+                                       : "other");
+    fflush(stdout);
+}
+
+// Runs before the initializers of all libraries. What it leaves to do at exit belongs to no module and thus comes
+// after the destructors of the library.
+void StartBeforeLibraries(int argc, char** argv, char**) {
+    if (argc < 2 || strcmp(argv[1], "states") != 0) {
+        return;
+    }
+    free(malloc(1));  // a sanitizer starts with the first allocation
+    VynSetResourceHandle(Before());
+    on_exit([](int, void*) { ShowState("end"); }, nullptr);
+    SUrnResolver::RegisterUrn("early", "/");
+    ShowState("before");
+}
+
+__attribute__((section(".preinit_array"), used)) void (*const preinit)(int, char**,
+                                                                       char**) = StartBeforeLibraries;
+
+void ShowStateInMain(char**) {
+    ShowState("main");
+}
+
+const struct {
+    const char* name;
+    void (*run)(char** arguments);
+} commands[] = {
+    {"ask", Ask},
+    {"states", ShowStateInMain},
+    {"texts", ShowTextsAtTheEnd},
+    {"urnmap", ChangeUrnMap},
+};
+
+}  // namespace
+
+int main(int argc, char** argv) {
+    if (argc == 1) {
+        ShowDescriptors();
+        return 0;
+    }
+    for (const auto& command : commands) {
+        if (strcmp(command.name, argv[1]) == 0) {
+            command.run(argv + 2);
+            return 0;
+        }
+    }
+    return 1;
+}
