@@ -41,8 +41,8 @@ VYN_API void VynGetDynamicLinkLibraryName(SString& name);
 /// \pre \p path isn't null.
 /// \return the handle, or null on failure; `dlerror` then tells the reason.
 VYN_API HINSTANCE VynLoadDynamicLinkLibrary(const char* path);
-/// \param handle what VynLoadLibrary or VynLoadDynamicLinkLibrary returned, not VynhDllInstance. Null searches the whole
-/// process.
+/// \param handle what VynLoadLibrary or VynLoadDynamicLinkLibrary returned, not VynhDllInstance. Null searches the
+/// whole process.
 /// \return the address of \p symbol in the library, or null when it has none.
 VYN_API void* VynGetProcAddress(HINSTANCE handle, const char* symbol);
 /// \return the current `errno`.

@@ -115,7 +115,8 @@ VYN_API bool VynGetDefaultUserProjectPath(SPathName& path);
 /// In "en" they are compiled in; for another language the resource library of the module's name is loaded
 /// from VynGetLocaleDir(). It has a function `void InitializeLibResources(HINSTANCE)` of C linkage, which
 /// makes a table under the handle that it is given, and stays in memory until the process ends. When the library
-/// can't be loaded a message is written, and the module has no strings. A module holds one object of this class for the time that it is loaded.
+/// can't be loaded a message is written, and the module has no strings. A module holds one object of this class for the
+/// time that it is loaded.
 class VYN_API VynHandleResourceDLL {
 public:
     /// \param name file name of the resource library. Not null.

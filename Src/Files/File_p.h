@@ -1,9 +1,9 @@
 #pragma once
 
 /// \file
-/// Files read whole and replaced whole. A reader of a path that is replaced here sees the old text or the new one, never
-/// a part, whatever happens to the writer. Every descriptor is closed on exec, and an interrupted call is made again.
-/// The objects belong to one thread at a time.
+/// Files read whole and replaced whole. A reader of a path that is replaced here sees the old text or the new one,
+/// never a part, whatever happens to the writer. Every descriptor is closed on exec, and an interrupted call is made
+/// again. The objects belong to one thread at a time.
 
 #include <sys/types.h>
 
@@ -56,8 +56,8 @@ enum class Durability { eSynced, eUnsynced };
 /// \brief The replacement of one file, under a lock.
 ///
 /// The new text goes to a file beside the old one, which then takes its place together with its permissions and, where
-/// the process may, its owner and group. A symbolic link stays a link: its target is replaced. Between Lock and the end of
-/// the object no other process that uses this class replaces a file of the same directory.
+/// the process may, its owner and group. A symbolic link stays a link: its target is replaced. Between Lock and the end
+/// of the object no other process that uses this class replaces a file of the same directory.
 class FileReplacement {
 public:
     /// \param path not null.
@@ -65,8 +65,8 @@ public:
     FileReplacement(const FileReplacement&) = delete;
     FileReplacement& operator=(const FileReplacement&) = delete;
 
-    /// Follows the symbolic links and takes the lock of the directory, for which it waits up to ten seconds. Removes what
-    /// a killed process left beside the file. A file system without locks is no error.
+    /// Follows the symbolic links and takes the lock of the directory, for which it waits up to ten seconds. Removes
+    /// what a killed process left beside the file. A file system without locks is no error.
     /// \return 0, else an error number: ETIMEDOUT when another process holds the lock.
     int Lock();
     /// Reads the present content.
@@ -74,12 +74,12 @@ public:
     int Read(std::string& text) const { return ReadFile(m_path.c_str(), text); }
     /// Puts \p pieces in the place of the file, or makes the file.
     /// \pre Lock was successful.
-    /// \return 0 when the path holds the new text, else an error number: it holds the old one, or no file as before, and
-    /// nothing is left beside it.
+    /// \return 0 when the path holds the new text, else an error number: it holds the old one, or no file as before,
+    /// and nothing is left beside it.
     int Replace(const std::vector<std::string_view>& pieces, Durability durability);
-    /// The same, but a file whose directory doesn't let it be replaced, as a mount point or another user's file under the
-    /// sticky bit, is written in place. What goes wrong then is taken back; only a process that is killed meanwhile leaves
-    /// a mixture, and the whole new text beside it.
+    /// The same, but a file whose directory doesn't let it be replaced, as a mount point or another user's file under
+    /// the sticky bit, is written in place. What goes wrong then is taken back; only a process that is killed meanwhile
+    /// leaves a mixture, and the whole new text beside it.
     int ReplaceOrOverwrite(const std::vector<std::string_view>& pieces, Durability durability);
 
 private:

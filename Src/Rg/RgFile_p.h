@@ -50,12 +50,13 @@ private:
 /// Writes the text with no lock and no formatting.
 void Put(FILE* file, const char* text);
 
-/// \return true when a heading can hold one of the attributes: its texts aren't empty and have no character of the syntax.
+/// \return true when a heading can hold one of the attributes: its texts aren't empty and have no character of the
+/// syntax.
 /// \param attributes may be null.
 bool HasHeadingAttributes(MList<CRgAttribute*>* attributes);
 
-/// Writes a section heading, with the attributes that it can hold in parentheses. The others are left out: they would make
-/// the file unreadable.
+/// Writes a section heading, with the attributes that it can hold in parentheses. The others are left out: they would
+/// make the file unreadable.
 /// \param attributes may be null.
 void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes);
 
