@@ -3,7 +3,8 @@
 /// \file
 /// Rg files: a registry-style text format of keys, named text values and attributes, and the tree that it is
 /// read into. The parser only calls virtual operations of the tree that it is given, so that a subclass of
-/// CRgKey decides what reading a file means. A tree, a loader and a file belong to one thread at a time.
+/// CRgKey decides what reading a file means. A tree, a loader and a file belong to one thread at a time. RgFile.cpp
+/// has the access by path, RgTree.cpp the keys, values and the writer, RgLoader.cpp the parser.
 
 #include <cstdio>
 

@@ -3,7 +3,8 @@
 /// \file
 /// The library's string: UTF-8 text derived from the standard string, with formatting, and the small free
 /// functions that live beside it. Distinct strings are independent; one string belongs to one thread at a
-/// time.
+/// time. VynEncoding.cpp has the conversions from other encodings, SStringResource.cpp what takes the text of a
+/// resource.
 
 #include <string>
 

@@ -2,7 +2,8 @@
 
 /// \file
 /// The message streams, vynerr for errors and vynout for normal output, and the formatter of messages. No
-/// locks: a message is composed over several calls, so one thread at a time writes to a stream.
+/// locks: a message is composed over several calls, so one thread at a time writes to a stream. SFmt.cpp has the
+/// formatter.
 
 #include <fstream>
 #include <optional>

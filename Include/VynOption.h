@@ -4,7 +4,8 @@
 /// Options: the tables in which a tool declares them, the manager that finds their values through a stack of
 /// option files, and the files with their incremental save. Nothing here locks: a manager, its tree and its
 /// files belong to one thread, and since the keys of all option files share one save context, a save of any
-/// option file runs alone, with no other save and no load of an option file beside it.
+/// option file runs alone, with no other save and no load of an option file beside it. InitialSettingsManager.cpp has
+/// what concerns the predefined files of an installation.
 
 #include <set>
 

@@ -20,46 +20,48 @@ bool Succeeded(int result, const char* call) {
 }  // namespace
 
 bool SThread::Launch(unsigned long (*fn)(void*), void* arg) {
-    m_thread.emplace();
-    m_bJoined = false;
+    m_pThread = new pthread_t;
     // The two kinds of function return a word in the same register, and the word is never looked at. The cast
     // goes by way of a plain function type, since no conversion between them is meant.
     const auto start = reinterpret_cast<void* (*)(void*)>(reinterpret_cast<void (*)()>(fn));
-    if (!Succeeded(pthread_create(&*m_thread, nullptr, start, arg), "pthread_create")) {
-        m_thread.reset();
+    if (!Succeeded(pthread_create(m_pThread, nullptr, start, arg), "pthread_create")) {
+        Drop();
     }
-    return m_thread.has_value();
+    return m_pThread != nullptr;
 }
 
 void SThread::Kill() {
-    if (m_thread) {
+    if (m_pThread) {
         Cancel();
-        m_thread.reset();
+        Drop();
     }
 }
 
 void SThread::Wait() {
-    if (m_thread) {
+    if (m_pThread) {
         Join();
     }
 }
 
 void SThread::KillWait() {
-    if (m_thread) {
+    if (m_pThread) {
         Cancel();
         Join();
-        m_thread.reset();
+        Drop();
     }
 }
 
 void SThread::Cancel() {
-    Succeeded(m_bJoined ? ESRCH : pthread_cancel(*m_thread), "pthread_cancel");
+    Succeeded(pthread_cancel(*m_pThread), "pthread_cancel");
 }
 
 void SThread::Join() {
-    const int result = m_bJoined ? ESRCH : pthread_join(*m_thread, nullptr);
-    m_bJoined = m_bJoined || result == 0;
-    Succeeded(result, "pthread_join");
+    Succeeded(pthread_join(*m_pThread, nullptr), "pthread_join");
+}
+
+void SThread::Drop() {
+    delete m_pThread;
+    m_pThread = nullptr;
 }
 
 void ThreadCall::setSemaphore(rhu::os::Semaphore* semaphore) {

@@ -2,8 +2,8 @@
 
 #include <algorithm>
 #include <cctype>
+#include <cstdio>
 #include <cstring>
-#include <iostream>
 
 namespace vyn {
 
@@ -85,7 +85,7 @@ void SplitUrl(const std::string& url, std::string& protocol, std::string& host, 
         std::replace(path.begin(), path.end(), '\\', '/');
         host.clear();
     } else {
-        std::cerr << "unknown protocol in SplitUrl: '" << protocol << "'\n";
+        fprintf(stderr, "unknown protocol in SplitUrl: '%s'\n", protocol.c_str());
     }
 }
 
