@@ -128,6 +128,7 @@ TEST(ResourceFormat, PutsNumberedArgumentsInTheOrderOfTheText) {
     } rows[] = {
         {"%s is %s", "a is b"}, {"%$2s %$1s %s", "b a b"},     {"%$3s %s", nullptr},
         {"%$0s %s", nullptr},   {"%%%$2s%% %s", "%b% (null)"}, {"%s%s%s%s%s%s%s%s%s%s", nullptr},
+        {"%s %5*d", nullptr},   {"%$2s %2n", nullptr},
     };
     for (const auto& row : rows) {
         table.Add(1, row.format);

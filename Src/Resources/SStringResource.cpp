@@ -1,4 +1,5 @@
 #include <cstdarg>
+#include <cstring>
 
 #include "SString.h"
 #include "VynRes.h"
@@ -12,6 +13,13 @@ constexpr int MaxWords = 9;
 
 bool IsPlaceholder(const char* p) {
     return p[0] == '%' && p[1] != '%';
+}
+
+// A `*` takes a word of its own, `L` is a number of two, and `n` writes through a word that may be 0.
+bool TakesOneWord(const char* placeholder) {
+    const char* p = placeholder + 1;
+    p += strspn(p, "$0123456789-+ #'.hljzt");
+    return !*p || !strchr("*Ln", *p);
 }
 
 int CountPlaceholders(const char* text) {
@@ -34,7 +42,7 @@ struct WordList {
 };
 
 // Takes the numbers out of the placeholders of `text`, which makes `format`, and orders the words by them;
-// false for a number that no placeholder among `count` has.
+// false for a number that no placeholder among `count` has, and for a placeholder that one word can't serve.
 bool OrderWords(const char* text, int count, SString& format, WordList& words) {
     int index = 0;
     int ordered = 0;
@@ -46,6 +54,9 @@ bool OrderWords(const char* text, int count, SString& format, WordList& words) {
         if (p[1] == '%') {
             format += *++p;
             continue;
+        }
+        if (!TakesOneWord(p)) {
+            return false;
         }
         if (p[1] == '$' && p[2] >= '0' && p[2] <= '9') {
             index = p[2] - '1';
