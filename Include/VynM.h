@@ -32,6 +32,8 @@ public:
 
     /// \return the first position; null when the list is empty.
     void* GetHeadPosition() const { return m_pHead; }
+    /// \return the last position; null when the list is empty.
+    void* GetTailPosition() const { return m_pTail; }
     /// \param[in,out] pos moves to the next node or to null. Not null.
     /// \return the element at \p pos.
     T GetNext(void*& pos) const {

@@ -5,9 +5,66 @@
 /// read from. Nothing here locks: the list of kinds is shared by the process, and styles with their kinds,
 /// parents and files belong to one thread at a time.
 
+#include <memory>
+#include <set>
+#include <unordered_map>
+
 #include "VynOption.h"
 
 namespace vyn {
+
+namespace detail {
+
+template <class T>
+class CLink;
+
+/// \brief Base of what a CLink points to.
+class CLinkTarget {
+public:
+    CLinkTarget() = default;
+    CLinkTarget(const CLinkTarget&) = delete;
+    CLinkTarget& operator=(const CLinkTarget&) = delete;
+    ~CLinkTarget() = default;
+
+private:
+    template <class T>
+    friend class CLink;
+
+    std::shared_ptr<void> m_pLife = std::make_shared<char>();  // shared with nobody: links watch it
+};
+
+/// \brief A pointer to an object that may die first: it is null from then on.
+///
+/// Styles, their kinds, their parents and the keys of style files point to each other and die in any order.
+/// With links neither of two has to know who points to it.
+template <class T>
+class CLink {
+public:
+    CLink() = default;
+    /// \param target may be null.
+    CLink(T* target) : m_pTarget(target) {
+        if (target) {
+            m_life = target->m_pLife;
+        }
+    }
+    /// \param target a part of \p owner, with which it dies; may be null.
+    CLink(const CLinkTarget& owner, T* target) : m_life(owner.m_pLife), m_pTarget(target) {}
+
+    /// \return the target; null when it is dead or was never set.
+    T* Get() const { return m_life.expired() ? nullptr : m_pTarget; }
+    /// \return a link to another part of what this link's target is a part of.
+    CLink With(T* target) const {
+        CLink link(*this);
+        link.m_pTarget = target;
+        return link;
+    }
+
+private:
+    std::weak_ptr<void> m_life;
+    T* m_pTarget = nullptr;
+};
+
+}  // namespace detail
 
 class CStyle;
 class CStyleKind;
@@ -25,15 +82,13 @@ public:
     CStyle* FindStyle(const char* name);
 
 private:
-    friend class CStyle;
-
     CStyleKind* m_pStyleKind;
 };
 
 /// \brief A kind of style: its name and its option rows.
 ///
 /// A kind may die before its styles: they keep their values and have no kind from then on.
-class VYN_API CStyleKind {
+class VYN_API CStyleKind : public detail::CLinkTarget {
 public:
     /// No name and no rows.
     CStyleKind();
@@ -52,7 +107,7 @@ public:
     CStyleList* GetStyleList() { return &m_listStyles; }
     /// Appends \p style to the list of this kind. Styles call this when they are born, and RemoveStyle when
     /// they die.
-    void AddStyle(CStyle* style) { m_listStyles.AddTail(style); }
+    void AddStyle(CStyle* style);
     /// Takes \p style out of the list of this kind.
     void RemoveStyle(CStyle* style);
     /// A mark for the tool.
@@ -61,15 +116,20 @@ public:
     const char* GetName() { return m_strName.c_str(); }
     /// \return the number of rows.
     int GetOptionsCount() { return m_nOptions; }
+    /// \return the rows, which belong to the tool; null when there are none.
+    const COption* GetOptions() { return m_pOptions; }
 
 private:
-    friend class CStyle;
+    void CheckPositions();
 
     const COption* m_pOptions;
     SString m_strName;
     unsigned long m_nMode;
     int m_nOptions;
     CStyleList m_listStyles;
+
+    std::unordered_map<CStyle*, void*> m_mapPositions;  // where styles stand in the list
+    unsigned m_nPositionsAt = 0;  // the list's change count that the positions belong to
 };
 
 /// \brief A named set of option values of one kind, which inherits from its parent what it doesn't set
@@ -79,19 +139,22 @@ private:
 /// name>/<kind name>", which `GetMgrCategory()->GetPath()` gives, and besides the rows of the kind there is
 /// the option "BasedOn" for the name of the parent. A value on that key comes from, in falling order of
 /// strength: a file of the style that marks it "fixed", a file of the style, the parent by these same rules,
-/// and at the top of the chain the default of the row. \code CStyle body("Body", &kindParagraph, "Document",
-/// 0, nullptr); CStyle note("Note", &kindParagraph, "Document", 0, &body);
-/// body.SetValue(body.GetMgrCategory()->GetPath(), "Font", "Serif"); const char* font =
-/// note.GetValue(note.GetMgrCategory()->GetPath(), "Font");  // "Serif"
+/// and at the top of the chain the default of the row.
+/// \code
+/// CStyle body("Body", &kindParagraph, "Document", 0, nullptr);
+/// CStyle note("Note", &kindParagraph, "Document", 0, &body);
+/// body.SetValue(body.GetMgrCategory()->GetPath(), "Font", "Serif");
+/// const char* font = note.GetValue(note.GetMgrCategory()->GetPath(), "Font");  // "Serif"
 /// \endcode
 ///
-/// A parent and its child are of one kind. Parents may form a circle. A look-up then asks each style once,
-/// and the one whose parent has been asked before answers like a style without a parent; a notice reaches
-/// each style once.
+/// A parent and its child are of one kind. A chain of parents may have any length; only a style of a derived
+/// class, which a look-up asks by the virtual GetValue, takes a level of calls in it. Parents may form a
+/// circle: a look-up then asks each style once, and the one whose parent has been asked before answers like a
+/// style without a parent.
 ///
 /// The tool owns its styles. They may die in any order: the children of a dead style have no parent, with
 /// their values and their "BasedOn" text unchanged.
-class VYN_API CStyle : public COptionManager {
+class VYN_API CStyle : public COptionManager, public detail::CLinkTarget {
 public:
     /// Name of the option that holds the parent's name; "none" when there is no parent.
     static constexpr const char* InheritString = "BasedOn";
@@ -124,9 +187,9 @@ public:
     /// \return the first element of the addresses of the style's options; lives as long as the style.
     const char* GetRootName() { return m_strRootName.c_str(); }
     /// \return the kind; null once it is dead, and for an empty style.
-    CStyleKind* GetStyleKind() { return m_pKind; }
+    CStyleKind* GetStyleKind() { return m_pKind.Get(); }
     /// \return the parent; null when there is none.
-    CStyle* GetParent() { return m_pParent; }
+    CStyle* GetParent() { return m_pParent.Get(); }
     /// \return the category of the style's options; null for an empty style.
     CMgrCategory* GetMgrCategory() { return m_pMgrCategory; }
     /// \return the mode: bit 0 marks a style of the user, bit 1 a contextual one.
@@ -144,8 +207,7 @@ public:
     int Release() { return --m_nRef; }
     /// \return the count.
     int GetRef() { return m_nRef; }
-    /// The key that SetInitialValues reads. A key that the style was made from says itself when it dies; one
-    /// that the tool sets here has to outlive its use.
+    /// The key that SetInitialValues reads; it may die before the style.
     /// \param key may be null.
     void SetKey(CStyRgKey* key) { m_pKey = key; }
 
@@ -166,14 +228,14 @@ public:
     /// name stays.
     void SetParent(CStyle* parent);
     /// Appends \p child to the children. This and RemoveChild are the bookkeeping of SetParent.
-    void AddChild(CStyle* child) { m_pChildren->AddTail(child); }
+    void AddChild(CStyle* child) { m_setChildren.insert(child); }
     /// Takes \p child out of the children.
-    void RemoveChild(CStyle* child);
+    void RemoveChild(CStyle* child) { m_setChildren.erase(child); }
     /// Calls OnUpdate on each child.
     /// \param kind kParentGone or kValueChanged.
     void NotifyAllChildren(CStyle* sender, int kind);
-    /// Takes a notice, when \p sender is the parent: a changed value goes on to the children; a parent that
-    /// goes is forgotten.
+    /// Takes a notice, when \p sender is the parent: a parent that goes is forgotten. A changed value asks for
+    /// nothing, here and further down, since each look-up reads through the parents.
     void OnUpdate(CStyle* sender, int kind);
     /// Finds the category of the style's options anew: the first leaf of the tree. To be called when the tool
     /// has changed the tree.
@@ -190,15 +252,13 @@ protected:
     static MList<CStyleKind*> m_listStyleKind;
 
 private:
-    friend class CStyleKind;
-    friend class CStyRgKey;
+    friend class CStyleKind;  // takes itself out of the known kinds
 
     void DeclareTree(CStyleKind* kind, const char* name, const char* rootName);
     void JoinKind(CStyleKind* kind);
-    void LoseKind();
-    void BindKeys(CStyRgKey* key);
+    const char* GetDefault(const char* key, const char* name) const;
     const char* GetOwnPath() const { return m_pMgrCategory ? m_pMgrCategory->GetPath() : ""; }
-    CStyle* GetParentToAsk() const { return m_pParent && !m_pParent->m_bAsked ? m_pParent : nullptr; }
+    CStyle* GetParentToAsk() const;
     COptionFile* GetTopFile();
     CRgKey* MakeKey(COptionFile* file, const char* key);
 
@@ -206,28 +266,28 @@ private:
     SString m_strRootName;
     SString m_strName;
     CMgrCategory* m_pMgrCategory = nullptr;
-    CStyle* m_pParent = nullptr;
-    CStyleKind* m_pKind = nullptr;
-    CStyleList* m_pChildren;  // owned; the styles in it aren't
-    CStyRgKey* m_pKey = nullptr;
+    detail::CLink<CStyle> m_pParent;
+    detail::CLink<CStyleKind> m_pKind;
+    std::set<CStyle*> m_setChildren;
+    detail::CLink<CStyRgKey> m_pKey;
     int m_nRef = 0;
 
-    MList<CStyRgKey*> m_listTreeKeys;  // keys of style files whose category lies in this tree
-    bool m_bAsked = false;             // a look-up that came by here is asking the parent
-    bool m_bTelling = false;           // a notice that came by here is reaching the children
+    bool m_bAsked = false;  // a look-up that came by here is asking the parent
 };
 
 /// \brief A key of a style file, which stands for one category and may have made a style.
 ///
 /// Its category lies in the tree of the file's manager or of a style. When that style dies, the key has none
 /// until its parent key finds it again.
-class VYN_API CStyRgKey : public CRgKey {
+class VYN_API CStyRgKey : public CRgKey, public detail::CLinkTarget {
 public:
     /// No category and no style. Copies \p name; null means the empty name.
     explicit CStyRgKey(const char* name);
     ~CStyRgKey() override;
 
     const char* GetName() const override { return m_strName.c_str(); }
+    /// \return the style made from this key; null when there is none or it is dead.
+    CStyle* GetStyle() const { return m_pStyle.Get(); }
     /// \param attributes taken over by a new key; destroyed otherwise.
     /// \return the subkey; null when the category has no sub-category \p name.
     CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
@@ -245,22 +305,21 @@ public:
     /// they are.
     CRgKey* UseAttributes(MList<CRgAttribute*>* attributes, const char* name) override;
 
+protected:
+    detail::CLink<CMgrCategory> m_category;  ///< null once its manager is dead
+
 private:
-    friend class CStyle;
-    friend class CStyleFile;
+    friend class CStyle;  // lets the key it is made from continue in its tree
 
     CStyRgKey* GetParent() const { return static_cast<CStyRgKey*>(m_pParent); }
     CStyRgKey* FindStyleKey(const char* style, const char* kind) const;
     CStyRgKey* MakeStyleKey(const char* style, const char* kind);
     void MakeOwnStyle(const char* style, const char* kind);
     void SetStyle(CStyle* style);
-    void SetCategory(CMgrCategory* category, CStyle* tree);
-    void ForgetTree();
+    void JoinTree(CStyle& style);
 
-    CMgrCategory* m_pCategory;
-    CStyle* m_pStyle;
+    detail::CLink<CStyle> m_pStyle;
     SString m_strName;
-    CStyle* m_pTree;  // the style in whose tree the category lies; null for another manager
 };
 
 /// \brief The root of a style file's tree. Its category is the manager of the file's option file.
@@ -268,17 +327,23 @@ class VYN_API CStyRootRgKey : public CStyRgKey {
 public:
     CStyRootRgKey() : CStyRgKey(nullptr) {}
 
+    /// \param manager outlives the key unless it is a style. Not null.
+    void SetManager(COptionManager* manager);
     CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
 };
 
 /// \brief Reads a style file and makes its styles.
 ///
 /// Each style is a section `[root/Styles/style/kind] (kind=style)` with its values. A tool reads the file,
-/// moves the values into the styles and links the parents; the file may then go. \code CStyleList
-/// list(&kind); CStyleFile file(optionFile);  // of a style that declares the root name and "Styles"
-/// file.Load("document.styles", &list); for (void* pos = list.GetHeadPosition(); pos;) {
+/// moves the values into the styles and links the parents; the file may then go.
+/// \code
+/// CStyleList list(&kind);
+/// CStyleFile file(optionFile);  // of a style that declares the root name and "Styles"
+/// file.Load("document.styles", &list);
+/// for (void* pos = list.GetHeadPosition(); pos;) {
 ///     list.GetNext(pos)->SetInitialValues();
-/// } for (void* pos = list.GetHeadPosition(); pos;) {
+/// }
+/// for (void* pos = list.GetHeadPosition(); pos;) {
 ///     CStyle* style = list.GetNext(pos);
 ///     const char* path = style->GetMgrCategory()->GetPath();
 ///     style->SetParent(list.FindStyle(style->GetValue(path, CStyle::InheritString)));

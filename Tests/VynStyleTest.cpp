@@ -3,6 +3,7 @@
 #include <gtest/gtest.h>
 
 #include <memory>
+#include <vector>
 
 #include "TestSupport.h"
 
@@ -28,6 +29,15 @@ std::string Stored(CStyle& style, const char* name) {
     void* pos = style.GetFirstFilePosition();
     const char* value = pos ? style.GetNextFile(pos)->GetValue(Path(style), name) : nullptr;
     return value ? value : "(null)";
+}
+
+// The names of the styles, each with a blank behind it.
+std::string Names(CStyleList& list) {
+    std::string names;
+    for (void* pos = list.GetHeadPosition(); pos;) {
+        names += std::string(list.GetNext(pos)->GetName()) + " ";
+    }
+    return names;
 }
 
 struct Known : CStyle {
@@ -115,6 +125,13 @@ TEST_F(Style, InheritsThroughTheChain) {
     Set(*hint, "Font", "Serif");
     EXPECT_EQ(Stored(*hint, "Font"), "(null)") << "what the new parent has";
     EXPECT_EQ(Get(*hint, "BasedOn"), "Body");
+
+    const struct Own : CStyle {
+        using CStyle::CStyle;
+        const char* GetValue(const char*, const char*) const override { return "own"; }
+    } own("Own", &m_kind, "Doc", 0, nullptr);
+    hint->SetParent(const_cast<Own*>(&own));
+    EXPECT_EQ(Get(*hint, "Size"), "own") << "a derived class answers for itself";
 }
 
 TEST_F(Style, FilesHoldOnlyDifferences) {
@@ -198,6 +215,20 @@ TEST_F(Style, CirclesOfParentsEnd) {
         EXPECT_EQ(styles[(dies + 2) % 3]->GetParent(), nullptr);
     }
     EXPECT_EQ(m_kind.GetStyleList()->GetCount(), 0);
+}
+
+TEST_F(Style, KindKnowsWhichStylesItHas) {
+    const auto body = Make("Body");
+    auto note = Make("Note");
+    CStyleList* list = m_kind.GetStyleList();
+    m_kind.AddStyle(body.get());
+    m_kind.RemoveStyle(body.get());
+    EXPECT_EQ(Names(*list), "Note Body ") << "the first of two is gone";
+    list->RemoveAll();
+    m_kind.AddStyle(note.get());
+    const auto hint = Make("Hint");
+    note.reset();
+    EXPECT_EQ(Names(*list), "Hint ") << "also after a change of the list itself";
 }
 
 TEST_F(Style, CopyTakesOverWhatDiffers) {
@@ -346,6 +377,28 @@ TEST_F(StyleFile, KnowsAStyleByTheAttributeOfItsHeading) {
     }
     EXPECT_EQ(m_kind.GetStyleList()->GetCount() + m_line.GetStyleList()->GetCount(), listed + 2)
         << "no style is left that the file didn't give";
+}
+
+TEST_F(StyleFile, LongChainsNeedNoDeepStack) {
+    rlimit limit;
+    getrlimit(RLIMIT_STACK, &limit);
+    const rlimit small = {256 * 1024, limit.rlim_max};
+    setrlimit(RLIMIT_STACK, &small);
+    std::vector<std::unique_ptr<CStyle>> chain;
+    CStyRgKey root("");
+    for (CRgKey* key = &root; chain.size() < 5000;) {
+        chain.push_back(Make("Link", chain.empty() ? nullptr : chain.back().get()));
+        CRgKey* below = new CStyRgKey("Link");
+        key->AddKey(below);
+        key = below;
+    }
+    Set(*chain[0], "Font", "Serif");
+    EXPECT_EQ(Get(*chain.back(), "Font") + Get(*chain.back(), "Size"), "Serif10");
+    m_file->FillStyleList(&root, &m_list);
+    EXPECT_EQ(m_list.GetCount(), 0);
+    chain[0]->SetParent(chain.back().get());
+    chain.clear();
+    setrlimit(RLIMIT_STACK, &limit);
 }
 
 TEST_F(StyleFile, SecondLoadMakesNewStyles) {

@@ -2,6 +2,7 @@
 
 #include <cstring>
 #include <set>
+#include <typeinfo>
 
 #include "Text/InitOrder_p.h"
 
@@ -25,19 +26,6 @@ const char* KeepName(const char* name) {
 bool AreEqual(const char* value, const char* other) {
     return value && other && strcmp(value, other) == 0;
 }
-
-// Sets a flag for the length of a scope.
-class CScopedFlag {
-public:
-    explicit CScopedFlag(bool& flag) : m_flag(flag), m_old(flag) { m_flag = true; }
-    CScopedFlag(const CScopedFlag&) = delete;
-    CScopedFlag& operator=(const CScopedFlag&) = delete;
-    ~CScopedFlag() { m_flag = m_old; }
-
-private:
-    bool& m_flag;
-    bool m_old;
-};
 
 template <class T>
 void RemoveFirst(MList<T>& list, T element) {
@@ -66,22 +54,44 @@ CStyleKind::CStyleKind(const char* name, const COption* options, int count)
     : m_pOptions(options), m_strName(name), m_nMode(0), m_nOptions(count), m_listStyles(this) {}
 
 CStyleKind::~CStyleKind() {
-    while (void* pos = CStyle::m_listStyleKind.Find(this)) {
-        CStyle::m_listStyleKind.RemoveAt(pos);
-    }
-    for (void* pos = m_listStyles.GetHeadPosition(); pos;) {
-        m_listStyles.GetNext(pos)->LoseKind();
+    for (void* pos = CStyle::m_listStyleKind.GetHeadPosition(); pos;) {
+        void* entry = pos;
+        if (CStyle::m_listStyleKind.GetNext(pos) == this) {
+            CStyle::m_listStyleKind.RemoveAt(entry);
+        }
     }
 }
 
 void CStyleKind::AddOptionSet(const char*, const COption*, int) {}
 
+void CStyleKind::AddStyle(CStyle* style) {
+    CheckPositions();
+    m_listStyles.AddTail(style);
+    m_mapPositions.emplace(style, m_listStyles.GetTailPosition());
+    m_nPositionsAt = m_listStyles.GetChangeCount();
+}
+
 void CStyleKind::RemoveStyle(CStyle* style) {
-    RemoveFirst<CStyle*>(m_listStyles, style);
+    CheckPositions();
+    const auto known = m_mapPositions.find(style);
+    if (known == m_mapPositions.end()) {
+        RemoveFirst<CStyle*>(m_listStyles, style);
+    } else {
+        m_listStyles.RemoveAt(known->second);
+        m_mapPositions.erase(known);
+    }
+    m_nPositionsAt = m_listStyles.GetChangeCount();
+}
+
+// Forgets the positions when the tool has changed the list itself.
+void CStyleKind::CheckPositions() {
+    if (m_nPositionsAt != m_listStyles.GetChangeCount()) {
+        m_mapPositions.clear();
+    }
 }
 
 CStyle::CStyle(const char* name, CStyleKind* kind, const char* rootName, unsigned long mode, CStyle* parent)
-    : m_nMode(mode), m_pChildren(new CStyleList(kind)) {
+    : m_nMode(mode) {
     DeclareTree(kind, name, rootName);
     JoinKind(kind);
     SetMgrCategory();
@@ -91,8 +101,7 @@ CStyle::CStyle(const char* name, CStyleKind* kind, const char* rootName, unsigne
     kind->AddStyle(this);
 }
 
-CStyle::CStyle(const char* name, const char* kindName, const char* rootName, CStyRgKey* key)
-    : m_pChildren(new CStyleList(nullptr)) {
+CStyle::CStyle(const char* name, const char* kindName, const char* rootName, CStyRgKey* key) {
     CStyleKind* kind = nullptr;
     for (void* pos = m_listStyleKind.GetHeadPosition(); pos && !kind;) {
         CStyleKind* known = m_listStyleKind.GetNext(pos);
@@ -103,7 +112,7 @@ CStyle::CStyle(const char* name, const char* kindName, const char* rootName, CSt
     }
     DeclareTree(kind, name, rootName);
     if (key) {
-        BindKeys(key);
+        key->JoinTree(*this);
     }
     JoinKind(kind);
     SetMgrCategory();
@@ -111,20 +120,13 @@ CStyle::CStyle(const char* name, const char* kindName, const char* rootName, CSt
 }
 
 CStyle::~CStyle() {
-    if (m_pKind) {
-        m_pKind->RemoveStyle(this);
+    if (CStyleKind* kind = GetStyleKind()) {
+        kind->RemoveStyle(this);
+        RemoveFirst(m_listStyleKind, kind);
     }
-    NotifyAllChildren(this, kParentGone);
-    if (m_pKind) {
-        RemoveFirst(m_listStyleKind, m_pKind);
+    if (CStyle* parent = GetParent()) {
+        parent->RemoveChild(this);
     }
-    if (m_pParent) {
-        m_pParent->RemoveChild(this);
-    }
-    while (void* pos = m_listTreeKeys.GetHeadPosition()) {
-        m_listTreeKeys.GetNext(pos)->ForgetTree();
-    }
-    delete m_pChildren;
 }
 
 // Names the style and declares its options at root name, "Styles", style name, kind name. The names of
@@ -134,7 +136,8 @@ void CStyle::DeclareTree(CStyleKind* kind, const char* name, const char* rootNam
     m_strRootName = rootName;
     SetName((m_strName + kind->GetName()).c_str());
 
-    const COptionSet setKind = {KeepName(kind->GetName()), kind->m_pOptions, kind->m_nOptions, &setAll};
+    const COptionSet setKind = {KeepName(kind->GetName()), kind->GetOptions(), kind->GetOptionsCount(),
+                                &setAll};
     const CCategory catKind = {kind->GetName(), nullptr, 0, &setKind};
     const CCategory* const subName[] = {&catKind};
     const CCategory catName = {m_strName.c_str(), subName, 1, nullptr};
@@ -148,26 +151,16 @@ void CStyle::DeclareTree(CStyleKind* kind, const char* name, const char* rootNam
 void CStyle::JoinKind(CStyleKind* kind) {
     m_pKind = kind;
     m_listStyleKind.AddTail(kind);
-    m_pChildren->m_pStyleKind = kind;
 }
 
-void CStyle::LoseKind() {
-    m_pKind = nullptr;
-    m_pChildren->m_pStyleKind = nullptr;
+CStyle* CStyle::GetParentToAsk() const {
+    CStyle* parent = m_pParent.Get();
+    return parent && !parent->m_bAsked ? parent : nullptr;
 }
 
-// Lets `key`, which stands for "Styles", and its parent, which stands for the root name, continue in this
-// tree. A key that has a style stays in the tree of that style.
-void CStyle::BindKeys(CStyRgKey* key) {
-    CStyRgKey* parent = key->GetParent();
-    const CMgrCategory* root = parent ? FindCategory(parent->GetName(), 0) : nullptr;
-    if (!root || parent->m_pStyle || key->m_pStyle) {
-        return;
-    }
-    parent->SetCategory(const_cast<CMgrCategory*>(root), this);
-    if (const CMgrCategory* styles = root->FindCategory(key->GetName(), 0)) {
-        key->SetCategory(const_cast<CMgrCategory*>(styles), this);
-    }
+const char* CStyle::GetDefault(const char* key, const char* name) const {
+    const COption* option = FindDeclared(key, name);
+    return option ? option->szDefault : nullptr;
 }
 
 const char* CStyle::GetValue(const char* key, const char* name) const {
@@ -179,17 +172,38 @@ const char* CStyle::GetValue(const char* key, const char* name) const {
             return const_cast<CStyle*>(this)->GetHeritedValue(key, name);
         }
     }
-    const COption* option = FindDeclared(key, name);
-    return option ? option->szDefault : nullptr;
+    return GetDefault(key, name);
 }
 
 const char* CStyle::GetHeritedValue(const char* key, const char* name) {
-    CStyle* parent = GetParentToAsk();
-    if (!parent) {
+    // The styles that have been asked, from this one up, are marked as long as the look-up goes on.
+    struct Marks {
+        CStyle* first;
+        int count;
+        ~Marks() {
+            for (CStyle* style = first; style && count > 0; style = style->GetParent(), --count) {
+                style->m_bAsked = false;
+            }
+        }
+    } marks = {this, 0};
+
+    if (!GetParentToAsk()) {
         return GetValue(key, name);
     }
-    const CScopedFlag asked(m_bAsked);
-    return parent->GetValue(parent->GetOwnPath(), name);
+    CStyle* style = this;
+    while (CStyle* parent = style->GetParentToAsk()) {
+        style->m_bAsked = true;
+        ++marks.count;
+        const char* path = parent->GetOwnPath();
+        if (typeid(*parent) != typeid(CStyle)) {
+            return parent->GetValue(path, name);
+        }
+        if (const char* value = parent->GetFileValue(path, name)) {
+            return value;
+        }
+        style = parent;
+    }
+    return style->GetDefault(style->GetOwnPath(), name);
 }
 
 void CStyle::SetValue(const char* key, const char* name, const char* value) {
@@ -200,6 +214,7 @@ void CStyle::SetValue(const char* key, const char* name, const char* value) {
     if (!IsEditable(key, name)) {
         return;
     }
+    CStyle* parent = GetParent();
     CRgKey* rgKey = top->FindKey(key);
     if (!rgKey) {
         if (!AreEqual(value, GetUnderneathValue(top, key, name)) &&
@@ -208,8 +223,7 @@ void CStyle::SetValue(const char* key, const char* name, const char* value) {
                 made->CreateValue(name, CRgValue::eText, value, nullptr);
             }
         }
-    } else if (m_pParent &&
-               (strcmp(name, InheritString) == 0 || AreEqual(value, GetHeritedValue(key, name)))) {
+    } else if (parent && (strcmp(name, InheritString) == 0 || AreEqual(value, GetHeritedValue(key, name)))) {
         if (CRgValue* present = rgKey->FindValue(name)) {
             rgKey->RemoveValue(present);
             delete present;
@@ -217,9 +231,9 @@ void CStyle::SetValue(const char* key, const char* name, const char* value) {
     } else {
         top->SetValue(key, name, value);
     }
-    if (m_pParent) {
+    if (parent) {
         MakeKey(top, key);
-        top->SetValue(key, InheritString, m_pParent->GetName());
+        top->SetValue(key, InheritString, parent->GetName());
     }
     NotifyAllChildren(this, kValueChanged);
 }
@@ -238,7 +252,8 @@ CRgKey* CStyle::MakeKey(COptionFile* file, const char* key) {
     if (CRgKey* present = file->FindKey(key)) {
         return present;
     }
-    return file->CreateKey(key, m_pKind ? m_pKind->GetName() : m_pMgrCategory->GetName(), GetName());
+    CStyleKind* kind = GetStyleKind();
+    return file->CreateKey(key, kind ? kind->GetName() : m_pMgrCategory->GetName(), GetName());
 }
 
 void CStyle::SetParent(CStyle* parent) {
@@ -248,11 +263,11 @@ void CStyle::SetParent(CStyle* parent) {
     if (parent == this || (parent && !parent->m_pMgrCategory)) {
         parent = nullptr;
     }
-    if (m_pParent) {
-        m_pParent->RemoveChild(this);
+    if (CStyle* old = GetParent()) {
+        old->RemoveChild(this);
         if (!parent) {
             NotifyAllChildren(this, kParentGone);
-            m_pChildren->RemoveAll();
+            m_setChildren.clear();
         }
     }
     m_pParent = parent;
@@ -264,27 +279,14 @@ void CStyle::SetParent(CStyle* parent) {
     }
 }
 
-void CStyle::RemoveChild(CStyle* child) {
-    RemoveFirst<CStyle*>(*m_pChildren, child);
-}
-
 void CStyle::NotifyAllChildren(CStyle* sender, int kind) {
-    if (m_bTelling) {
-        return;
-    }
-    const CScopedFlag telling(m_bTelling);
-    for (void* pos = m_pChildren->GetHeadPosition(); pos;) {
-        m_pChildren->GetNext(pos)->OnUpdate(sender, kind);
+    for (CStyle* child : m_setChildren) {
+        child->OnUpdate(sender, kind);
     }
 }
 
 void CStyle::OnUpdate(CStyle* sender, int kind) {
-    if (sender != m_pParent) {
-        return;
-    }
-    if (kind == kValueChanged) {
-        NotifyAllChildren(this, kValueChanged);
-    } else if (kind == kParentGone) {
+    if (kind == kParentGone && sender == GetParent()) {
         m_pParent = nullptr;
     }
 }
@@ -312,8 +314,9 @@ void CStyle::Copy(CStyle* style) {
 }
 
 void CStyle::SetInitialValues() {
-    for (void* pos = m_pKey ? m_pKey->GetFirstValuePosition() : nullptr; pos;) {
-        const CRgValue* value = m_pKey->GetNextValue(pos);
+    const CStyRgKey* key = m_pKey.Get();
+    for (void* pos = key ? key->GetFirstValuePosition() : nullptr; pos;) {
+        const CRgValue* value = key->GetNextValue(pos);
         SetValue(GetOwnPath(), value->GetName(), value->GetValue());
         GetValue(GetOwnPath(), value->GetName());
     }

@@ -1,4 +1,6 @@
+#include <algorithm>
 #include <cstring>
+#include <vector>
 
 #include "Options/VynOption_p.h"
 #include "Rg/RgFile_p.h"
@@ -6,49 +8,23 @@
 
 namespace vyn {
 
-CStyRgKey::CStyRgKey(const char* name)
-    : m_pCategory(nullptr), m_pStyle(nullptr), m_strName(name), m_pTree(nullptr) {}
+CStyRgKey::CStyRgKey(const char* name) : m_strName(name) {}
 
-CStyRgKey::~CStyRgKey() {
-    if (m_pStyle && m_pStyle->m_pKey == this) {
-        m_pStyle->m_pKey = nullptr;
-    }
-    SetCategory(nullptr, nullptr);
-}
-
-// The style in whose tree the category lies keeps a list of such keys, to tell them when it dies.
-void CStyRgKey::SetCategory(CMgrCategory* category, CStyle* tree) {
-    if (m_pTree != tree) {
-        if (m_pTree) {
-            m_pTree->m_listTreeKeys.RemoveAt(m_pTree->m_listTreeKeys.Find(this));
-        }
-        if (tree) {
-            tree->m_listTreeKeys.AddTail(this);
-        }
-    }
-    m_pTree = tree;
-    m_pCategory = category;
-}
-
-// Called by the dying style.
-void CStyRgKey::ForgetTree() {
-    SetCategory(nullptr, nullptr);
-    m_pStyle = nullptr;
-}
+CStyRgKey::~CStyRgKey() = default;
 
 CRgKey* CStyRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {
-    const CMgrCategory* found = m_pCategory ? m_pCategory->FindCategory(name, 0) : nullptr;
-    CMgrCategory* category = const_cast<CMgrCategory*>(found);
+    const CMgrCategory* own = m_category.Get();
+    CMgrCategory* category = const_cast<CMgrCategory*>(own ? own->FindCategory(name, 0) : nullptr);
     CStyRgKey* present = category ? static_cast<CStyRgKey*>(FindKey(name)) : nullptr;
     if (!category || present) {
         detail::DestroyAttributes(attributes);
-        if (present && !present->m_pCategory) {
-            present->SetCategory(category, m_pTree);
+        if (present && !present->m_category.Get()) {
+            present->m_category = m_category.With(category);
         }
         return present;
     }
     CStyRgKey* key = new CStyRgKey(name);
-    key->SetCategory(category, m_pTree);
+    key->m_category = m_category.With(category);
     key->m_pParent = this;
     if (attributes) {
         key->CRgKey::SetAttributes(attributes);
@@ -59,7 +35,8 @@ CRgKey* CStyRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes)
 
 CRgValue* CStyRgKey::CreateValue(const char* name, CRgValue::RvType, const char* value,
                                  MList<CRgAttribute*>* attributes) {
-    const CMgrOptionSet* options = m_pCategory ? m_pCategory->GetOptionSet() : nullptr;
+    const CMgrCategory* category = m_category.Get();
+    const CMgrOptionSet* options = category ? category->GetOptionSet() : nullptr;
     COptRgValue* made =
         detail::MakeOptionValue(options ? options->FindOption(name) : nullptr, value, attributes);
     if (made) {
@@ -102,9 +79,9 @@ CStyRgKey* CStyRgKey::MakeStyleKey(const char* style, const char* kind) {
         return nullptr;  // the root of the tree belongs to the file's manager
     }
     CStyRgKey* known = FindStyleKey(style, kind);
-    if (known && known->m_pStyle) {
+    if (known && known->GetStyle()) {
         // Another section of a style that was read before.
-        known->m_pStyle->BindKeys(this);
+        JoinTree(*known->GetStyle());
         return known;
     }
     CStyle* made = new CStyle(style, kind, m_pParent->GetName(), this);
@@ -125,7 +102,7 @@ void CStyRgKey::MakeOwnStyle(const char* style, const char* kind) {
     if (!stylesKey || !stylesKey->m_pParent || !stylesKey->GetParent()->m_pParent) {
         return;
     }
-    if (m_pStyle || m_strName != kind || styleKey->m_strName != style) {
+    if (GetStyle() || m_strName != kind || styleKey->m_strName != style) {
         return;
     }
     const CStyRgKey* top = stylesKey->GetParent();
@@ -140,11 +117,30 @@ void CStyRgKey::MakeOwnStyle(const char* style, const char* kind) {
     SetStyle(made);
 }
 
-// A key with a style lies in the tree of that style, whose death it so learns of.
+// A key with a style lies in the tree of that style.
 void CStyRgKey::SetStyle(CStyle* style) {
-    SetCategory(style->GetMgrCategory(), style);
+    m_category = {*style, style->GetMgrCategory()};
     m_pStyle = style;
     style->SetKey(this);
+}
+
+// Lets this key, which stands for "Styles", and its parent, which stands for the root name, continue in the
+// tree of `style`. A key that has a style stays in the tree of that style.
+void CStyRgKey::JoinTree(CStyle& style) {
+    CStyRgKey* parent = GetParent();
+    const CMgrCategory* root = parent ? style.FindCategory(parent->GetName(), 0) : nullptr;
+    if (!root || parent->GetStyle() || GetStyle()) {
+        return;
+    }
+    parent->m_category = {style, const_cast<CMgrCategory*>(root)};
+    if (const CMgrCategory* styles = root->FindCategory(GetName(), 0)) {
+        m_category = {style, const_cast<CMgrCategory*>(styles)};
+    }
+}
+
+void CStyRootRgKey::SetManager(COptionManager* manager) {
+    const CStyle* style = dynamic_cast<CStyle*>(manager);
+    m_category = {style ? static_cast<const CLinkTarget&>(*style) : *this, manager};
 }
 
 CRgKey* CStyRootRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {
@@ -152,8 +148,7 @@ CRgKey* CStyRootRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attribu
 }
 
 CStyleFile::CStyleFile(COptionFile* file) : CRgFile(new CStyRootRgKey), m_pOptionFile(file) {
-    COptionManager* manager = m_pOptionFile->GetManager();
-    static_cast<CStyRgKey*>(m_pRoot)->SetCategory(manager, dynamic_cast<CStyle*>(manager));
+    static_cast<CStyRootRgKey*>(m_pRoot)->SetManager(m_pOptionFile->GetManager());
 }
 
 CStyleFile::~CStyleFile() = default;
@@ -165,11 +160,19 @@ int CStyleFile::Load(const char* path, CStyleList* list) {
 }
 
 void CStyleFile::FillStyleList(CStyRgKey* key, CStyleList* list) {
-    if (key->m_pStyle) {
-        list->AddTail(key->m_pStyle);
-    }
-    for (void* pos = key->GetFirstKeyPosition(); pos;) {
-        FillStyleList(static_cast<CStyRgKey*>(key->GetNextKey(pos)), list);
+    // The keys still to be visited, the next one last: a deep tree needs no deep stack of calls.
+    std::vector<CRgKey*> keys = {key};
+    while (!keys.empty()) {
+        CRgKey* next = keys.back();
+        keys.pop_back();
+        if (CStyle* style = static_cast<CStyRgKey*>(next)->GetStyle()) {
+            list->AddTail(style);
+        }
+        const auto count = static_cast<std::ptrdiff_t>(keys.size());
+        for (void* pos = next->GetFirstKeyPosition(); pos;) {
+            keys.push_back(next->GetNextKey(pos));
+        }
+        std::reverse(keys.begin() + count, keys.end());
     }
 }
 
