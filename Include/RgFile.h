@@ -199,6 +199,10 @@ public:
 protected:
     friend class CRgFile;
 
+    /// Whether the object is of a class whose answers change with the structure of the tree alone: only what
+    /// such keys find may be remembered. A subclass of a class of this library isn't taken for one.
+    virtual bool IsOfOwnClass() const;
+
     CRgKey* m_pParent = nullptr;    ///< the parent key; null in a plain key, since only subclasses set it
     MList<CRgKey*> m_listKeys;      ///< the subkeys
     MList<CRgValue*> m_listValues;  ///< the values
@@ -226,6 +230,9 @@ public:
     int AddValue(CRgValue* value) override;
     int RemoveValue(CRgValue* value) override;
     void Empty() override;
+
+protected:
+    bool IsOfOwnClass() const override;
 
 private:
     void IndexValues() const;

@@ -413,6 +413,7 @@ protected:
     static constexpr int kOldAttributes = 2;  ///< the old file has attributes on a heading of the key
     static constexpr int kHeading = 4;        ///< counts, with all bits above, its headings still to come
 
+    bool IsOfOwnClass() const override;
     /// \return the sub-category of that name of the key's category; null when there is none.
     const CMgrCategory* FindSubCategory(const char* name) const;
     /// \return the option of that name that the key's category declares; null when there is none.
@@ -439,6 +440,9 @@ public:
 
     /// Begins a section when an incremental save is under way.
     CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
+
+protected:
+    bool IsOfOwnClass() const override;
 };
 
 /// \brief Stands in, during an incremental save, for every section of the old file that has no key in memory.

@@ -5,6 +5,7 @@
 #include <cstring>
 
 #include "Rg/RgFile_p.h"
+#include "Rg/StructureStamp_p.h"
 
 namespace vyn {
 
@@ -64,12 +65,14 @@ void CMgrOptionSet::IndexOptions(const CMgrOptionSet* set) {
 }
 
 void CMgrOptionSet::MergeOptions(const COptionSet* set) {
+    detail::StructureStamp::Raise();
     for (int i = 0; set && i < set->nOptions; ++i) {
         m_mapOptions[set->pOptions[i].szName] = &set->pOptions[i];
     }
 }
 
 void CMgrOptionSet::MergeOptions(const CMgrOptionSet* set) {
+    detail::StructureStamp::Raise();
     for (void* pos = set ? set->GetFirstOptionPosition() : nullptr; pos;) {
         SString name;
         const COption* option = nullptr;
@@ -79,6 +82,7 @@ void CMgrOptionSet::MergeOptions(const CMgrOptionSet* set) {
 }
 
 void CMgrOptionSet::UnMergeOptions(const CMgrOptionSet* set) {
+    detail::StructureStamp::Raise();
     if (set == this) {
         m_mapOptions.RemoveAll();
         return;
@@ -104,6 +108,7 @@ CMgrCategory::CMgrCategory(const CCategory* category, CMgrCategory* owner)
         }
     }
     m_pOptionSet = new CMgrOptionSet(category->pOptionSet, GetManager());
+    detail::StructureStamp::Raise();
 }
 
 CMgrCategory::CMgrCategory(CMgrCategory* category, CMgrCategory* owner, int merged)
@@ -117,12 +122,14 @@ CMgrCategory::CMgrCategory(CMgrCategory* category, CMgrCategory* owner, int merg
         m_mapCategories[subcategory->m_strName] = new CMgrCategory(subcategory, this, merged);
     }
     m_pOptionSet = new CMgrOptionSet(category->GetOptionSet(), GetManager());
+    detail::StructureStamp::Raise();
 }
 
 CMgrCategory::~CMgrCategory() {
     InformAllOptRgKeys();
     if (m_pOwner) {
         m_pOwner->m_mapCategories.RemoveKey(m_strName);
+        detail::StructureStamp::Raise();
     }
     // A dying sub-category takes itself out of the map.
     while (void* pos = m_mapCategories.GetStartPosition()) {

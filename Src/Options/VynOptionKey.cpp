@@ -1,3 +1,5 @@
+#include <typeinfo>
+
 #include "Options/VynOption_p.h"
 #include "Rg/RgFile_p.h"
 
@@ -214,6 +216,10 @@ void COptRgKey::Empty() {
     CRgKey::Empty();
 }
 
+bool COptRgKey::IsOfOwnClass() const {
+    return typeid(*this) == typeid(COptRgKey);
+}
+
 void COptRgKey::SetCategory(const CMgrCategory* category) {
     if (m_pCategory) {
         m_pCategory->UnregisterOptRgKey(this);
@@ -275,6 +281,10 @@ CRgKey* COptRootRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attribu
         m_pContext->BeginSection();
     }
     return COptRgKey::CreateKey(name, attributes);
+}
+
+bool COptRootRgKey::IsOfOwnClass() const {
+    return typeid(*this) == typeid(COptRootRgKey);
 }
 
 CRgKey* COptDummyRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {

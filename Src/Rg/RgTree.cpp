@@ -1,6 +1,8 @@
 #include <cstring>
+#include <typeinfo>
 
 #include "Rg/RgFile_p.h"
+#include "Rg/StructureStamp_p.h"
 #include "RgFile.h"
 
 namespace vyn {
@@ -176,11 +178,14 @@ CRgKey* CRgKey::FindKey(const char* name) const {
 }
 
 int CRgKey::AddKey(CRgKey* key) {
+    detail::StructureStamp::Raise();
     m_listKeys.AddTail(key);
     return 1;
 }
 
 int CRgKey::RemoveKey(CRgKey* key) {
+    // Also for a key of another parent: a subclass may have taken the key of that name out of its index.
+    detail::StructureStamp::Raise();
     void* pos = m_listKeys.Find(key);
     if (!pos) {
         return 0;
@@ -201,11 +206,13 @@ CRgValue* CRgKey::FindValue(const char* name) const {
 }
 
 int CRgKey::AddValue(CRgValue* value) {
+    detail::StructureStamp::Raise();
     m_listValues.AddTail(value);
     return 1;
 }
 
 int CRgKey::RemoveValue(CRgValue* value) {
+    detail::StructureStamp::Raise();
     void* pos = m_listValues.Find(value);
     if (!pos) {
         return 0;
@@ -224,6 +231,7 @@ CRgKey* CRgKey::UseAttributes(MList<CRgAttribute*>*, const char*) {
 }
 
 void CRgKey::Empty() {
+    detail::StructureStamp::Raise();
     // Each key hands its subkeys on before it is deleted, so that a tree of any depth needs no deep stack.
     for (void* pos = m_listKeys.GetHeadPosition(); pos;) {
         void* current = pos;
@@ -262,6 +270,10 @@ int CRgKey::Dump(FILE* file, const char* parentPath) const {
         m_listKeys.GetNext(pos)->Dump(file, path.c_str());
     }
     return 0;
+}
+
+bool CRgKey::IsOfOwnClass() const {
+    return false;
 }
 
 CRgKey* CDefRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {
@@ -335,6 +347,10 @@ void CDefRgKey::Empty() {
     m_mapValues.RemoveAll();
     m_bValuesIndexed = false;
     CRgKey::Empty();
+}
+
+bool CDefRgKey::IsOfOwnClass() const {
+    return typeid(*this) == typeid(CDefRgKey);
 }
 
 }  // namespace vyn
