@@ -187,9 +187,14 @@ int SPathName::CreateDirectoryA() const {
     if (IsDrive(path)) {
         return IsDirectory(path + "/") ? 1 : 0;
     }
-    CreateParents(path);
     if (mkdir(path.c_str(), 0777) == 0) {
         return 1;
+    }
+    if (errno == ENOENT) {
+        CreateParents(path);
+        if (mkdir(path.c_str(), 0777) == 0) {
+            return 1;
+        }
     }
     return errno == EEXIST && IsDirectory(path) ? 1 : 0;
 }

@@ -3,6 +3,7 @@
 #include <unicode/ucnv.h>
 #include <unicode/ustring.h>
 
+#include <cerrno>
 #include <cstdint>
 #include <cstdlib>
 #include <cstring>
@@ -10,6 +11,8 @@
 #include <memory>
 #include <string_view>
 #include <vector>
+
+#include "Text/LateLibrary_p.h"
 
 namespace vyn {
 
@@ -26,14 +29,38 @@ struct ByteOrderMark {
 };
 constexpr ByteOrderMark kMarks[] = {{1, "\xFF\xFE"}, {2, "\xFE\xFF"}, {3, "\xEF\xBB\xBF"}};
 
+struct Icu {
+    void* library = dlopen(VYN_ICU_SONAME, RTLD_NOW);
+    VYN_LATE_FUNCTION(ucnv_open);
+    VYN_LATE_FUNCTION(ucnv_close);
+    VYN_LATE_FUNCTION(ucnv_fromUChars);
+    VYN_LATE_FUNCTION(ucnv_toUChars);
+    VYN_LATE_FUNCTION(u_strFromUTF32);
+    VYN_LATE_FUNCTION(u_strToUTF32);
+};
+
+const Icu& GetIcu() {
+    static const Icu icu;
+    return icu;
+}
+
 struct ConverterDeleter {
-    void operator()(UConverter* converter) const { ucnv_close(converter); }
+    void operator()(UConverter* converter) const { GetIcu().ucnv_close(converter); }
 };
 using Converter = std::unique_ptr<UConverter, ConverterDeleter>;
 
 Converter OpenUTF8Converter() {
     UErrorCode status = U_ZERO_ERROR;
-    return Converter(ucnv_open("UTF-8", &status));
+    return Converter(GetIcu().ucnv_open("UTF-8", &status));
+}
+
+// Whether ICU can convert a text of so many elements; sets `errno` when it isn't there.
+bool CanConvert(size_t length) {
+    if (!GetIcu().library) {
+        errno = ELIBACC;
+        return false;
+    }
+    return length <= kMaxElements;
 }
 
 // The UTF-16 form of `text`. ICU leaves the length alone when it meets an element that is no character: the
@@ -42,10 +69,10 @@ std::vector<UChar> UTF16FromWide(const wchar_t* text) {
     const UChar32* source = reinterpret_cast<const UChar32*>(text);
     int32_t length = 0;
     UErrorCode status = U_ZERO_ERROR;
-    u_strFromUTF32(nullptr, 0, &length, source, -1, &status);
+    GetIcu().u_strFromUTF32(nullptr, 0, &length, source, -1, &status);
     std::vector<UChar> units(static_cast<size_t>(length) + 1);
     status = U_ZERO_ERROR;
-    u_strFromUTF32(units.data(), length + 1, nullptr, source, -1, &status);
+    GetIcu().u_strFromUTF32(units.data(), length + 1, nullptr, source, -1, &status);
     units.resize(static_cast<size_t>(length));
     return units;
 }
@@ -87,35 +114,36 @@ int UTF8OrUnknown(const char* text) {
 
 void getUTF8StringFromUTF16or32(std::basic_string<char>& out, const wchar_t* text) {
     out.clear();
-    if (!text || wcslen(text) > kMaxElements) {
+    if (!text || !CanConvert(wcslen(text))) {
         return;
     }
     const std::vector<UChar> units = UTF16FromWide(text);
     const int32_t count = static_cast<int32_t>(units.size());
     const Converter converter = OpenUTF8Converter();
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t length = ucnv_fromUChars(converter.get(), nullptr, 0, units.data(), count, &status);
+    const int32_t length =
+        GetIcu().ucnv_fromUChars(converter.get(), nullptr, 0, units.data(), count, &status);
     out.resize(static_cast<size_t>(length));
     status = U_ZERO_ERROR;
-    ucnv_fromUChars(converter.get(), &out[0], length, units.data(), count, &status);
+    GetIcu().ucnv_fromUChars(converter.get(), &out[0], length, units.data(), count, &status);
 }
 
 void getUTF16or32StringFromUTF8(std::basic_string<wchar_t>& out, const char* text) {
     out.clear();
-    if (!text || strlen(text) > kMaxElements) {
+    if (!text || !CanConvert(strlen(text))) {
         return;
     }
     const Converter converter = OpenUTF8Converter();
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t count = ucnv_toUChars(converter.get(), nullptr, 0, text, -1, &status);
+    const int32_t count = GetIcu().ucnv_toUChars(converter.get(), nullptr, 0, text, -1, &status);
     std::vector<UChar> units(static_cast<size_t>(count) + 1);
     status = U_ZERO_ERROR;
-    ucnv_toUChars(converter.get(), units.data(), count + 1, text, -1, &status);
+    GetIcu().ucnv_toUChars(converter.get(), units.data(), count + 1, text, -1, &status);
 
     out.resize(static_cast<size_t>(count));
     int32_t length = 0;
     status = U_ZERO_ERROR;
-    u_strToUTF32(reinterpret_cast<UChar32*>(&out[0]), count, &length, units.data(), count, &status);
+    GetIcu().u_strToUTF32(reinterpret_cast<UChar32*>(&out[0]), count, &length, units.data(), count, &status);
     out.resize(static_cast<size_t>(length));
 }
 

@@ -2,9 +2,11 @@
 // the table at the end.
 
 #include <dirent.h>
+#include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
+#include <cerrno>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
@@ -14,6 +16,8 @@
 #include <vector>
 
 #include "Platform.h"
+#include "VynEncoding.h"
+#include "VynPattern.h"
 #include "VynRes.h"
 #include "VynUri.h"
 #include "filename_expand.h"
@@ -24,6 +28,12 @@ using namespace vyn;
 // runs with more rights than whoever started it.
 extern "C" VYN_API char* secure_getenv(const char* name) noexcept {
     return getenv("VYN_TEST_RAISED") ? nullptr : getenv(name);
+}
+
+// With VYN_TEST_NO_LIBRARIES no library can be opened.
+extern "C" VYN_API void* dlopen(const char* path, int mode) noexcept {
+    static const auto next = reinterpret_cast<decltype(&dlopen)>(dlsym(RTLD_NEXT, "dlopen"));
+    return getenv("VYN_TEST_NO_LIBRARIES") ? nullptr : next(path, mode);
 }
 
 namespace {
@@ -42,6 +52,17 @@ SString Text() {
 SString String9() {
     SString text;
     return VynLoadString(VynhDllInstance, 9, text) ? text : SString("none");
+}
+
+SString Filter() {
+    SString error;
+    return VynGlob::IsAMatch("a*", "abc", error) ? SString("matches") : error;
+}
+
+SString Wide() {
+    errno = 0;
+    const UTF8String text(WString("\u00e4"));
+    return errno == ELIBACC && text.empty() ? SString("no library") : SString(text);
 }
 
 const struct {
@@ -67,6 +88,8 @@ const struct {
     {"allusers", Directory<VynGetAllUsersSharedDataDirectory>},
     {"projects", Directory<VynGetDefaultUserProjectPath>},
     {"string9", String9},
+    {"filter", Filter},
+    {"wide", Wide},
     {"own", [] { return SString(VynGetResourceHandle() == VynhDllInstance ? "own" : "other"); }},
 };
 
