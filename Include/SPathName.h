@@ -4,6 +4,8 @@
 /// The path value of the library and its helpers. Distinct objects are independent, but MakeExpandPath and
 /// MakeAbsolutePath share the static result of filename_expand and belong to one thread at a time.
 
+#include <string>
+
 #include "SString.h"
 #include "VynExport.h"
 
@@ -75,8 +77,8 @@ public:
     /// Removes the suffix.
     void SubSuffix();
     /// Appends \p element as it stands behind one separator, so that an empty one just gives a path that
-    /// isn't empty its final "/". Steps in the result are taken out when it is absolute. The length isn't
-    /// limited here.
+    /// isn't empty its final "/". Steps in the result are taken out when it is absolute. A result of 1024 bytes
+    /// or more is refused: the path stays as it is, and `errno` is ENAMETOOLONG.
     void AddPathElement(const char* element);
     /// The same.
     void AddPathElement(const SString& element) { AddPathElement(element.c_str()); }
@@ -95,6 +97,14 @@ VYN_API bool operator!=(const SPathName& lhs, const SPathName& rhs);
 VYN_API bool operator==(const SPathName& lhs, const char* rhs);
 /// The opposite.
 VYN_API bool operator!=(const SPathName& lhs, const char* rhs);
+/// The same for the texts of other strings, as that of GetDirectory, on either side.
+VYN_API bool operator==(const SPathName& lhs, const std::string& rhs);
+/// The opposite.
+VYN_API bool operator!=(const SPathName& lhs, const std::string& rhs);
+/// The same.
+VYN_API bool operator==(const std::string& lhs, const SPathName& rhs);
+/// The opposite.
+VYN_API bool operator!=(const std::string& lhs, const SPathName& rhs);
 
 /// \param text not null, as for the next two.
 /// \return the last "/" of the text, the last backslash when it has no "/", null when it has neither.

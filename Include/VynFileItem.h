@@ -35,7 +35,8 @@ public:
 
     /// Appends what matches a pattern, sorted, to \p out, but for what \p out holds already and for "." and
     /// "..". The path of this item plays no part. No match is no problem; a directory that can't be read, or
-    /// isn't there, is reported on vynerr, and nothing is appended.
+    /// isn't there, is reported on vynerr, and nothing is appended. A pattern that is too long for a path is
+    /// reported likewise, and so are matches that are, which are left out; `errno` is ENAMETOOLONG then.
     /// \param pattern of the system's `glob`: "*", "?" and "[...]", none of which match a leading dot. A URN
     /// is resolved, and a relative one is taken from the current directory.
     void GetFiles(SPathName pattern, std::vector<VynFileItem>& out);
@@ -44,7 +45,7 @@ public:
     FileTypes GetFileType();
 
     /// Sets \p out to what lies in this directory, hidden names left out; to nothing when this isn't one. The
-    /// path of a directory is a pattern here too.
+    /// path of a directory is a pattern here too, and its length is treated as that of a pattern.
     void GetFilesList(std::vector<VynFileItem>& out);
 
     /// \return the last element of the path.

@@ -45,14 +45,15 @@ public:
     enum SURNStatus {
         eUrnOk = 0,           ///< a URN, well formed; after ResolveUrn also resolved
         eUrnNotAUrn = 1,      ///< a plain path or another URI
-        eUrnMalformed = 2,    ///< begins with "urn:" and has no second ":"
+        eUrnMalformed = 2,    ///< begins with "urn:" and has no second ":", or a path of 1024 bytes or more
         eUrnUnknownName = 3,  ///< well formed, but its name isn't in the map
     };
 
     /// Turns a URN into a path: the target, then the URN's path, each in the normal form of SPathName by
     /// itself. Steps ".." across the seam stay.
     /// \param[out] path the location; \p urn itself when that is no URN or the result is false.
-    /// \return false when \p urn is a URN that can't be resolved. An unknown name is reported.
+    /// \return false when \p urn is a URN that can't be resolved. An unknown name is reported. `errno` is
+    /// ENAMETOOLONG for a path that is too long.
     static bool ResolveUrn(const SString& urn, SString& path);
     /// The same, and tells the kind of the text.
     static bool ResolveUrn(const SString& urn, SString& path, SURNStatus& status);
@@ -72,7 +73,8 @@ public:
     /// an existing directory, or not absolute, is taken all the same; the first, unless it is a file, and the
     /// second are reported.
     /// \return false, and a report, when \p name is in the map exactly as it stands. One with upper-case
-    /// letters never is: it replaces the entry of that name.
+    /// letters never is: it replaces the entry of that name. False too for a name with ":", with `errno` EINVAL,
+    /// and for a target that is too long for a path, with ENAMETOOLONG.
     static bool RegisterUrn(const SString& name, const SString& target);
     /// \param name for the report only.
     /// \param report whether to tell on vynerr that nothing is there.
@@ -98,8 +100,10 @@ public:
     /// directory, else a URN, else relative with ".." when \p base is absolute. URNs and locations inside
     /// sibling tools stay.
     /// \param base the path of the document, not of its directory.
+    /// \param[out] result \p path itself, too, when a text is too long for a path.
     static void CreateRelativePath(const SString& base, const SString& path, SString& result);
-    /// Makes a path that is stored in the document \p base absolute again. A URN stays.
+    /// Makes a path that is stored in the document \p base absolute again. A URN stays, and
+    /// \p path itself when a text is too long for a path.
     static void CreateAbsolutePath(const SString& base, const SString& path, SString& result);
 
     /// Makes the entries of \p text, a list as DecodeUrnMap reads, the content of the user's map file

@@ -43,6 +43,7 @@ TEST(PathName, KeepsTextInNormalForm) {
         EXPECT_EQ(path.IsAbsolutePath(), row.absolute) << name;
         EXPECT_EQ(path.GetDirectory(), row.directory) << name;
         EXPECT_STREQ(path.GetTail(), row.tail) << name;
+        EXPECT_TRUE(SPathName(row.directory) == path.GetDirectory()) << name;
         path = "other";
         path = SString(row.text);
         EXPECT_STREQ(path.c_str(), row.stored) << name;
@@ -70,6 +71,9 @@ TEST(PathName, ComparesWithTextInNormalForm) {
     EXPECT_EQ(TakeOver(copy.GetUnixPath()), "a/b/c");
     EXPECT_EQ(TakeOver(copy.GetWinPath()), "a\\b\\c");
     EXPECT_TRUE(SPathName("/a/b") == "\\a\\x\\..\\b");
+    EXPECT_TRUE(SString("\\a\\b") == SPathName("/a/b"));
+    EXPECT_FALSE(SPathName("/a/b") != SString("\\a\\b"));
+    EXPECT_FALSE(std::string("\\a\\b") != SPathName("/a/b"));
     EXPECT_FALSE(SPathName("/a") == static_cast<const char*>(nullptr));
 }
 
@@ -135,6 +139,15 @@ TEST(PathElement, IsAppendedBehindOneSeparator) {
     path.AddPathElement("a\\");
     path.AddPathElement("b");
     EXPECT_STREQ(path.c_str(), "/x/a\\b");
+    const std::string most(1023, 'x');
+    errno = 0;
+    path = most.substr(2);
+    path.AddPathElement("x");
+    EXPECT_EQ(path.size(), 1023u);
+    EXPECT_EQ(errno, 0);
+    path.AddPathElement("");
+    EXPECT_EQ(path, most.substr(2) + "/x") << "there is no room for the separator";
+    EXPECT_EQ(errno, ENAMETOOLONG);
     SPathName twice("long enough to lie on the heap, and to move there");
     const std::string once(twice);
     twice.AddPathElement(twice.c_str());

@@ -126,6 +126,49 @@ TEST_F(Tree, ReportsADirectoryThatCantBeRead) {
     EXPECT_EQ(Names(items), "before ");
 }
 
+TEST_F(Tree, TellsWhichPathsAreTooLong) {
+    const auto start = std::filesystem::current_path();
+    SPathName directory(m_directory.Path().c_str());
+    std::filesystem::current_path(m_directory.Path());
+    while (directory.size() < 1000) {
+        const std::string name(std::min<size_t>(200, 1001 - directory.size()), 'd');
+        std::filesystem::create_directory(name);
+        std::filesystem::current_path(name);
+        directory.AddPathElement(name.c_str());
+    }
+    const std::string longName(50, 'f');
+    WriteText("a", "");
+    std::filesystem::create_directory(longName);
+    std::filesystem::current_path(m_directory.Path());
+    SPathName beyond(directory);
+    beyond += "/" + longName;
+    const std::string relative(1020, 'x');
+    const struct {
+        SPathName directory, pattern;
+        const char* names;
+        std::string report;
+    } rows[] = {
+        {directory, "", "a ", directory + "/*"},
+        {beyond, "", "", beyond},
+        {"", beyond, "", beyond},
+        {"", relative.c_str(), "", relative},
+    };
+    for (const auto& row : rows) {
+        std::vector<VynFileItem> items;
+        testing::internal::CaptureStderr();
+        errno = 0;
+        if (row.pattern.empty()) {
+            VynFileItem(row.directory).GetFilesList(items);
+        } else {
+            VynFileItem("").GetFiles(row.pattern, items);
+        }
+        EXPECT_EQ(errno, ENAMETOOLONG) << row.report;
+        EXPECT_EQ(Names(items), row.names) << row.report;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "File name too long: " + row.report + "\n");
+    }
+    std::filesystem::current_path(start);
+}
+
 TEST_F(Tree, CopiesTheBytesOfAFile) {
     const SString from = In("from"), to = In("to");
     WriteText(to, "what was there is longer than the first copies");

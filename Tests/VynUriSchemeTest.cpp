@@ -331,13 +331,16 @@ TEST(FileSchemeTest, TakesWhatIsNoUri) {
     EXPECT_EQ(text, "x (1)");
     EXPECT_EQ(scheme.GetDefaultOutputLocation("/a\\b/../c.x", text), SUriScheme::eStatusDone);
     EXPECT_EQ(text, "/a");
+    const std::string tooLong(1024, 'a');
     const struct {
-        const char *first, *second;
+        std::string first, second;
         bool equal;
-    } rows[] = {{"a\\b", "a/b", true}, {"/a/../b", "/b", true}, {"A", "a", false}, {"a/../b", "b", false}};
+    } rows[] = {{"a\\b", "a/b", true},  {"/a/../b", "/b", true},         {"A", "a", false},
+                {"a/../b", "b", false}, {tooLong, "b" + tooLong, false}, {"", tooLong, false}};
     for (const auto& row : rows) {
         EXPECT_EQ(SUri.IsEqual(row.first, row.second), row.equal) << row.first;
     }
+    EXPECT_EQ(scheme.GetDefaultOutputLocation("/x/" + tooLong, text), SUriScheme::eStatusNotDone);
     EXPECT_FALSE(scheme.IsReadOnly("/", true));
 }
 

@@ -169,7 +169,8 @@ TEST_F(UrnTest, ReadsItsFile) {
         {"a:/x\na:/y\nA:/z\na:/w\n", "a:/z/;", AlreadyDefined("a", "/y") + AlreadyDefined("a", "/w")},
         {"a:/x\n\nb:/y\nc:/z\n", "\nb:/y\nc:/z\n/;a:/x/;", ""},
         {std::string("a:\0/x\0\n", 8), "a:/x/;", ""},
-        {"a:" + std::string(1100, 'x'), "a:;", ""},
+        {"a:/x\nb:/" + std::string(1022, 'x'), "a:/x/;",
+         "File name too long: /" + std::string(1022, 'x') + "\n"},
         {"K4USER:/x\n", "", ""},
     };
     for (const auto& row : rows) {
@@ -241,6 +242,13 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
         EXPECT_EQ(m_messages.Take(), At(m_home, row.message)) << row.name;
         EXPECT_EQ(Resolve("urn:" + SString(row.name) + ":"), At(m_home, row.stored)) << row.name;
     }
+    for (const auto& [name, target] :
+         {std::pair("n:x", std::string("/x")), std::pair("n7", "/" + std::string(1022, 'x'))}) {
+        EXPECT_FALSE(SUrnResolver::RegisterUrn(name, target));
+        EXPECT_EQ(errno, name[1] == ':' ? EINVAL : ENAMETOOLONG);
+        EXPECT_FALSE(SUrnResolver::IsUrnRegistered(name));
+    }
+    m_messages.Take();
     EXPECT_TRUE(SUrnResolver::DoesUrnMappedExist("n:" + m_home / "dir/", false));
     EXPECT_FALSE(SUrnResolver::DoesUrnMappedExist("n:" + m_home / "none", false));
     EXPECT_EQ(m_messages.Take(), "");
@@ -250,11 +258,12 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
 
 TEST_F(UrnTest, ResolvesAUrn) {
     SUrnResolver::RegisterURNsFromOptionString("mine:/home/mine;rel:a/../b;empty");
+    const std::string most(1023, 'x');
     const struct {
-        const char* urn;
+        std::string urn;
         bool result;
         int status;
-        const char* path;
+        std::string path;
     } rows[] = {
         {"urn:MINE:a/b.txt", true, 0, "/home/mine/a/b.txt"},
         {"urn:mine:../b\\c", true, 0, "/home/mine/../b/c"},
@@ -265,6 +274,8 @@ TEST_F(UrnTest, ResolvesAUrn) {
         {"URN:mine:a", true, 1, "URN:mine:a"},
         {"urn:mine", false, 2, "urn:mine"},
         {"urn:NoSuch:x", false, 3, "urn:NoSuch:x"},
+        {"urn:mine:" + most, true, 0, "/home/mine/" + most},
+        {"urn:mine:x" + most, false, 2, "urn:mine:x" + most},
     };
     for (const auto& row : rows) {
         SString path("?");
@@ -274,6 +285,7 @@ TEST_F(UrnTest, ResolvesAUrn) {
         EXPECT_EQ(status, row.status) << row.urn;
         EXPECT_EQ(m_messages.Take(), row.status == 3 ? kNotFound : "") << row.urn;
     }
+    EXPECT_EQ(errno, ENAMETOOLONG);
     SString same("urn:mine:a");
     EXPECT_TRUE(SUrnResolver::ResolveUrn(same, same)) << "one object for both";
     EXPECT_EQ(same, "/home/mine/a");
@@ -305,6 +317,11 @@ TEST_F(UrnTest, CreatesAUrnOfTheFirstNameThatFits) {
 TEST_F(UrnTest, StoresThePathOfADocument) {
     SUrnResolver::RegisterURNsFromOptionString("lib:/lib/parts");
     std::filesystem::current_path("/usr");
+    const std::string tooLong(1024, 'x');
+    std::string deep("/");
+    for (int i = 0; i < 20; ++i) {
+        deep += "d/";
+    }
     const struct {
         std::string base, path, stored, absolute;
     } rows[] = {
@@ -319,6 +336,10 @@ TEST_F(UrnTest, StoresThePathOfADocument) {
         {"c:\\p\\doc.x", "c:\\p\\a", "a", "c:/p/a"},
         {"/usr/doc.x", "c:/p/a", "c:/p/a", "c:/p/a"},
         {"/p/doc.x", "urn:lib:b", "urn:lib:b", "urn:lib:b"},
+        {"/p/doc.x", "/" + tooLong, "/" + tooLong, "/" + tooLong},
+        {"/" + tooLong, "/p/a", "/p/a", "/p/a"},
+        {deep + "doc.x", "/" + tooLong.substr(1, 1000), "/" + tooLong.substr(1, 1000),
+         "/" + tooLong.substr(1, 1000)},
     };
     for (const auto& row : rows) {
         SString result("?");

@@ -9,6 +9,7 @@
 #include <memory>
 #include <string>
 
+#include "Paths/SPathName_p.h"
 #include "VynUri.h"
 #include "filename_expand.h"
 
@@ -16,7 +17,7 @@ namespace vyn {
 
 namespace {
 
-const size_t sizePath = 1024;  // with the NUL
+using detail::sizePath;
 
 struct FreeMalloc {
     void operator()(char* text) const { free(text); }
@@ -176,7 +177,9 @@ void SPathName::AddPathElement(const char* element) {
     }
     path += element;
     Canonicalize(path);
-    swap(path);
+    if (detail::FitsPath(path.c_str())) {
+        swap(path);
+    }
 }
 
 int SPathName::CreateDirectoryA() const {
@@ -213,6 +216,22 @@ bool operator==(const SPathName& lhs, const char* rhs) {
 
 bool operator!=(const SPathName& lhs, const char* rhs) {
     return !(lhs == rhs);
+}
+
+bool operator==(const SPathName& lhs, const std::string& rhs) {
+    return lhs == rhs.c_str();
+}
+
+bool operator!=(const SPathName& lhs, const std::string& rhs) {
+    return !(lhs == rhs);
+}
+
+bool operator==(const std::string& lhs, const SPathName& rhs) {
+    return rhs == lhs;
+}
+
+bool operator!=(const std::string& lhs, const SPathName& rhs) {
+    return !(rhs == lhs);
 }
 
 char* FindLastDirSep(char* text) {

@@ -9,13 +9,14 @@
 #include <cstring>
 #include <string>
 
+#include "Paths/SPathName_p.h"
 #include "SString.h"
 #include "Text/Environment_p.h"
 #include "VynUri.h"
 
 namespace {
 
-const size_t sizeExpanded = 1024;    // of the result of filename_expand, with its NUL
+const size_t sizeExpanded = vyn::detail::sizePath;
 const size_t sizeName = 256;         // of the name of a variable or user, with its NUL
 const size_t lengthRelative = 1024;  // of the result of get_rel_path, without its NUL
 

@@ -11,6 +11,7 @@
 #include <string>
 #include <unordered_set>
 
+#include "Paths/SPathName_p.h"
 #include "VynErrOut.h"
 #include "VynUri.h"
 
@@ -37,19 +38,28 @@ private:
     int m_nStatus;
 };
 
+// Tells on vynerr why a pattern gives nothing, or not all; `errno` is `error` afterwards.
+void Report(const char* reason, int error, const SPathName& pattern) {
+    vynerr << reason << ": " << pattern << endl << flush;
+    errno = error;
+}
+
+void ReportTooLong(const SPathName& pattern) {
+    Report(strerror(ENAMETOOLONG), ENAMETOOLONG, pattern);
+}
+
 void ReportFailure(int status, int error, const SPathName& pattern) {
     if (status == GLOB_NOMATCH) {
         return;
     }
     const bool known = status == GLOB_NOSPACE || status == GLOB_ABORTED;
-    vynerr << (known ? strerror(error) : "Unknown error") << ": " << pattern << endl << flush;
+    Report(known ? strerror(error) : "Unknown error", error, pattern);
 }
 
 // The element `name` of the directory, in the form that a match of that name takes.
-SPathName ElementOf(const SString& directory, const char* name) {
-    SPathName path(directory);
-    path.AddPathElement(name);
-    return path;
+SPathName ElementOf(SPathName directory, const char* name) {
+    directory.AddPathElement(name);
+    return directory;
 }
 
 }  // namespace
@@ -57,7 +67,13 @@ SPathName ElementOf(const SString& directory, const char* name) {
 void VynFileItem::GetFiles(SPathName pattern, std::vector<VynFileItem>& out) {
     SPathName absolute;
     SUrnResolver::ResolveUrn(pattern, absolute);
+    const bool fits = detail::FitsPath(absolute.c_str());
+    errno = 0;
     absolute.MakeAbsolutePath();
+    if (!fits || (absolute.empty() && errno == EINVAL)) {
+        ReportTooLong(pattern);
+        return;
+    }
     const SPathName self = ElementOf(absolute.GetDirectory(), ".");
     const SPathName parent = ElementOf(absolute.GetDirectory(), "..");
 
@@ -71,11 +87,17 @@ void VynFileItem::GetFiles(SPathName pattern, std::vector<VynFileItem>& out) {
     for (const VynFileItem& item : out) {
         known.insert(item.m_path);
     }
+    bool tooLong = false;
     for (const char* match : matches) {
         SPathName path(match);
-        if (path.Compare(self) != 0 && path.Compare(parent) != 0 && known.insert(path).second) {
+        tooLong = tooLong || path.empty();
+        if (!path.empty() && path.Compare(self) != 0 && path.Compare(parent) != 0 &&
+            known.insert(path).second) {
             out.push_back(std::move(path));
         }
+    }
+    if (tooLong) {
+        ReportTooLong(absolute);
     }
 }
 
@@ -94,9 +116,16 @@ void VynFileItem::GetFilesList(std::vector<VynFileItem>& out) {
     // This item may be one of `out`.
     VynFileItem directory(*this);
     out.clear();
-    if (directory.GetFileType() == eDirectory) {
-        directory.GetFiles(ElementOf(directory.m_path, "*"), out);
+    if (directory.GetFileType() != eDirectory) {
+        return;
     }
+    errno = 0;
+    const SPathName pattern = ElementOf(directory.m_path, "*");
+    if (errno == ENAMETOOLONG) {
+        ReportTooLong(directory.m_path);
+        return;
+    }
+    directory.GetFiles(pattern, out);
 }
 
 SPathName VynFileItem::GetName() const {

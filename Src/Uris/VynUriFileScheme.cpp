@@ -1,5 +1,6 @@
 #include <memory>
 
+#include "Paths/SPathName_p.h"
 #include "SPathName.h"
 #include "Text/InitOrder_p.h"
 #include "Uris/VynUriFileStream_p.h"
@@ -37,12 +38,13 @@ public:
     }
     SStatus GetDefaultOutputLocation(const SString& uri, SString& location) const override {
         location = SPathName(uri).GetDirectory();
-        return eStatusDone;
+        return detail::FitsPath(uri.c_str()) ? eStatusDone : eStatusNotDone;
     }
     void GetSchemeDescription(SString& text) const override { text = "The default file scheme"; }
     bool IsReadOnly(const SString&, bool) override { return false; }
     bool IsEqual(const SString& first, const SString& second) override {
-        return SPathName(first) == SPathName(second);
+        return detail::FitsPath(first.c_str()) && detail::FitsPath(second.c_str()) &&
+               SPathName(first) == SPathName(second);
     }
     bool MakeEditable(const SString&) override { return false; }
     int GetCapabilities() const override {

@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstring>
 
+#include "Paths/SPathName_p.h"
 #include "SPathName.h"
 #include "Uris/VynUri_p.h"
 #include "Vyn.h"
@@ -50,6 +51,10 @@ bool SUrnResolver::ResolveUrn(const SString& urn, SString& path, SURNStatus& sta
     if (entry == map.end()) {
         detail::ReportOwnString(detail::eStrUrnUnknown, {name});
         status = eUrnUnknownName;
+        return false;
+    }
+    if (!detail::FitsPath(rest.c_str())) {
+        status = eUrnMalformed;
         return false;
     }
     // Two normal forms, not one of the whole: a ".." at the start of the second one stays.
@@ -101,6 +106,10 @@ bool SUrnResolver::IsUrnRegistered(const SString& name) {
 }
 
 bool SUrnResolver::RegisterUrn(const SString& name, const SString& target) {
+    if (name.find(':') != SString::npos) {
+        errno = EINVAL;
+        return false;
+    }
     auto& map = *VynGetUrnUriMap();
     const auto entry = map.find(name);
     if (entry != map.end()) {
@@ -111,8 +120,7 @@ bool SUrnResolver::RegisterUrn(const SString& name, const SString& target) {
         !SPathName(target).IsAbsolutePath()) {
         detail::ReportOwnString(detail::eStrUrnTargetNotAbsolute, {name, target});
     }
-    VynInsertUrn(name.c_str(), target.c_str(), map);
-    return true;
+    return VynInsertUrn(name.c_str(), target.c_str(), map);
 }
 
 bool SUrnResolver::DoesUrnTargetExist(const SString& name, const SString& target, bool report) {
@@ -161,8 +169,8 @@ void SUrnResolver::EncodeUrnMap(SString& text) {
 }
 
 void SUrnResolver::CreateRelativePath(const SString& base, const SString& path, SString& result) {
-    if (!path.empty() && SPathName(path).empty()) {
-        result = path;  // too long for a path
+    if (!detail::FitsPath(path.c_str()) || !detail::FitsPath(base.c_str())) {
+        result = path;
         return;
     }
     if (!IsFixedLocation(path)) {
@@ -175,13 +183,17 @@ void SUrnResolver::CreateRelativePath(const SString& base, const SString& path, 
     SString stored;
     CreateUrn(path, stored);
     if (!IsFixedLocation(stored) && SPathName(base).IsAbsolutePath()) {
-        stored = RelativeTo(base, path);
+        errno = 0;
+        const SPathName climbing = RelativeTo(base, path);
+        if (errno == 0) {
+            stored = climbing;  // whole: nothing had to be left out of it
+        }
     }
     result = stored;
 }
 
 void SUrnResolver::CreateAbsolutePath(const SString& base, const SString& path, SString& result) {
-    if (VynIsAUrn(path.c_str())) {
+    if (VynIsAUrn(path.c_str()) || !detail::FitsPath(path.c_str()) || !detail::FitsPath(base.c_str())) {
         result = path;
         return;
     }

@@ -2,6 +2,7 @@
 #include <cstdlib>
 #include <cstring>
 
+#include "Paths/SPathName_p.h"
 #include "Platform.h"
 #include "SPathName.h"
 #include "Text/Environment_p.h"
@@ -36,8 +37,8 @@ void InsertURNsFromList(const SString& text, std::map<SString, SString>& map) {
         SUrnResolver::DecodeUrnMapped(entry, tag, value);
         if (map.count(tag)) {
             detail::ReportOwnString(detail::eStrUrnAlreadyDefined, {tag, value});
-        } else {
-            VynInsertUrn(tag.c_str(), value.c_str(), map);
+        } else if (!VynInsertUrn(tag.c_str(), value.c_str(), map)) {
+            vynerr << strerror(errno) << ": " << value << endl << flush;
         }
     }
 }
@@ -128,12 +129,16 @@ std::map<SString, SString>* VynGetUrnUriMap() {
     return outside;
 }
 
-void VynInsertUrn(const char* name, const char* target, std::map<SString, SString>& map) {
+bool VynInsertUrn(const char* name, const char* target, std::map<SString, SString>& map) {
+    if (!detail::FitsPath((SString(target) + "/").c_str())) {
+        return false;
+    }
     SString key(name);
     key.MakeLower();
     SPathName directory(target);
     directory.AddPathElement("");
     map[key] = directory;
+    return true;
 }
 
 void ParseTagValue(const SString& text, SString& tag, SString& value) {

@@ -25,7 +25,8 @@ public:
 /// \return the URN map; before the library has started and after it has ended, another one, empty at first.
 std::map<SString, SString>* VynGetUrnUriMap();
 /// Sets the entry of \p name, in lower case, to \p target in normal path form with a final "/".
-void VynInsertUrn(const char* name, const char* target, std::map<SString, SString>& map);
+/// \return false, with `errno` ENAMETOOLONG, when the target is too long for that; the map is unchanged.
+bool VynInsertUrn(const char* name, const char* target, std::map<SString, SString>& map);
 /// Splits \p text at its first ":". Without one, or with one at its start, \p tag is the whole text and
 /// \p value is unchanged.
 void ParseTagValue(const SString& text, SString& tag, SString& value);
