@@ -60,10 +60,11 @@ private:
 /// Both are equal when their paths are.
 VYN_API bool operator==(const VynFileItem& lhs, const VynFileItem& rhs);
 
-/// Copies the bytes of a file over another file, which isn't the same one. Permissions and times aren't
-/// carried over.
-/// \return true when all bytes were written. After a failure the target holds what was written so far, or
-/// wasn't touched when the source couldn't be opened.
+/// Copies the bytes of a file over another file. The same file, also by way of a link, is left as it is. The target is
+/// replaced as a whole once all bytes are on the disk, keeps its own permissions, and a symbolic link stays one. What
+/// is no regular file, such as a device, is written to.
+/// \return true when all bytes were written; else `errno` is that of the system, and the target is what it was before,
+/// or doesn't exist.
 VYN_API bool VynCopyFile(const SString& from, const SString& to);
 
 /// Takes the permission to write from the owner of a file when \p readOnly is true, else gives it. The other

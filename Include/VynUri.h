@@ -108,14 +108,15 @@ public:
 
     /// Makes the entries of \p text, a list as DecodeUrnMap reads, the content of the user's map file
     /// "urnmap.txt", lets ZEM_URN_MAP_FILE name that file for this process and its children, and reads the
-    /// map anew: the predefined names, then the file. An entry whose name is there already is reported and
-    /// left out. A file that can't be written is reported, and the map then shows what it holds. Without HOME
-    /// nothing changes.
+    /// map anew: the predefined names, then the file, which counts when it is a regular one of at most 16 MiB. An
+    /// entry whose name is there already is reported and left out. A file that can't be written is reported, stays
+    /// as it was, and the map shows what it holds. Without HOME nothing changes.
     static void RegisterURNsFromOptionString(const SString& text);
     /// The same with the file as it is.
     static void RegisterURNsWithoutOptions();
     /// Appends one entry to the file and goes on as RegisterURNsWithoutOptions. A file that can't be written
-    /// is reported, and nothing changes.
+    /// is reported, and nothing changes. So is an entry that would be read back as something else: a name with
+    /// ":", and ";" or a line feed anywhere.
     static void RegisterURNAndSaveURNMapFile(const SString& name, const SString& target);
 };
 

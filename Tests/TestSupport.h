@@ -6,6 +6,7 @@
 #include <sys/resource.h>
 #include <unistd.h>
 
+#include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
@@ -50,6 +51,26 @@ inline std::string TakeOver(char* text) {
     free(text);
     return copy;
 }
+
+/// Lets no file grow beyond a number of bytes, as on a full disk, while the object lives.
+class FullDisk {
+public:
+    explicit FullDisk(rlim_t bytes) : m_handler(signal(SIGXFSZ, SIG_IGN)) {
+        getrlimit(RLIMIT_FSIZE, &m_saved);
+        const rlimit full = {bytes, m_saved.rlim_max};
+        setrlimit(RLIMIT_FSIZE, &full);
+    }
+    FullDisk(const FullDisk&) = delete;
+    FullDisk& operator=(const FullDisk&) = delete;
+    ~FullDisk() {
+        setrlimit(RLIMIT_FSIZE, &m_saved);
+        signal(SIGXFSZ, m_handler);
+    }
+
+private:
+    void (*m_handler)(int);
+    rlimit m_saved;
+};
 
 /// Makes the system refuse a further process or thread, and ends this one with 0 when \p check holds.
 inline void WithoutProcesses(bool (*check)()) {

@@ -183,16 +183,50 @@ TEST_F(Tree, CopiesTheBytesOfAFile) {
     }
 }
 
+TEST_F(Tree, LeavesAFileThatIsCopiedOntoItself) {
+    std::filesystem::create_symlink("a.txt", m_directory / "symbolic");
+    std::filesystem::create_hard_link(m_directory / "a.txt", m_directory / "hard");
+    for (const char* name : {"a.txt", "symbolic", "hard", "sub/../a.txt"}) {
+        EXPECT_TRUE(VynCopyFile(In("a.txt"), In(name))) << name;
+        EXPECT_TRUE(VynCopyFile(In(name), In("a.txt"))) << name;
+        EXPECT_EQ(ReadText(In("a.txt")), "a.txt") << name;
+    }
+    EXPECT_TRUE(VynCopyFile(In("b.txt"), In("symbolic")));
+    EXPECT_TRUE(std::filesystem::is_symlink(m_directory / "symbolic"));
+    EXPECT_EQ(ReadText(In("a.txt")), "b.txt");
+}
+
 TEST_F(Tree, FailsToCopyWhatCantBeReadOrWritten) {
-    const SString file = In("a.txt"), to = In("to");
-    EXPECT_FALSE(VynCopyFile(In("none"), to));
-    EXPECT_FALSE(std::filesystem::exists(to.c_str())) << "nothing to copy, nothing made";
-    EXPECT_FALSE(VynCopyFile(file, In("none/to")));
-    EXPECT_FALSE(VynCopyFile(In("sub"), to)) << "opens, but can't be read";
-    EXPECT_FALSE(VynCopyFile(file, "/dev/full")) << "a few bytes notice the full disk too";
-    chmod(file.c_str(), 0);
-    const AsOrdinaryUser user;
-    EXPECT_FALSE(VynCopyFile(file, to));
+    const SString file = In("a.txt"), to = In("to"), old = In("old");
+    WriteText(old, "old");
+    const struct {
+        SString from, to;
+    } rows[] = {
+        {In("none"), to},   {file, In("none/to")}, {In("sub"), to},  {file, "/dev/full"},
+        {file, In("sub")},  {In("big"), to},       {In("big"), old}, {"/dev/null", In("read-only")},
+        {In("secret"), to},
+    };
+    WriteText(In("big"), std::string(100000, 'x'));
+    WriteText(In("read-only"), "read-only");
+    WriteText(In("secret"), "secret");
+    chmod(In("read-only").c_str(), 0444);
+    chmod(In("secret").c_str(), 0);
+    chmod(m_directory.Path().c_str(), 0777);
+    chmod(old.c_str(), 0666);
+    {
+        const AsOrdinaryUser user;
+        const FullDisk full(50000);
+        for (const auto& row : rows) {
+            errno = 0;
+            EXPECT_FALSE(VynCopyFile(row.from, row.to)) << row.from << " to " << row.to;
+            EXPECT_NE(errno, 0);
+            EXPECT_FALSE(std::filesystem::exists(to.c_str())) << row.from;
+        }
+    }
+    EXPECT_EQ(ReadText(old), "old");
+    EXPECT_EQ(ReadText(In("read-only")), "read-only");
+    EXPECT_TRUE(VynCopyFile(file, "/dev/null"));
+    EXPECT_FALSE(std::filesystem::is_regular_file("/dev/null"));
 }
 
 TEST_F(Tree, ChangesThePermissionOfTheOwnerAlone) {

@@ -1,6 +1,7 @@
 // The URN map and the resolver.
 
 #include <gtest/gtest.h>
+#include <sys/stat.h>
 
 #include <thread>
 
@@ -107,6 +108,9 @@ TEST(UrnMapAtLoad, HasSixNamesAndThoseOfTheVariablesFile) {
     const std::string own = "\nZEM_URN_MAP_FILE=@/Ostrel/Halcyne/Shared/urnmap.txt\n";
     const std::string optional = k4 + atHome + ";n:/n/;o:/o/" + own;
     std::filesystem::create_directories(directory / "Ostrel/Halcyne/Shared");
+    mkfifo((directory / "fifo").c_str(), 0600);
+    WriteText(directory / "huge", "");
+    std::filesystem::resize_file(directory / "huge", 16 * 1024 * 1024 + 1);
     const struct {
         const char* environment;
         const char* arguments;
@@ -115,6 +119,12 @@ TEST(UrnMapAtLoad, HasSixNamesAndThoseOfTheVariablesFile) {
         {"HOME=@", "-", k4 + atHome + unset + k4 + atHome + ";old:/old/" + own, ""},
         {"HOME=@ ZEM_URN_MAP_FILE=@/missing.txt", "", k4 + atHome + "\nZEM_URN_MAP_FILE=@/missing.txt\n",
          "Failed to open '@/missing.txt' for read.\n"},
+        {"HOME=@ ZEM_URN_MAP_FILE=/dev/zero", "", k4 + atHome + "\nZEM_URN_MAP_FILE=/dev/zero\n",
+         "Failed to open '/dev/zero' for read.\n"},
+        {"HOME=@ ZEM_URN_MAP_FILE=@/fifo", "", k4 + atHome + "\nZEM_URN_MAP_FILE=@/fifo\n",
+         "Failed to open '@/fifo' for read.\n"},
+        {"HOME=@ ZEM_URN_MAP_FILE=@/huge", "", k4 + atHome + "\nZEM_URN_MAP_FILE=@/huge\n",
+         "Failed to open '@/huge' for read.\n"},
         {"ZEM_USER_ADDINS_DIR=", "a:/x", k4 + nowhere + unset + k4 + nowhere + unset, ""},
         // The option string takes the place of the user's file, for good.
         {"HOME=@ ZEM_URN_MAP_FILE=@/users.txt", "'n:/n;o:/o' -",
@@ -191,21 +201,42 @@ TEST_F(UrnTest, AppendsAnEntryToItsFile) {
     EXPECT_EQ(ReadText(MapFile()), "b:/y  \na:/x\nN:/n\na:/z\n");
     EXPECT_EQ(Added(), "a:/x/;b:/y  /;n:/n/");
     EXPECT_EQ(m_messages.Take(), AlreadyDefined("a", "/z"));
+    WriteText(MapFile(), "open:/x");
+    SUrnResolver::RegisterURNAndSaveURNMapFile("a", "/y");
+    EXPECT_EQ(ReadText(MapFile()), "open:/x\na:/y\n");
+    for (const auto& [name, target] :
+         {std::pair("x:y", "/x"), std::pair("x", "/x;y"), std::pair("x\n", "/x")}) {
+        SUrnResolver::RegisterURNAndSaveURNMapFile(name, target);
+        EXPECT_EQ(m_messages.Take(), "Error occured while writing to file :" + MapFile() + "\n") << name;
+    }
+    EXPECT_EQ(ReadText(MapFile()), "open:/x\na:/y\n");
+}
+
+TEST_F(UrnTest, KeepsItsFileWhenTheDiskIsFull) {
+    const std::string lines = "old:/old\nolder:/older\n";
+    WriteText(MapFile(), lines);
+    SUrnResolver::RegisterURNsWithoutOptions();
+    SUrnResolver::RegisterUrn("memory", "urn:x");
+    {
+        const FullDisk full(10);
+        SUrnResolver::RegisterURNAndSaveURNMapFile("a", "/x");
+        EXPECT_EQ(Added(), "memory:urn:x/;old:/old/;older:/older/") << "the map stays as it is";
+        SUrnResolver::RegisterURNsFromOptionString("a:/x;b:/y;c:/z");
+    }
+    const std::string message = "Error occured while writing to file :" + MapFile() + "\n";
+    EXPECT_EQ(m_messages.Take(), message + message);
+    EXPECT_EQ(Added(), "old:/old/;older:/older/") << "the map is read anew";
+    EXPECT_EQ(ReadText(MapFile()), lines);
 }
 
 TEST_F(UrnTest, TellsOfAFileThatItCantUse) {
-    SUrnResolver::RegisterUrn("memory", "urn:x");
-    std::filesystem::remove(MapFile());
-    std::filesystem::create_symlink("/dev/full", MapFile());
-    SUrnResolver::RegisterURNAndSaveURNMapFile("a", "/x");
-    EXPECT_EQ(m_messages.Take(), "Error occured while writing to file :" + MapFile() + "\n");
-    EXPECT_EQ(Added(), "memory:urn:x/") << "the map stays as it is";
     std::filesystem::remove(MapFile());
     SUrnResolver::RegisterURNsWithoutOptions();
     EXPECT_EQ(m_messages.Take(), "Failed to open '" + MapFile() + "' for read.\n");
     std::filesystem::create_directory(MapFile());
     SUrnResolver::RegisterURNsFromOptionString("a:/x");
-    EXPECT_EQ(m_messages.Take(), "Can not open the file: " + MapFile() + "\n");
+    EXPECT_EQ(m_messages.Take(),
+              "Can not open the file: " + MapFile() + "\nFailed to open '" + MapFile() + "' for read.\n");
     EXPECT_EQ(Added(), "") << "the map is read anew";
     std::filesystem::remove(MapFile());
     SVector<SString> errors;

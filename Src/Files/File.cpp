@@ -13,7 +13,6 @@
 #include <cstdio>
 #include <cstdlib>
 #include <ctime>
-#include <functional>
 
 namespace vyn::detail {
 
@@ -195,6 +194,11 @@ int ReadFile(const char* path, std::string& text, size_t limit) {
     }
 }
 
+int CheckWritable(const char* path) {
+    const Descriptor file = OpenFile(path, O_WRONLY | O_NONBLOCK | O_NOCTTY);
+    return file.IsOpen() || errno == ENOENT ? 0 : errno;
+}
+
 int WriteAll(int fd, const std::vector<std::string_view>& pieces) {
     std::vector<iovec> rest;
     rest.reserve(pieces.size());
@@ -239,7 +243,7 @@ int FileReplacement::Lock() {
 }
 
 // The temporary file is gone when the result isn't 0.
-int FileReplacement::WriteTemporary(const std::vector<std::string_view>& pieces, Durability durability) {
+int FileReplacement::WriteTemporary(const std::function<int(int)>& write, Durability durability) {
     struct stat old;
     const bool isThere = stat(m_path.c_str(), &old) == 0;
     if (isThere && !S_ISREG(old.st_mode)) {
@@ -254,7 +258,7 @@ int FileReplacement::WriteTemporary(const std::vector<std::string_view>& pieces,
     if (isThere) {
         TakeOverOwner(file.Get(), old);
     }
-    int error = WriteAll(file.Get(), pieces);
+    int error = write(file.Get());
     if (error == 0 && durability == Durability::eSynced) {
         error = Check(Retry([&] { return fsync(file.Get()); }));
     }
@@ -315,7 +319,11 @@ int FileReplacement::TakePlace(Durability durability) {
 }
 
 int FileReplacement::Replace(const std::vector<std::string_view>& pieces, Durability durability) {
-    if (const int error = WriteTemporary(pieces, durability)) {
+    return Replace([&](int fd) { return WriteAll(fd, pieces); }, durability);
+}
+
+int FileReplacement::Replace(const std::function<int(int)>& write, Durability durability) {
+    if (const int error = WriteTemporary(write, durability)) {
         return error;
     }
     const int error = TakePlace(durability);
@@ -326,7 +334,7 @@ int FileReplacement::Replace(const std::vector<std::string_view>& pieces, Durabi
 }
 
 int FileReplacement::ReplaceOrOverwrite(const std::vector<std::string_view>& pieces, Durability durability) {
-    if (const int error = WriteTemporary(pieces, durability)) {
+    if (const int error = WriteTemporary([&](int fd) { return WriteAll(fd, pieces); }, durability)) {
         return error;
     }
     int error = TakePlace(durability);

@@ -7,6 +7,7 @@
 
 #include <sys/types.h>
 
+#include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
@@ -46,6 +47,10 @@ Descriptor OpenFile(const char* path, int flags, mode_t mode = 0);
 /// that isn't a regular file, EFBIG above the limit.
 int ReadFile(const char* path, std::string& text, size_t limit = static_cast<size_t>(-1));
 
+/// \return 0 when \p path may be written or made, else an error number, as for a file without permission to write.
+/// Whoever replaces a file that he would otherwise have opened asks this first.
+int CheckWritable(const char* path);
+
 /// Writes all of the pieces to \p fd.
 /// \return 0, else an error number.
 int WriteAll(int fd, const std::vector<std::string_view>& pieces);
@@ -77,13 +82,16 @@ public:
     /// \return 0 when the path holds the new text, else an error number: it holds the old one, or no file as before,
     /// and nothing is left beside it.
     int Replace(const std::vector<std::string_view>& pieces, Durability durability);
-    /// The same, but a file whose directory doesn't let it be replaced, as a mount point or another user's file under
-    /// the sticky bit, is written in place. What goes wrong then is taken back; only a process that is killed meanwhile
-    /// leaves a mixture, and the whole new text beside it.
+    /// The same for a text that \p write writes to the descriptor that it is given. It returns 0, else an error
+    /// number.
+    int Replace(const std::function<int(int)>& write, Durability durability);
+    /// The same as the first, but a file whose directory doesn't let it be replaced, as a mount point or another
+    /// user's file under the sticky bit, is written in place. What goes wrong then is taken back; only a process that
+    /// is killed meanwhile leaves a mixture, and the whole new text beside it.
     int ReplaceOrOverwrite(const std::vector<std::string_view>& pieces, Durability durability);
 
 private:
-    int WriteTemporary(const std::vector<std::string_view>& pieces, Durability durability);
+    int WriteTemporary(const std::function<int(int)>& write, Durability durability);
     int TakePlace(Durability durability);
     int WriteInPlace(const std::vector<std::string_view>& pieces, Durability durability);
 

@@ -1,16 +1,20 @@
 #include "VynFileItem.h"
 
+#include <fcntl.h>
 #include <glob.h>
 #include <sys/stat.h>
+#include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
-#include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <memory>
 #include <string>
+#include <string_view>
 #include <unordered_set>
 
+#include "Files/File_p.h"
 #include "Paths/SPathName_p.h"
 #include "VynErrOut.h"
 #include "VynUri.h"
@@ -19,7 +23,7 @@ namespace vyn {
 
 namespace {
 
-using File = std::unique_ptr<FILE, int (*)(FILE*)>;
+constexpr size_t sizeBlock = 65536;
 
 // What the system finds for a pattern.
 class Matches {
@@ -60,6 +64,48 @@ void ReportFailure(int status, int error, const SPathName& pattern) {
 SPathName ElementOf(SPathName directory, const char* name) {
     directory.AddPathElement(name);
     return directory;
+}
+
+// 0 or an error number, as for the next one.
+int CopyBytes(int from, int to) {
+    std::vector<char> block(sizeBlock);
+    while (true) {
+        const ssize_t size = read(from, block.data(), block.size());
+        if (size == 0 || (size < 0 && errno != EINTR)) {
+            return size == 0 ? 0 : errno;
+        }
+        const std::string_view piece(block.data(), static_cast<size_t>(std::max<ssize_t>(size, 0)));
+        if (const int error = detail::WriteAll(to, {piece})) {
+            return error;
+        }
+    }
+}
+
+int Copy(const char* from, const char* to) {
+    const detail::Descriptor source = detail::OpenFile(from, O_RDONLY);
+    struct stat old, present;
+    if (!source.IsOpen() || fstat(source.Get(), &old) != 0) {
+        return errno;
+    }
+    const bool exists = stat(to, &present) == 0;
+    if (exists && old.st_dev == present.st_dev && old.st_ino == present.st_ino) {
+        return 0;
+    }
+    if (exists && !S_ISREG(present.st_mode)) {
+        // A device or a FIFO stays what it is.
+        detail::Descriptor target = detail::OpenFile(to, O_WRONLY);
+        const int error = target.IsOpen() ? CopyBytes(source.Get(), target.Get()) : errno;
+        return error ? error : target.Close();
+    }
+    if (const int error = detail::CheckWritable(to)) {
+        return error;
+    }
+    detail::FileReplacement replacement(to);
+    if (const int error = replacement.Lock()) {
+        return error;
+    }
+    return replacement.Replace([&](int fd) { return CopyBytes(source.Get(), fd); },
+                               detail::Durability::eSynced);
 }
 
 }  // namespace
@@ -137,23 +183,8 @@ bool operator==(const VynFileItem& lhs, const VynFileItem& rhs) {
 }
 
 bool VynCopyFile(const SString& from, const SString& to) {
-    const File source(fopen(from.c_str(), "rb"), fclose);
-    if (!source) {
-        return false;
-    }
-    const File target(fopen(to.c_str(), "wb"), fclose);
-    if (!target) {
-        return false;
-    }
-    // Each block goes straight to the disk, so that a full one shows here and not when the file is closed.
-    setvbuf(target.get(), nullptr, _IONBF, 0);
-    char block[8192];
-    while (const size_t size = fread(block, 1, sizeof(block), source.get())) {
-        if (fwrite(block, 1, size, target.get()) != size) {
-            return false;
-        }
-    }
-    return feof(source.get()) != 0;
+    errno = Copy(from.c_str(), to.c_str());
+    return errno == 0;
 }
 
 bool VynSetReadOnly(const SString& path, bool readOnly) {

@@ -1,7 +1,9 @@
-#include <cstdio>
+#include <algorithm>
+#include <cerrno>
 #include <cstdlib>
 #include <cstring>
 
+#include "Files/File_p.h"
 #include "Paths/SPathName_p.h"
 #include "Platform.h"
 #include "SPathName.h"
@@ -15,6 +17,7 @@ namespace vyn {
 namespace {
 
 const char fileVariable[] = "ZEM_URN_MAP_FILE";
+constexpr size_t maxFile = 16 * 1024 * 1024;
 
 bool bMapLives = false;
 
@@ -48,19 +51,13 @@ void VynParseUrnEnvVariableAndInsertUrns(std::map<SString, SString>& map) {
     if (!value) {
         return;
     }
-    const SString path(value);
-    FILE* file = fopen(path.c_str(), "r");
-    if (!file) {
-        detail::ReportOwnString(detail::eStrOpenForReadFailed, {path});
+    std::string text;
+    if (detail::ReadFile(value, text, maxFile) != 0) {
+        detail::ReportOwnString(detail::eStrOpenForReadFailed, {value});
         return;
     }
-    SString text;
-    for (int c = fgetc(file); c != EOF; c = fgetc(file)) {
-        if (c != '\r' && c != '\0') {
-            text += static_cast<char>(c);
-        }
-    }
-    fclose(file);
+    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\0'; }),
+               text.end());
     InsertURNsFromList(text, map);
 }
 
@@ -86,27 +83,51 @@ void ReadMapFrom(const SPathName& path) {
     FillMap(*VynGetUrnUriMap());  // NOLINT(clang-analyzer-unix.Malloc): the environment keeps the copy
 }
 
-void ReportNotOpened(const SPathName& path) {
-    vynerr << "Can not open the file: " << path << endl << flush;
+// The text of a map file. Each entry is a line.
+std::string LinesOf(const std::vector<SString>& entries) {
+    std::string text;
+    for (const SString& entry : entries) {
+        text += entry + "\n";
+    }
+    return text;
 }
 
-// Writes each entry as a line and closes the file. What a full disk refuses may only show at the close.
-// Returns false, and reports, when not all was written.
-bool WriteAndClose(FILE* file, const SPathName& path, const std::vector<SString>& entries) {
-    bool written = true;
-    for (const SString& entry : entries) {
-        written = fwrite(entry.data(), 1, entry.size(), file) == entry.size() && fputc('\n', file) != EOF;
-        if (!written) {
-            break;
-        }
+// 0 or an error number, as for the next one.
+int WriteMapFile(const SPathName& path, const std::string& text) {
+    const int error = detail::CheckWritable(path.c_str());
+    return error ? error : detail::ReplaceFile(path.c_str(), text);
+}
+
+int AppendToMapFile(const SPathName& path, const std::string& lines) {
+    if (const int error = detail::CheckWritable(path.c_str())) {
+        return error;
     }
-    if (fclose(file) != 0) {
-        written = false;
+    detail::FileReplacement file(path.c_str());
+    if (const int error = file.Lock()) {
+        return error;
     }
-    if (!written) {
-        vynerr << "Error occured while writing to file :" << path << endl << flush;
+    std::string text;
+    const int error = file.Read(text);
+    if (error != 0 && error != ENOENT) {
+        return error;
     }
-    return written;
+    if (!text.empty() && text.back() != '\n') {
+        text += '\n';  // a line that its author left open
+    }
+    return file.Replace({text, lines}, detail::Durability::eSynced);
+}
+
+// Tells that the map file wasn't written, and stands as before.
+void ReportNotWritten(const SPathName& path, int error) {
+    const bool opened =
+        error == ENOSPC || error == EDQUOT || error == EFBIG || error == EIO || error == EILSEQ;
+    vynerr << (opened ? "Error occured while writing to file :" : "Can not open the file: ") << path << endl
+           << flush;
+}
+
+// False for what would be read back as something else.
+bool CanBeAnEntry(const SString& name, const SString& target) {
+    return name.find_first_of(":;\n") == SString::npos && target.find_first_of(";\n") == SString::npos;
 }
 
 }  // namespace
@@ -180,10 +201,8 @@ void SUrnResolver::RegisterURNsFromOptionString(const SString& text) {
     if (!GetURNMapTextFile(path)) {
         return;
     }
-    if (FILE* file = fopen(path.c_str(), "w")) {
-        WriteAndClose(file, path, entries);
-    } else {
-        ReportNotOpened(path);
+    if (const int error = WriteMapFile(path, LinesOf(entries))) {
+        ReportNotWritten(path, error);
     }
     ReadMapFrom(path);
 }
@@ -200,14 +219,13 @@ void SUrnResolver::RegisterURNAndSaveURNMapFile(const SString& name, const SStri
     if (!GetURNMapTextFile(path)) {
         return;
     }
-    FILE* file = fopen(path.c_str(), "a");
-    if (!file) {
-        ReportNotOpened(path);
+    const int error =
+        CanBeAnEntry(name, target) ? AppendToMapFile(path, LinesOf({SString(name + ":" + target)})) : EILSEQ;
+    if (error != 0) {
+        ReportNotWritten(path, error);
         return;
     }
-    if (WriteAndClose(file, path, {SString(name + ":" + target)})) {
-        RegisterURNsWithoutOptions();
-    }
+    RegisterURNsWithoutOptions();
 }
 
 }  // namespace vyn
