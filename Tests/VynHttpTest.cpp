@@ -102,11 +102,13 @@ TEST(ReplaceInStr, GoesOnOneByteBehindTheEndLessTheLengthOfThePattern) {
     const struct {
         std::string text, from, to, expected;
     } rows[] = {
-        {"a\\b\\\\", "\\", "/", "a/b//"}, {"aXa", "a", "", "X"},
+        {"a\\b\\\\", "\\", "/", "a/b//"},
+        {"aXa", "a", "", "X"},
         {"abcabc", "abc", "", "abc"},   // the start wraps
         {"xxabcabc", "abc", "", "xx"},  // far enough from the start
         {"abb", "ab", "a", "a"},        // the inserted text is part of the next match
         {"abc", "", "-", "-a-b-c-"},
+        {std::string(1 << 20, 'a'), "a", "bb", std::string(2 << 20, 'b')},  // in no time
     };
     for (const auto& row : rows) {
         EXPECT_EQ(ReplaceInStr(row.text, row.from, row.to), row.expected) << row.text << ' ' << row.from;

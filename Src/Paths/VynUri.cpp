@@ -2,18 +2,11 @@
 
 #include <cstring>
 
+#include "Text/CharClass_p.h"
+
 namespace vyn {
 
 namespace {
-
-// ASCII only, whatever the locale says.
-bool IsLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 bool HasPrefix(const char* text, const char* prefix) {
     return text && strncmp(text, prefix, strlen(prefix)) == 0;
@@ -22,10 +15,10 @@ bool HasPrefix(const char* text, const char* prefix) {
 }  // namespace
 
 bool VynIsAUri(const char* text) {
-    if (!IsLetter(*text)) {
+    if (!detail::IsLetter(*text)) {
         return false;
     }
-    while (IsLetter(*text) || IsDigit(*text)) {
+    while (detail::IsLetter(*text) || detail::IsDigit(*text)) {
         ++text;
     }
     return *text == ':';

@@ -1,9 +1,10 @@
 #include "VynHttp.h"
 
 #include <algorithm>
-#include <cctype>
 #include <cstdio>
 #include <cstring>
+
+#include "Text/CharClass_p.h"
 
 namespace vyn {
 
@@ -90,26 +91,40 @@ void SplitUrl(const std::string& url, std::string& protocol, std::string& host, 
 }
 
 std::string ReplaceInStr(const std::string& text, const std::string& from, const std::string& to) {
-    std::string result = text;
-    size_t pos = result.find(from);
-    while (pos != std::string::npos) {
+    if (from.empty()) {
+        std::string result = to;
+        for (const char c : text) {
+            result += c;
+            result += to;
+        }
+        return result;
+    }
+    std::string result;
+    size_t start = 0;  // where a match may begin
+    for (size_t i = 0; i < text.length(); ++i) {
+        result += text[i];
+        if (text[i] != from.back() || result.length() < start + from.length()) {
+            continue;
+        }
+        const size_t pos = result.length() - from.length();
+        if (result.compare(pos, from.length(), from) != 0) {
+            continue;
+        }
         result.replace(pos, from.length(), to);
-        // Wraps to a place behind the text when it would lie before its start, which ends the search.
-        pos = result.find(from, pos - from.length() + to.length() + 1);
+        if (result.length() + 1 < from.length()) {
+            return result.append(text, i + 1);
+        }
+        start = result.length() + 1 - from.length();
     }
     return result;
 }
 
 void ToUpper(std::string& text) {
-    for (char& c : text) {
-        c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
-    }
+    detail::ToUpper(text);
 }
 
 void ToLower(std::string& text) {
-    for (char& c : text) {
-        c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    }
+    detail::ToLower(text);
 }
 
 }  // namespace vyn

@@ -2,6 +2,7 @@
 #include <array>
 #include <cstring>
 
+#include "Text/CharClass_p.h"
 #include "Text/InitOrder_p.h"
 #include "VynHttp.h"
 
@@ -23,7 +24,7 @@ constexpr bool IsOneOf(signed char c, const char* bytes) {
 
 // The tests take signed characters: a byte of 128 or above is negative, and none of them.
 constexpr bool isAlphaOrDigitChar(signed char c) {
-    return (c >= 'A' && c <= 'Z') || (c >= 'a' && c <= 'z') || (c >= '0' && c <= '9');
+    return detail::IsLetter(c) || detail::IsDigit(c);
 }
 
 constexpr bool isReservedChar(signed char c) {

@@ -3,12 +3,12 @@
 #include <strings.h>
 #include <unistd.h>
 
-#include <cctype>
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
 #include <stdexcept>
 
+#include "Text/CharClass_p.h"
 #include "Text/Environment_p.h"
 
 namespace vyn {
@@ -82,15 +82,11 @@ int SString::Insert(int pos, const SString& text) {
 }
 
 void SString::MakeUpper() {
-    for (char& c : *this) {
-        c = static_cast<char>(toupper(static_cast<unsigned char>(c)));
-    }
+    detail::ToUpper(*this);
 }
 
 void SString::MakeLower() {
-    for (char& c : *this) {
-        c = static_cast<char>(tolower(static_cast<unsigned char>(c)));
-    }
+    detail::ToLower(*this);
 }
 
 bool VynGetCurrentDirectory(SString& dir) {
