@@ -159,12 +159,14 @@ public:
     /// upper bound of the result's length; text beyond that bound isn't made. \p format may point into this
     /// object.
     ///
-    /// The scan knows the conversions `c C s S d i o u x X p e g G f n` with one prefix letter. Others, `E`,
-    /// `ll` and so on, count as no output, so that their format is refused.
+    /// The scan knows the conversions `c C s S d i o u x X p e g G f n`, the prefixes `h` and `l`, and those that
+    /// belong to numbers, `hh ll j z t L`. What it doesn't know, `E`, `a`, `%1$s` and so on, counts as no output
+    /// and makes it refuse the format: from there on no argument is read. Of a text with a precision it reads that
+    /// many elements at most.
     /// \pre \p format isn't null.
     /// \return the upper bound, which isn't the length of the result. `errno` is EINVAL and the string empty
-    /// when the result doesn't fit in the bound or the format is refused by the system; else `errno` is left
-    /// alone.
+    /// when the result doesn't fit in the bound or the format is refused, by the scan or by the system; else
+    /// `errno` is left alone.
     int Format(const char* format, ...) __attribute__((format(printf, 2, 3)));
     /// The same as Format.
     int FormatMessage(const char* format, ...) __attribute__((format(printf, 2, 3)));

@@ -108,6 +108,7 @@ void ExpectFormat(const char* format, const char* text, int bound, Args... args)
 }
 
 TEST(Format, ReturnsTheBoundOfTheScan) {
+    const char unended[] = {'a', 'b', 'c', 'd'};
     ExpectFormat("%d", "5", 32, 5);
     ExpectFormat("%%", "%", 1);
     ExpectFormat("%s", "", 1, "");
@@ -119,9 +120,30 @@ TEST(Format, ReturnsTheBoundOfTheScan) {
     ExpectFormat("%c", "c", 2, 'c');
     ExpectFormat("%ls|%S", "ab|cde", 6, L"ab", L"cde");
     ExpectFormat("%s-%d-%s", "a-1-b", 36, "a", 1, "b");
-    ExpectFormat("%E", nullptr, 0, 1.0);
-    ExpectFormat("%lld", nullptr, 1, 123456LL);
     ExpectFormat("%5.2s", nullptr, 2, "xyz");
+    ExpectFormat("%.3s%.0s%.2ls", "abcde", 6, unended, unended + 4, L"de");
+    ExpectFormat("%.*s", "xyz", 3, -1, "xyz");
+}
+
+TEST(Format, FindsTheTextBehindEachSizeOfNumber) {
+    ExpectFormat("%hhd %s", "5 x", 34, 5, "x");
+    ExpectFormat("%ld %s", "-5000000000 x", 34, -5000000000L, "x");
+    ExpectFormat("%lld %s", "-5000000000 x", 34, -5000000000LL, "x");
+    ExpectFormat("%jd %s", "5 x", 34, intmax_t{5}, "x");
+    ExpectFormat("%zu %s", "5 x", 34, size_t{5}, "x");
+    ExpectFormat("%td %s", "5 x", 34, ptrdiff_t{5}, "x");
+    ExpectFormat("%.1Lf %s", "5.0 x", 11, 5.0L, "x");
+    ExpectFormat("%Lg %d %s", "5 6 x", 163, 5.0L, 6, "x");
+}
+
+TEST(Format, ReadsNoTextBehindWhatItDoesNotKnow) {
+    ExpectFormat("%E", nullptr, 0, 1.0);
+    ExpectFormat("%E %d %s", nullptr, 40, 1.0, 1, 2);
+    ExpectFormat("%y%s", nullptr, 6, 1);
+    ExpectFormat("%1$s", nullptr, 1, 1);
+    ExpectFormat("%Fd %s", nullptr, 39, 1.0, 1);
+    ExpectFormat("%llls", nullptr, 1, 1);
+    ExpectFormat("%hhs", nullptr, 6, 1);
 }
 
 TEST(Format, TakesItsOwnTextAndCountsNothingForN) {
@@ -141,6 +163,7 @@ TEST(Format, TakesItsOwnTextAndCountsNothingForN) {
 TEST(Trace, ReturnsTheBoundWithTracingOff) {
     testing::internal::CaptureStdout();
     EXPECT_EQ(xq_trace("%d", 5), 32);
+    EXPECT_EQ(xq_trace("%zu %s %E %d", size_t{5}, "x", 1.0, 1), 68);
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 

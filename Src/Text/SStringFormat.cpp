@@ -2,22 +2,21 @@
 #include <cerrno>
 #include <climits>
 #include <cstdarg>
+#include <cstddef>
+#include <cstdint>
 #include <cstdio>
 #include <cstdlib>
 #include <cstring>
 #include <cwchar>
 
 #include "SString.h"
+#include "Text/CharClass_p.h"
 #include "Text/Environment_p.h"
 #include "Text/InitOrder_p.h"
 
 namespace vyn {
 
 namespace {
-
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
 
 // Widths and bounds are counted in 64 bits and kept within an int.
 int Clamp(long long n) {
@@ -27,17 +26,22 @@ int Clamp(long long n) {
 // Reads decimal digits at `p` and moves it behind them.
 int ReadDigits(const char*& p) {
     int n = 0;
-    for (; IsDigit(*p); ++p) {
+    for (; detail::IsDigit(*p); ++p) {
         n = Clamp(n * 10LL + (*p - '0'));
     }
     return n;
 }
 
+// What a prefix says of the argument: narrow and wide by one letter, and the sizes of an integer. `L` is
+// large for both kinds of numbers.
+enum class Prefix { eNone, eNarrow, eWide, eByte, eLongLong, eMax, eSize, eDifference, eLarge };
+
 // One conversion of a format, as the scan understands it.
 struct Conversion {
     int width = 0;
     int precision = 0;
-    char prefix = 0;  // 'h' narrow, 'l' wide, 0 neither
+    bool truncates = false;  // a precision of 0 that is written does too
+    Prefix prefix = Prefix::eNone;
     char letter = 0;
 
     int Limited(size_t length) const {
@@ -46,11 +50,14 @@ struct Conversion {
     }
     int AtLeast(int size) const { return std::max(size, Clamp(static_cast<long long>(width) + precision)); }
     bool IsWideText() const {
-        return prefix == 'l' ? letter == 's' || letter == 'S' : prefix == 0 && letter == 'S';
+        return prefix == Prefix::eWide || (prefix != Prefix::eNarrow && letter == 'S');
     }
+    // The most elements that are read of a text, which needs no NUL behind them.
+    size_t MostElements() const { return truncates ? static_cast<size_t>(precision) : SIZE_MAX; }
 };
 
-// The scan reads the arguments of the list that it is given: the caller hands it a copy.
+// The scan reads the arguments of the list that it is given: the caller hands it a copy. Behind something
+// that it doesn't know it can't tell which argument belongs to what, and reads none.
 struct FormatScan {
     explicit FormatScan(va_list list) { va_copy(m_args, list); }
     FormatScan(const FormatScan&) = delete;
@@ -79,8 +86,14 @@ struct FormatScan {
         }
         return Clamp(bound);
     }
+    bool IsRefused() const { return m_bRefused; }
 
 private:
+    template <class T>
+    T Next() {
+        return m_bRefused ? T() : va_arg(m_args, T);
+    }
+
     // Reads flags, width, precision and prefix at `p` and returns what the flags add to the bound.
     int ReadModifiers(const char*& p, Conversion& conversion) {
         int extra = 0;
@@ -88,7 +101,7 @@ private:
             if (*p == '#') {
                 extra += 2;
             } else if (*p == '*') {
-                conversion.width = va_arg(m_args, int);
+                conversion.width = Next<int>();
                 if (conversion.width != 0) {
                     ++p;
                     break;
@@ -100,72 +113,151 @@ private:
         }
         if (*p == '.') {
             ++p;
-            if (*p == '*') {
-                conversion.precision = va_arg(m_args, int);
-                ++p;
-            } else {
-                conversion.precision = ReadDigits(p);
+            ReadPrecision(p, conversion);
+        }
+        conversion.prefix = ReadPrefix(p);
+        return extra;
+    }
+
+    void ReadPrecision(const char*& p, Conversion& conversion) {
+        int precision = 0;
+        if (*p == '*') {
+            precision = Next<int>();
+            ++p;
+        } else {
+            precision = ReadDigits(p);
+        }
+        // A negative one counts as none.
+        conversion.truncates = precision >= 0;
+        conversion.precision = std::max(precision, 0);
+    }
+
+    Prefix ReadPrefix(const char*& p) {
+        static const struct {
+            const char* text;
+            Prefix prefix;
+        } rows[] = {{"hh", Prefix::eByte},      {"h", Prefix::eNarrow}, {"ll", Prefix::eLongLong},
+                    {"l", Prefix::eWide},       {"j", Prefix::eMax},    {"z", Prefix::eSize},
+                    {"t", Prefix::eDifference}, {"L", Prefix::eLarge}};
+        for (const auto& row : rows) {
+            const size_t length = strlen(row.text);
+            if (strncmp(p, row.text, length) == 0) {
+                p += length;
+                return row.prefix;
             }
         }
-        if (*p == 'h' || *p == 'l') {
-            conversion.prefix = *p++;
-        } else if (*p == 'F' || *p == 'N' || *p == 'L') {
+        // Prefixes of another system, which the formatter of this one takes for conversions.
+        if (*p == 'F' || *p == 'N') {
             ++p;
+            m_bRefused = true;
         }
-        return extra;
+        return Prefix::eNone;
     }
 
     int ItemSize(const Conversion& conversion) {
         switch (conversion.letter) {
-            case 'c':
-            case 'C':
-                (void)va_arg(m_args, int);
-                return conversion.Limited(2);
-            case 's':
-            case 'S':
-                return TextSize(conversion);
             case 'd':
             case 'i':
             case 'o':
             case 'u':
             case 'x':
             case 'X':
-                (void)va_arg(m_args, int);
+                ReadInteger(conversion.prefix);
                 return conversion.AtLeast(32);
-            case 'p':
-                (void)va_arg(m_args, void*);
-                return conversion.AtLeast(32);
+            case 'n':
+                Next<void*>();
+                return 0;
             case 'e':
             case 'g':
             case 'G':
-                (void)va_arg(m_args, double);
+                ReadNumber(conversion);
                 return conversion.AtLeast(128);
             case 'f':
-                return std::max(0, snprintf(nullptr, 0, "%*.*f", conversion.width,
-                                            Clamp(conversion.precision + 6LL), va_arg(m_args, double)));
-            case 'n':
-                (void)va_arg(m_args, void*);
-                return 0;
+                return ReadNumber(conversion);
             default:
+                return OtherSize(conversion);
+        }
+    }
+
+    // The size of what takes no prefix but those of one letter.
+    int OtherSize(const Conversion& conversion) {
+        if (conversion.prefix > Prefix::eWide && conversion.prefix != Prefix::eLarge) {
+            m_bRefused = true;
+        }
+        switch (conversion.letter) {
+            case 'c':
+            case 'C':
+                Next<int>();
+                return conversion.Limited(2);
+            case 's':
+            case 'S':
+                return TextSize(conversion);
+            case 'p':
+                Next<void*>();
+                return conversion.AtLeast(32);
+            default:
+                m_bRefused = true;
                 return 0;
         }
+    }
+
+    void ReadInteger(Prefix prefix) {
+        switch (prefix) {
+            case Prefix::eWide:
+                Next<long>();
+                break;
+            case Prefix::eLongLong:
+            case Prefix::eLarge:
+                Next<long long>();
+                break;
+            case Prefix::eMax:
+                Next<intmax_t>();
+                break;
+            case Prefix::eSize:
+                Next<size_t>();
+                break;
+            case Prefix::eDifference:
+                Next<ptrdiff_t>();
+                break;
+            default:
+                Next<int>();
+        }
+    }
+
+    // Returns the length of the number as `f` writes it.
+    int ReadNumber(const Conversion& conversion) {
+        const int precision = Clamp(conversion.precision + 6LL);
+        const int length =
+            conversion.prefix == Prefix::eLarge
+                ? snprintf(nullptr, 0, "%*.*Lf", conversion.width, precision, Next<long double>())
+                : snprintf(nullptr, 0, "%*.*f", conversion.width, precision, Next<double>());
+        return std::max(0, length);
     }
 
     int TextSize(const Conversion& conversion) {
         const size_t sizeOfNull = 6;  // "(null)"
         size_t length = sizeOfNull;
         if (conversion.IsWideText()) {
-            if (const wchar_t* wide = va_arg(m_args, const wchar_t*)) {
-                length = wcslen(wide);
+            if (const wchar_t* wide = Next<const wchar_t*>()) {
+                length = wcsnlen(wide, conversion.MostElements());
             }
-        } else if (const char* text = va_arg(m_args, const char*)) {
-            length = strlen(text);
+        } else if (const char* text = Next<const char*>()) {
+            length = strnlen(text, conversion.MostElements());
         }
         return conversion.Limited(std::max(length, size_t{1}));
     }
 
     va_list m_args;
+    bool m_bRefused = false;
 };
+
+int Measure(const char* format, va_list args) {
+    va_list measured;
+    va_copy(measured, args);
+    const int length = vsnprintf(nullptr, 0, format, measured);
+    va_end(measured);
+    return length;
+}
 
 // qzd_trace, which is set while the library loads.
 struct TraceSwitch {
@@ -179,13 +271,11 @@ VYN_INIT(VYN_INIT_TRACE) TraceSwitch qzd_trace;
 
 int SString::FormatV(const char* format, void* args) {
     va_list& list = *static_cast<va_list*>(args);
-    const int bound = FormatScan(list).Bound(format);
+    FormatScan scan(list);
+    const int bound = scan.Bound(format);
 
     const int savedErrno = errno;
-    va_list measured;
-    va_copy(measured, list);
-    const int length = vsnprintf(nullptr, 0, format, measured);
-    va_end(measured);
+    const int length = scan.IsRefused() ? -1 : Measure(format, list);
     if (length < 0 || length > bound) {
         clear();
         errno = EINVAL;
