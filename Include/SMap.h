@@ -7,6 +7,7 @@
 #include <cstddef>
 #include <cstdint>
 #include <cstring>
+#include <type_traits>
 #include <utility>
 
 #include "SString.h"
@@ -39,9 +40,18 @@ struct TextKey {
 // Hash and equality of the keys: the numeric form serves integers and pointers.
 template <class K>
 struct MapKey {
-    static size_t Hash(K key) { return static_cast<size_t>((uintptr_t)key >> 2); }
+    static size_t Hash(K key) { return static_cast<size_t>(ToNumber(key) >> 2); }
     static bool Equal(K a, K b) { return a == b; }
     static K Make(K key) { return key; }
+
+private:
+    static uintptr_t ToNumber(K key) {
+        if constexpr (std::is_pointer_v<K>) {
+            return reinterpret_cast<uintptr_t>(key);
+        } else {
+            return static_cast<uintptr_t>(key);
+        }
+    }
 };
 
 template <>
@@ -112,13 +122,9 @@ public:
         if (!node) {
             return 0;
         }
-        MapNode* previous = nullptr;
-        for (MapNode* walk = m_ppTable[node->bucket]; walk != node; walk = walk->next) {
-            previous = walk;
-        }
-        (previous ? previous->next : m_ppTable[node->bucket]) = node->next;
+        Unlink(node);
         if (m_pIndex) {
-            m_pIndex->Remove(node, previous);
+            m_pIndex->Remove(node);
         }
         delete node;
         --m_nCount;
@@ -144,6 +150,7 @@ private:
 
     struct MapNode {
         MapNode* next;
+        MapNode* previous;  // of the first node of a chain the last one
         unsigned bucket;
         unsigned hash;  // what 32 bits hold of it, to tell most keys apart without a look at them
         K key;
@@ -151,7 +158,7 @@ private:
         MapNode* indexNext;
     };
 
-    // A second table over the same nodes, which grows with the map. It also knows the end of each chain.
+    // A second table over the same nodes, which grows with the map.
     struct Index {
         explicit Index(size_t size) : buckets(new MapNode* [size] {}), mask(size - 1) {}
         Index(const Index&) = delete;
@@ -163,22 +170,17 @@ private:
             MapNode*& head = Head(node->hash);
             node->indexNext = head;
             head = node;
-            tails[node->bucket] = node;
         }
-        void Remove(MapNode* node, MapNode* previousInChain) {
+        void Remove(MapNode* node) {
             MapNode** link = &Head(node->hash);
             while (*link != node) {
                 link = &(*link)->indexNext;
             }
             *link = node->indexNext;
-            if (tails[node->bucket] == node) {
-                tails[node->bucket] = previousInChain;
-            }
         }
 
         MapNode** buckets;
         size_t mask;
-        MapNode* tails[kBuckets] = {};
     };
 
     static int Get(const MapNode* node, V& value) {
@@ -234,9 +236,10 @@ private:
             m_ppTable = new MapNode* [kBuckets] {};
         }
         const unsigned bucket = static_cast<unsigned>(hash % kBuckets);
-        MapNode* node = new MapNode{
-            nullptr, bucket, static_cast<unsigned>(hash), detail::MapKey<K>::Make(key), V(), nullptr};
-        *EndOfChain(bucket) = node;
+        MapNode* node =
+            new MapNode{nullptr, nullptr, bucket, static_cast<unsigned>(hash), detail::MapKey<K>::Make(key),
+                        V(),     nullptr};
+        Link(node);
         ++m_nCount;
         if (m_pIndex && m_nCount <= static_cast<int>(m_pIndex->mask)) {
             m_pIndex->Add(node);
@@ -246,15 +249,23 @@ private:
         return node;
     }
 
-    MapNode** EndOfChain(unsigned bucket) const {
-        if (m_pIndex) {
-            return m_pIndex->tails[bucket] ? &m_pIndex->tails[bucket]->next : &m_ppTable[bucket];
+    // Appends `node` to its chain.
+    void Link(MapNode* node) {
+        MapNode*& head = m_ppTable[node->bucket];
+        if (!head) {
+            head = node;
+        } else {
+            node->previous = head->previous;
+            head->previous->next = node;
         }
-        MapNode** link = &m_ppTable[bucket];
-        while (*link) {
-            link = &(*link)->next;
+        head->previous = node;
+    }
+    void Unlink(MapNode* node) {
+        MapNode*& head = m_ppTable[node->bucket];
+        (node == head ? head : node->previous->next) = node->next;
+        if (MapNode* follower = node->next ? node->next : head) {
+            follower->previous = node->previous;
         }
-        return link;
     }
 
     // Indexes all entries anew, with room for twice as many.

@@ -2,7 +2,7 @@
 
 /// \file
 /// The soft assertion and small helpers that every module shares. No locks: vyn_assert and vyn_strerror are for
-/// one thread at a time.
+/// one thread at a time. All is defined in Messages/Vyn.cpp, since assertions report on the error stream.
 
 #include <cstddef>
 

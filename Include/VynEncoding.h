@@ -109,11 +109,20 @@ public:
 
 /// \brief What DetectEncoding found out about a block of bytes.
 struct VYN_API EncodingInfo {
-    /// \return the encoding's name, "Unknown" for a number that isn't from 1 to 4.
+    /// The numbers of the encodings.
+    enum Encoding {
+        eUnknown = 0,
+        eUTF16LE = 1,
+        eUTF16BE = 2,
+        eUTF8 = 3,
+        eASCII = 4,  ///< US-ASCII, which is never detected
+    };
+
+    /// \return the encoding's name, "Unknown" for a number that none has.
     std::basic_string<char> GetEncodingName() const;
 
-    /// 0 unknown, 1 UTF-16 little endian, 2 UTF-16 big endian, 3 UTF-8, 4 US-ASCII, which is never detected.
-    int m_nEncoding = 0;
+    /// An Encoding.
+    int m_nEncoding = eUnknown;
     /// True when the bytes began with a byte-order mark.
     bool m_bByteOrderMark = false;
 };

@@ -6,6 +6,7 @@
 
 #include <algorithm>
 #include <cstdint>
+#include <unordered_set>
 #include <vector>
 
 #include "VynExport.h"
@@ -161,7 +162,7 @@ public:
     static int Unmark(const void* p);
 
 private:
-    static SVector<void*> m_listMarkers;  // of SVector<void*>*, the current set first
+    static std::vector<std::unordered_set<const void*>> m_listMarkers;  // the current set last
 };
 
 }  // namespace vyn

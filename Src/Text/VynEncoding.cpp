@@ -24,10 +24,12 @@ static_assert(sizeof(wchar_t) == sizeof(UChar32), "a wide character is a UTF-32 
 constexpr size_t kMaxElements = INT32_MAX / 4;
 
 struct ByteOrderMark {
-    int encoding;
+    EncodingInfo::Encoding encoding;
     std::string_view mark;
 };
-constexpr ByteOrderMark kMarks[] = {{1, "\xFF\xFE"}, {2, "\xFE\xFF"}, {3, "\xEF\xBB\xBF"}};
+constexpr ByteOrderMark kMarks[] = {{EncodingInfo::eUTF16LE, "\xFF\xFE"},
+                                    {EncodingInfo::eUTF16BE, "\xFE\xFF"},
+                                    {EncodingInfo::eUTF8, "\xEF\xBB\xBF"}};
 
 struct Icu {
     void* library = dlopen(VYN_ICU_SONAME, RTLD_NOW);
@@ -106,8 +108,8 @@ bool IsCharUTF8(const unsigned char* text, bool& invalid) {
     return true;
 }
 
-int UTF8OrUnknown(const char* text) {
-    return IsUTF8(text) ? 3 : 0;
+EncodingInfo::Encoding UTF8OrUnknown(const char* text) {
+    return IsUTF8(text) ? EncodingInfo::eUTF8 : EncodingInfo::eUnknown;
 }
 
 }  // namespace
@@ -247,13 +249,13 @@ ANSIString& ANSIString::operator=(const WString& text) {
 
 std::basic_string<char> EncodingInfo::GetEncodingName() const {
     switch (m_nEncoding) {
-        case 1:
+        case eUTF16LE:
             return "UTF-16LE";
-        case 2:
+        case eUTF16BE:
             return "UTF-16BE";
-        case 3:
+        case eUTF8:
             return "UTF-8";
-        case 4:
+        case eASCII:
             return "US-ASCII";
         default:
             return "Unknown";
@@ -284,7 +286,7 @@ EncodingInfo DetectEncoding(const char* data, unsigned length) {
         info.m_nEncoding = UTF8OrUnknown(std::basic_string<char>(data, length).c_str());
         return info;
     }
-    info.m_nEncoding = zeros[1] >= zeros[0] ? 1 : 2;
+    info.m_nEncoding = zeros[1] >= zeros[0] ? EncodingInfo::eUTF16LE : EncodingInfo::eUTF16BE;
     return info;
 }
 

@@ -4,41 +4,22 @@
 
 namespace vyn {
 
-namespace {
-
-SVector<void*>& ToSet(void* element) {
-    return *static_cast<SVector<void*>*>(element);
-}
-
-}  // namespace
-
-VYN_INIT(VYN_INIT_MARKERS) SVector<void*> SMapMarker::m_listMarkers;
+VYN_INIT(VYN_INIT_MARKERS) std::vector<std::unordered_set<const void*>> SMapMarker::m_listMarkers;
 
 SMapMarker::SMapMarker() {
-    m_listMarkers.insert(m_listMarkers.begin(), new SVector<void*>);
+    m_listMarkers.emplace_back();
 }
 
 SMapMarker::~SMapMarker() {
-    delete &ToSet(m_listMarkers.front());
-    m_listMarkers.erase(m_listMarkers.begin());
+    m_listMarkers.pop_back();
 }
 
 int SMapMarker::Mark(const void* p) {
-    SVector<void*>& current = ToSet(m_listMarkers.front());
-    void* element = const_cast<void*>(p);
-    if (current.Find(element)) {
-        return 1;
-    }
-    current.push_back(element);
-    return 0;
+    return m_listMarkers.back().insert(p).second ? 0 : 1;
 }
 
 int SMapMarker::Unmark(const void* p) {
-    SVector<void*>& current = ToSet(m_listMarkers.front());
-    auto found = std::find(current.begin(), current.end(), p);
-    if (found != current.end()) {
-        current.erase(found);
-    }
+    m_listMarkers.back().erase(p);
     return 0;
 }
 
