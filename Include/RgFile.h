@@ -14,6 +14,13 @@
 
 namespace vyn {
 
+class CIncrSaveContext;
+class CRgKey;
+namespace detail {
+class CRgTreeBuilder;
+bool DumpTree(FILE* file, const CRgKey& root, const char* parentPath);
+}  // namespace detail
+
 /// \brief One name and value on a key or on a value. Owned by what it stands on.
 class VYN_API CRgAttribute {
 public:
@@ -39,7 +46,7 @@ public:
     /// How a value is written: texts in quotes, the two others bare.
     enum RvType { eText = 0, eBare = 1, eBareOther = 2 };
 
-    CRgValue() = default;
+    CRgValue() : m_nLine(0), m_bChanged(1), m_bInFile(0), m_nSaved(0) {}
     CRgValue(const CRgValue&) = delete;
     CRgValue& operator=(const CRgValue&) = delete;
     /// Deletes the attributes.
@@ -77,8 +84,14 @@ public:
     static int Dump(FILE* file, const char* name, RvType type, const char* value,
                     MList<CRgAttribute*>* attributes);
 
+    /// \return the line of the file, from 1, that a load read the value from; 0 for a value that a tool made.
+    int GetLine() const { return static_cast<int>(m_nLine); }
+
     /// Appends \p attribute, which the value owns from now on, with no test for one of that name.
-    void AddAttribute(CRgAttribute* attribute) { m_listAttributes.AddTail(attribute); }
+    void AddAttribute(CRgAttribute* attribute) {
+        m_listAttributes.AddTail(attribute);
+        m_bChanged = true;
+    }
     /// \return the list itself, which belongs to the value with the attributes in it. Never null.
     MList<CRgAttribute*>* GetAttributeList() { return &m_listAttributes; }
     /// \return the number of attributes.
@@ -93,10 +106,32 @@ public:
     /// Sets the first attribute of that name, or appends a new one.
     void SetAttributeValue(const char* name, const char* value);
 
+protected:
+    /// Notes that text or attributes were set.
+    void SetChanged() { m_bChanged = true; }
+    /// \return whether text or attributes were set since the value was loaded or saved; true for one that a tool made.
+    bool IsChanged() const { return m_bChanged; }
+    /// \return whether the value was in the file at the last load or save.
+    bool IsInFile() const { return m_bInFile; }
+    /// Notes that the file holds the value as it is.
+    virtual void SetInFile() {
+        m_bInFile = true;
+        m_bChanged = false;
+    }
+
 private:
+    friend class CIncrSaveContext;
+    friend class detail::CRgTreeBuilder;
+
     CRgAttribute* FindAttribute(const char* name);
 
     MList<CRgAttribute*> m_listAttributes;
+    static constexpr unsigned kMaxLine = (1u << 30) - 1;
+
+    unsigned m_nLine : 30;
+    unsigned m_bChanged : 1;
+    unsigned m_bInFile : 1;
+    unsigned m_nSaved;  // number of the last save that dealt with the value
 };
 
 /// \brief The plain value: a name, a text and a type.
@@ -176,7 +211,8 @@ public:
     /// Deletes every subkey, value and attribute. The key itself survives.
     virtual void Empty();
     /// Writes the key and all below it: its heading, its values, then its subkeys. A key without values has
-    /// no heading. Attributes of keys aren't written. Each level of keys is one level of calls.
+    /// no heading. Attributes of keys aren't written. A key whose name no heading can hold is left out with all below it and
+    /// told on `vynerr`.
     /// \param parentPath path of the parent key; null for the root, which has no heading.
     /// \return 0.
     virtual int Dump(FILE* file, const char* parentPath) const;
@@ -198,6 +234,7 @@ public:
 
 protected:
     friend class CRgFile;
+    friend bool detail::DumpTree(FILE* file, const CRgKey& root, const char* parentPath);
 
     /// Whether the object is of a class whose answers change with the structure of the tree alone: only what
     /// such keys find may be remembered. A subclass of a class of this library isn't taken for one.
@@ -207,6 +244,9 @@ protected:
     MList<CRgKey*> m_listKeys;      ///< the subkeys
     MList<CRgValue*> m_listValues;  ///< the values
     MList<CRgAttribute*> m_listAttributes;  ///< the attributes of the key
+
+private:
+    void DumpValues(FILE* file, const char* path) const;
 };
 
 /// \brief The plain key: it accepts every name, and finds keys and values by an index.
@@ -248,64 +288,24 @@ private:
 class VYN_API CRgLoader {
 public:
     /// \param root has to outlive the loader.
-    explicit CRgLoader(CRgKey& root);
+    explicit CRgLoader(CRgKey& root) : m_root(root) {}
     CRgLoader(const CRgLoader&) = delete;
     CRgLoader& operator=(const CRgLoader&) = delete;
-    ~CRgLoader();
+    ~CRgLoader() = default;
 
     /// Reads the file at \p path into the root, which keeps what it holds. What was read before a malformed
     /// place stays in the tree.
     /// \param path not null.
-    /// \return 0 when the text was read up to its end; 1 when the path is empty, the file can't be opened or
-    /// the text is malformed.
+    /// \return 0 when the text was read up to its end; 1 when the path is empty, the file can't be read or isn't a regular
+    /// one, or the text is malformed.
     int Load(const char* path);
+    /// The same for a text in memory. A NUL ends it.
+    /// \param text overwritten in the course of it.
+    /// \return 0 when the text was read up to its end; 1 when it is malformed.
+    int LoadText(std::string& text);
 
 private:
-    // The numbers of the token kinds. NextKey and NextAttribute have quirks of their own in what they return.
-    enum TokenKind {
-        eUnknown = 0,
-        eName = 1,
-        eWord = 2,
-        eString = 3,
-        eNumber = 4,
-        eTrue = 5,
-        eFalse = 6,
-        eOpen = 7,
-        eClose = 8,
-        eSectionOpen = 9,
-        eSectionClose = 10,
-        eAssign = 11,
-        eComma = 12,
-        eSlash = 13,
-        eEnd = 14
-    };
-
-    char NextChar();
-    bool Fill();
-    int NextToken();
-    int NextKey();
-    int NextAttribute();
-
-    bool SkipSpace();
-    template <class Accept>
-    void TakeWhile(Accept accept);
-    void TakeString();
-    int TakePunctuation(int kind);
-    int TakeNumber();
-    int TakeWord();
-    void ReadSections();
-    bool ReadSection();
-    void ReadAttributes(int (CRgLoader::*next)(), MList<CRgAttribute*>& attributes);
-    bool ReadValue(CRgKey* key, SString& name, SString& value);
-
     CRgKey& m_root;
-    FILE* m_pFile;
-    char m_chCurrent;     // the first byte not yet consumed; NUL at the end
-    SString m_strToken;   // stays readable after later tokens that have no text
-    int m_nToken;         // kind of the last token
-    const char* m_pNext;  // unread part of the buffer
-    const char* m_pEnd;
-    char* m_pBuffer;  // of the Load under way
 };
 
 /// \brief One Rg tree bound to a file name, with access to keys and values by path.
@@ -325,16 +325,24 @@ public:
 
     /// Empties the tree and reads the file at \p path. The first call gives the object its path name,
     /// whatever its outcome; later ones leave that alone.
-    /// \param path not null.
-    /// \return 0 on success, else 1; the tree is then empty.
+    /// \param path not null; may belong to the tree.
+    /// \return 0 on success, else 1: the tree is empty when the text is malformed, and as it was when the file can't be
+    /// read.
     int Load(const char* path);
     /// Reads the file at \p path into the tree, adding to what it holds.
-    /// \param path not null.
-    /// \return 0 on success, else 1; the whole tree is then empty, what it held before included.
+    /// \param path not null; may belong to the tree.
+    /// \return 0 on success, else 1: the whole tree is empty when the text is malformed, what it held before included; it
+    /// is as it was when the file can't be read.
     int Merge(const char* path);
-    /// Writes the tree to \p path, or to the file's own path when \p path is null. Errors while writing
-    /// aren't detected.
-    /// \return 0 on success, 1 when the path is empty, the value of `errno` when the file can't be opened.
+    /// Writes the tree to \p path, or to the file's own path when \p path is null.
+    ///
+    /// After a save, whatever happened, the path holds the old text or the new one, whole; the result says which; memory
+    /// still holds what was set, and the next save that succeeds writes it. The new text is made beside the file, which it
+    /// then replaces with the permissions of the old one; a symbolic link stays, and its target is replaced. A file that
+    /// holds the text already isn't touched. Texts aren't escaped: one with a `"` doesn't read back.
+    /// \return 0 on success. 1 when the path is empty. EILSEQ when all was written but the sections below a key whose name
+    /// no heading can hold, which `vynerr` tells. Otherwise the value of `errno`, and the old text stands: ETIMEDOUT when
+    /// another process was saving in that directory for ten seconds, EISDIR or EINVAL when the path isn't a regular file.
     int Save(const char* path);
 
     /// \return the root, owned by the file, never null.
@@ -368,10 +376,18 @@ public:
 protected:
     CRgKey* m_pRoot;    ///< the tree
     SString m_strPath;  ///< empty until the first Load
+    /// The tree isn't what the file holds: a load failed, and none was successful since.
+    bool m_bContentLost = false;
+
+    /// Empties the tree, whose file turned out malformed.
+    void LoseContent();
 
 private:
+    int Read(const char* path, bool anew);
     CRgValue* FindValue(const char* path, const char* name);
     CRgKey* MakeKey(const char* path);
+
+    bool m_bLoaded = false;  // once a load was successful
 };
 
 }  // namespace vyn

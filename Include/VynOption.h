@@ -3,11 +3,15 @@
 /// \file
 /// Options: the tables in which a tool declares them, the manager that finds their values through a stack of
 /// option files, and the files with their incremental save. Nothing here locks: a manager, its tree and its
-/// files belong to one thread, and since the keys of all option files share one save context, a save of any
-/// option file runs alone, with no other save and no load of an option file beside it. InitialSettingsManager.cpp has
+/// files belong to one thread. Processes that save one file at once wait for each other. InitialSettingsManager.cpp has
 /// what concerns the predefined files of an installation.
 
+#include <map>
+#include <memory>
 #include <set>
+#include <string>
+#include <string_view>
+#include <vector>
 
 #include "RgFile.h"
 #include "SMap.h"
@@ -22,6 +26,11 @@ class COptDummyRgKey;
 class COptionFile;
 class COptionManager;
 class COptRgKey;
+namespace detail {
+class CMerge;
+class CNewText;
+class CReplay;
+}  // namespace detail
 
 /// \brief One declared option: a row of a static table.
 ///
@@ -284,6 +293,22 @@ public:
     void ReloadAllFiles();
     /// Saves each file to its own path, from the top; results are dropped.
     void SaveAllFiles();
+    /// Chooses whether the saves of this manager's files merge; they don't at first.
+    ///
+    /// A save makes the known values of a file follow memory: what another process has written since the load is undone. A
+    /// merging save first takes over from the file, into memory, each known value that was neither set nor removed here since
+    /// the load, so that two processes that changed different options both keep theirs. Where both changed the same
+    /// option the later save wins; COptionFile::GetSaveConflicts tells.
+    /// \param merging not 0 switches it on.
+    void SetMergingSaves(int merging) { m_bMergingSaves = merging != 0; }
+    /// \return 1 when the saves merge, else 0.
+    int IsMergingSaves() const { return m_bMergingSaves ? 1 : 0; }
+    /// Chooses whether a save of this manager's files waits until the text would survive a loss of power; it does at
+    /// first. Without that a save is several times as fast, and just as whole as long as the system runs.
+    /// \param synced 0 switches it off.
+    void SetSyncedSaves(int synced) { m_bSyncedSaves = synced != 0; }
+    /// \return 1 when a save waits, else 0.
+    int IsSyncedSaves() const { return m_bSyncedSaves ? 1 : 0; }
     /// Sets the modified flag of each file.
     void SetModified();
     /// Empties the stack. The files then belong to the caller.
@@ -331,6 +356,9 @@ protected:
 private:
     template <class Set>
     const CMgrOptionSet* MakeComponent(const Set* set, const char* name);
+
+    bool m_bMergingSaves = false;
+    bool m_bSyncedSaves = true;
 };
 
 /// \brief The value of one declared option in an option file.
@@ -351,15 +379,24 @@ public:
     /// Does nothing: the option decides the type.
     /// \return 1.
     int SetType(RvType type) override;
+    /// A text with a `"` can be set, but not stored: a save leaves the line of the file as it is.
     /// \return 1.
     int SetValue(const char* value) override;
 
 private:
     friend class COptRgKey;
+    friend class detail::CMerge;
+
+    void SetInFile() override;
+    // What the file held at the last load or save; null when it had no such value.
+    const char* GetFileText() const {
+        return m_bHasBase ? m_strBase.c_str() : IsInFile() ? m_strValue.c_str() : nullptr;
+    }
 
     const COption* m_pOption;
     SString m_strValue;
-    int m_nFlags;  // bit 0: written in the save under way
+    SString m_strBase;  // what the file holds, once it isn't m_strValue
+    bool m_bHasBase = false;
 };
 
 /// \brief A key of an option file, which stands for one category.
@@ -386,32 +423,27 @@ public:
     CRgValue* FindValue(const char* name) const override;
     int AddValue(CRgValue* value) override;
     int RemoveValue(CRgValue* value) override;
-    /// As in CRgKey; notes during a save that the heading being read has attributes.
-    void SetAttributes(MList<CRgAttribute*>* attributes) override;
     void Empty() override;
 
     /// Registers with \p category, which may be null, and no longer with the present one.
     void SetCategory(const CMgrCategory* category);
     /// Called by a dying category: takes the key out of its parent and destroys it with all below it.
     void Detach();
-    /// \return 1 when the save under way has yet to write a value, else 0.
+    /// \return 1 when the save under way has yet to write a value, else 0; outside a save 1 when there is a value.
     int IsThereUnsavedValues();
-    /// Writes the values that the save under way hasn't written yet.
+    /// Writes the values that the save under way hasn't written yet, at the end of the key's last section.
     /// \pre a save is under way.
     void SaveUnsavedValues();
-    /// Writes this key, when the save under way hasn't met it, and those below it; at the end the flags of
-    /// all of them are clear.
+    /// Writes what the save under way hasn't written yet of this key and those below it, a new section for each key that it
+    /// hasn't met.
     /// \pre a save is under way.
     void SaveUnsavedKeys();
 
 protected:
     friend class CIncrSaveContext;
     friend class COptionFile;
-
-    // Flags of a key during a save.
-    static constexpr int kDealtWith = 1;      ///< a heading of the key has been closed
-    static constexpr int kOldAttributes = 2;  ///< the old file has attributes on a heading of the key
-    static constexpr int kHeading = 4;        ///< counts, with all bits above, its headings still to come
+    friend class detail::CReplay;
+    friend class detail::CMerge;
 
     bool IsOfOwnClass() const override;
     /// \return the sub-category of that name of the key's category; null when there is none.
@@ -420,17 +452,29 @@ protected:
     const COption* FindOption(const char* name) const;
 
     CMgrCategory* m_pCategory;             ///< what the key stands for; null when it is unbound
-    int m_nFlags;                          ///< kDealtWith and so on; 0 except during a save
     MMap<SString, CRgKey*> m_mapKeys;      ///< the subkeys by name
     MMap<SString, CRgValue*> m_mapValues;  ///< the values by name
 
-    /// The save under way; null except during its parse.
-    static CIncrSaveContext* m_pContext;
+    /// The save under way in this thread; null except during its parse.
+    static thread_local CIncrSaveContext* m_pContext;
 
 private:
-    CRgKey* ReplayKey(const char* name);
-    void ReplayValue(const char* name, const char* value, MList<CRgAttribute*>* attributes);
-    MList<CRgAttribute*>* HeadingAttributes();
+    int Unlink(CRgValue* value);
+    bool HasValues();
+    void NoteRemoval(CRgValue& value);
+    void NoteRemovals();
+    std::string GetAddress(const CRgValue& value) const;
+
+    // What a save knows of the key; it holds while the number is that of the save.
+    struct SaveState {
+        unsigned nSave = 0;
+        int nUnsaved = 0;             // values yet to be written
+        bool bMet = false;            // a section of the key was closed
+        bool bOldAttributes = false;  // the old file has attributes on a heading of the key
+        size_t nPiece = 0;            // where its last section ends in the new text
+        size_t nOffset = 0;
+    };
+    SaveState m_save;
 };
 
 /// \brief The root of an option file's tree. Its category is the manager.
@@ -438,11 +482,16 @@ class VYN_API COptRootRgKey : public COptRgKey {
 public:
     COptRootRgKey() : COptRgKey(nullptr) {}
 
-    /// Begins a section when an incremental save is under way.
-    CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
-
 protected:
     bool IsOfOwnClass() const override;
+
+private:
+    friend class COptRgKey;
+    friend class COptionFile;
+    friend class detail::CMerge;
+
+    // By address, key and name joined by `/`, what the file holds of the values that were removed since the load.
+    std::map<std::string, std::string> m_mapRemoved;
 };
 
 /// \brief Stands in, during an incremental save, for every section of the old file that has no key in memory.
@@ -450,16 +499,16 @@ class VYN_API COptDummyRgKey : public COptRgKey {
 public:
     COptDummyRgKey() : COptRgKey(nullptr) {}
 
-    /// \pre a save is under way.
-    /// \return this key, moved to the sub-category \p name.
+    /// Moves to the sub-category \p name, which may be unknown.
+    /// \return this key.
     CRgKey* CreateKey(const char* name, MList<CRgAttribute*>* attributes) override;
 };
 
 /// \brief The state of one incremental save.
 ///
-/// The old file is parsed twice, and the keys of the tree, which the parser drives, work on this object. The
-/// first time they count the headings of each key, so that values which a later section of the same key holds
-/// aren't taken for new ones. The second time they write the new text.
+/// The old file is read once. What is to stay is copied from it in long runs, and new text is put between them; the values
+/// that the old file doesn't hold are inserted at the end of the last section of their key when all has been read. The
+/// tree isn't changed.
 class VYN_API CIncrSaveContext {
 public:
     /// \param root root of the file's tree; outlives the context.
@@ -475,33 +524,45 @@ public:
     /// Writes the heading before a value line, when one is due.
     /// \param attributes of the heading; may be null.
     void SavePath(MList<CRgAttribute*>* attributes);
-    /// Writes the pending heading before left-over values.
+    /// Writes the pending heading of a section without a value line.
     /// \param attributes of the heading; may be null.
     void SaveKeyPath(MList<CRgAttribute*>* attributes);
-    /// Closes the section being read: values of its key that the old file doesn't hold go to its end.
+    /// Closes the section being read. Its heading is kept when it has attributes or its key is in memory.
     /// \param attributes of the heading; may be null.
     void Flush(MList<CRgAttribute*>* attributes);
-    /// Writes everything that the parse didn't reach.
+    /// Writes everything that the old file doesn't hold.
     void FlushUnsavedKeys();
 
 private:
     friend class COptionFile;
     friend class COptRgKey;
-    friend class COptRootRgKey;
-    friend class COptDummyRgKey;
+    friend class detail::CReplay;
 
-    void BeginSection();
-    void CloseSection();
-    void CountHeading();
+    int Replay(std::string_view oldText, bool keepKnown);
+    void SetInFile();
+    void NoteOldAttributes();
+    void Enter(COptRgKey* key);
+    MList<CRgAttribute*>* HeadingAttributes();
+    bool AppendUnsaved(COptRgKey* key, std::string& text);
+    bool IsDealtWith(const CRgValue& value) const;
+    void TakeValue(CRgValue* value, bool isStored);
+    void ReportUnstorable(COptRgKey* key, const char* name);
+    void ReportHeading(const char* name);
 
     COptRgKey* m_pRoot;
-    COptRgKey* m_pCurrent;      // key in memory of the section being read; null when it has none
-    COptDummyRgKey* m_pDummy;   // owned
-    SString m_strPath;          // the pending heading
-    SString m_strLastPath;      // the last plain heading written
-    FILE* m_pFile;              // the new text
-    bool m_bCounting;           // in the first of the two parses
-    bool m_bHeadingAttributes;  // the heading being read has attributes
+    COptRgKey* m_pCurrent;  // key in memory of the section being read; null when it has none
+    std::unique_ptr<COptDummyRgKey> m_pDummy;  // holds the attributes of the heading being read
+    SString m_strPath;                         // the pending heading
+    std::string_view m_oldText;                // ends in a NUL
+    const char* m_pHeading;                    // where it stands in the old text; null for a new one
+    SString m_strLastPath;                     // the last plain heading written
+    std::unique_ptr<detail::CNewText> m_pText;
+    unsigned m_nSave;   // number of this save
+    bool m_bNewFile;    // there is no old file: headings get no attributes
+    bool m_bKeepKnown;  // known values of the old file stay, when memory doesn't have them
+    bool m_bOldAttributesNoted;
+    int m_nStatus;                     // EILSEQ when something couldn't be stored
+    std::vector<CRgValue*> m_changed;  // the values that the file now holds as memory does
 };
 
 /// \brief One option file of a manager.
@@ -517,18 +578,31 @@ public:
     ~COptionFile() override;
 
     /// Empties the tree and reads \p path. The first call gives the file its path name.
-    /// \return 0 on success, and the modified flag is clear; else 1, and the tree is empty.
+    /// \return 0 on success, and the modified flag is clear; else 1: the tree is empty when the text is malformed, and as it
+    /// was when the file can't be read.
     int Load(const char* path);
-    /// Writes the file. The new text is made in a file of that name followed by "~", which then takes its
-    /// place with the permissions of the old file; when it can't, its content is copied there.
+    /// Writes the file.
+    ///
+    /// After a save, whatever happened, the path holds the old text or the new one, whole; the result says which; memory
+    /// still holds what was set, and the next save that succeeds writes it. Only a file that turns out malformed empties the
+    /// tree. The new text is made in a file of that name followed by "~", which then takes the place of the old file with
+    /// its permissions; a symbolic link stays, and its target is replaced. A file that can't be replaced, as a mount point,
+    /// is written in place. A file that holds the new text already isn't touched.
+    ///
+    /// Until a load succeeds, or Reset is called, an object whose load failed keeps the known values of the file that memory
+    /// doesn't have.
     /// \param path null means the file's own path, which a save never changes.
     /// \return 0 on success, and the modified flag is clear. 1 when the path is empty, or when the existing
-    /// file is malformed: that file stays as it was and the tree is empty. Else the value of `errno`: nothing
-    /// has changed but, when only the last step failed, that the new text stays in the "~" file.
+    /// file is malformed: that file stays as it was and the tree is empty. EILSEQ when the file has a NUL byte, and so is no
+    /// option file, or when all was written but what the format can't hold, which `vynerr` tells with its address: a value
+    /// with a `"`, whose old line stays, or a category whose name can't stand in a heading. Otherwise the value of `errno`,
+    /// and the old text stands: ETIMEDOUT when another process was saving in that directory for ten seconds.
     int Save(const char* path);
-    /// The same, but nothing is copied in the last step: when the new text can't take the file's place, the result is
-    /// the value of `errno`, and it stays in the "~" file.
+    /// The same, but a file that can't be replaced isn't written in place.
     int SaveAs(const char* path);
+    /// \return the addresses, key and name joined by `/`, of the options that the last merging save found changed both here
+    /// and in the file; the file then has what was set here. Valid until the next save.
+    const SVector<SString>& GetSaveConflicts() const { return m_listConflicts; }
 
     /// \return the modified flag: 0 after a load or a save, else what SetModifiedFlag set.
     int IsModified() const { return m_bModified; }
@@ -553,12 +627,14 @@ public:
     void SetPathName(const char* path) { m_strPath = path; }
 
 private:
-    int Rewrite(const SString& path, bool copyIfNotReplaced);
-    int Replay(const SString& path, const SString& temporary);
+    int Rewrite(const SString& path, bool overwrite);
+    bool Replay(CIncrSaveContext& context, const std::string& oldText);
+    bool Merge(std::string text);
 
     int m_bPredefined;
     COptionManager* m_pManager;
     int m_bModified;
+    SVector<SString> m_listConflicts;  // of the last merging save
 };
 
 /// Name of the attribute that marks a value as not to be redefined by the files above it.

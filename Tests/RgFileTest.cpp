@@ -156,7 +156,8 @@ TEST_F(RgFileTest, LoaderOffersTheAttributesOfARefusedHeading) {
 TEST_F(RgFileTest, UnreadablePathsGiveTheirResult) {
     CDefRgKey root("");
     EXPECT_EQ(CRgLoader(root).Load(Path("missing").c_str()), 1);
-    EXPECT_EQ(CRgLoader(root).Load(m_directory.Path().c_str()), 0) << "a directory opens and reads as empty";
+    EXPECT_EQ(CRgLoader(root).Load(m_directory.Path().c_str()), 1);
+    EXPECT_EQ(CRgLoader(root).Load("/dev/null"), 1);
 }
 
 TEST_F(RgFileTest, WriterGivesTheUsualLayout) {
@@ -220,7 +221,10 @@ TEST_F(RgFileTest, LoadReplacesAndMergeAdds) {
     EXPECT_EQ(Show(*file.GetKeyRoot()), "()") << "a failed merge empties the tree";
     file.SetValue("a", "x", "5");
     EXPECT_EQ(file.Load(Path("missing").c_str()), 1);
-    EXPECT_EQ(Show(*file.GetKeyRoot()), "()");
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "(a(x=5))") << "what can't be read changes nothing";
+    file.SetValue("a", "x", Write("[b]\"y\"=7"));
+    EXPECT_EQ(file.Load(file.GetValue("a", "x")), 0) << "the path lies in the tree";
+    EXPECT_EQ(Show(*file.GetKeyRoot()), "(b(y=7))");
 }
 
 TEST_F(RgFileTest, FirstLoadGivesThePath) {

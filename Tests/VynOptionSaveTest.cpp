@@ -8,13 +8,27 @@
 #include <vector>
 
 #include "TestSupport.h"
+#include "VynErrOut.h"
 #include "VynOption.h"
 #include "VynOptionTables.h"
+#include "ZemAPICommon.h"
 
 namespace vyn {
 namespace {
 
 using namespace test;
+
+// Gathers what arrives on vynerr.
+struct Reports : k4::IMessageOutputHandler {
+    Reports() { vynerr.PushOutput(this); }
+    ~Reports() override { vynerr.PopOutput(); }
+    bool OnMessage(const std::string& message) override {
+        text += message;
+        return true;
+    }
+    void OnFlush() override {}
+    std::string text;
+};
 
 class IncrementalSave : public testing::Test {
 protected:
@@ -82,6 +96,23 @@ TEST_F(IncrementalSave, WritesAHeadingOnlyWhereOneIsDue) {
                    [](Manager& manager, COptionFile&) { manager.SetValue("Editor", "Name", "editor"); }),
               "\n[Editor]\n\n\"Other\"=\"o\" \n")
         << "the first value went, the heading stays for the second";
+}
+
+TEST_F(IncrementalSave, HeadingsWithAttributesStay) {
+    const char* const rows[] = {
+        "\n[Editor] (a=b)\n\n\n[Build]\n\n\"Target\"=\"t\" \n",
+        "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\n[Doc/Styles/Empty/Para] (Para=Empty)\n\n",
+        "\n[Editor/Text] (k=v, w=x)\n\n\n[Editor/None] (k=v)\n\n",
+    };
+    for (const char* row : rows) {
+        EXPECT_EQ(Save(row), row);
+        EXPECT_EQ(Save(row, [](Manager&, COptionFile& file) { file.GetKeyRoot()->Empty(); }).find("()"),
+                  std::string::npos);
+    }
+    EXPECT_EQ(Save("[Editor](a=b)\"Name\"=\"n\"",
+                   [](Manager& manager, COptionFile&) { manager.SetValue("Editor", "Name", "editor"); }),
+              "\n[Editor] (a=b)\n\n")
+        << "also without a value, and with no key in memory";
 }
 
 TEST_F(IncrementalSave, ValuesAfterAHeadingWithAttributesGetAPlainOne) {
@@ -196,8 +227,11 @@ TEST_F(IncrementalSave, MalformedOldFileStaysAndTheTreeIsEmpty) {
     WriteText(m_path, "[Editor]\"Name\"=\"n\"");
     manager.SetValue("Editor", "Wrap", "false");
     EXPECT_EQ(file->Save(nullptr), 0);
-    EXPECT_EQ(ReadText(m_path), "\n[Editor]\n\n\"Wrap\"=\"false\" \n")
-        << "nothing is left of the failed save";
+    const std::string kept = "\n[Editor]\n\n\"Name\"=\"n\" \n";
+    EXPECT_EQ(ReadText(m_path), kept + "\"Wrap\"=\"false\" \n") << "memory doesn't know what the file holds";
+    file->Reset();
+    EXPECT_EQ(file->Save(nullptr), 0);
+    EXPECT_EQ(ReadText(m_path), "");
 }
 
 TEST_F(IncrementalSave, ReportsWhatCannotBeWritten) {
@@ -221,9 +255,8 @@ TEST_F(IncrementalSave, ReportsWhatCannotBeWritten) {
     const std::string directory = m_directory / "dir";
     std::filesystem::create_directory(directory);
     EXPECT_EQ(file->SaveAs(directory.c_str()), EISDIR);
-    EXPECT_TRUE(std::filesystem::exists(directory + "~")) << "the new text stays";
-    std::filesystem::remove(directory + "~");
     EXPECT_EQ(file->Save(directory.c_str()), EISDIR);
+    EXPECT_EQ(file->Save("/dev/null"), EINVAL);
 }
 
 TEST_F(IncrementalSave, KeepsThePermissionsOfTheFile) {
@@ -234,6 +267,139 @@ TEST_F(IncrementalSave, KeepsThePermissionsOfTheFile) {
     struct stat status;
     ASSERT_EQ(stat(m_path.c_str(), &status), 0);
     EXPECT_EQ(status.st_mode & 07777, 0600u);
+}
+
+// Makes a file of `text`, loads it, sets options, and saves.
+struct Tool : Manager {
+    Tool(const std::string& path, const std::string& text) {
+        WriteText(path, text);
+        file = Manager::Load(path.c_str());
+    }
+    int Save() { return file->Save(nullptr); }
+    COptionFile* file;
+};
+
+TEST_F(IncrementalSave, WhatCannotBeStoredKeepsItsOldLine) {
+    Tool tool(m_path, "[Editor]\"Name\"=\"n\"[Build]\"Target\"=\"t\"");
+    tool.SetValue("Editor", "Name", "a \"word\"");
+    tool.SetValue("Editor", "Owner", "\"");
+    tool.SetValue("Build", "Target", "new");
+    tool.file->SetModifiedFlag(1);
+    Reports reports;
+    EXPECT_EQ(tool.Save(), EILSEQ);
+    EXPECT_NE(reports.text.find("Editor/Name"), std::string::npos) << reports.text;
+    EXPECT_EQ(ReadText(m_path), "\n[Editor]\n\n\"Name\"=\"n\" \n\n[Build]\n\n\"Target\"=\"new\" \n");
+    EXPECT_EQ(tool.file->IsModified(), 1);
+    EXPECT_STREQ(tool.GetValue("Editor", "Name"), "a \"word\"");
+    tool.SetValue("Editor", "Name", "word");
+    tool.SetValue("Editor", "Owner", "o");
+    EXPECT_EQ(tool.Save(), 0);
+    EXPECT_EQ(ReadText(m_path),
+              "\n[Editor]\n\n\"Name\"=\"word\" \n\"Owner\"=\"o\" \n\n[Build]\n\n\"Target\"=\"new\" \n");
+}
+
+TEST_F(IncrementalSave, RefusesAFileThatIsNoOptionFile) {
+    for (const std::string& text : {std::string("\xff\xfe[\0E\0", 6), std::string("[Editor]\n\0", 10)}) {
+        Tool tool(m_path, text);
+        if (tool.file) {
+            tool.SetValue("Editor", "Name", "n");
+            EXPECT_EQ(tool.Save(), EILSEQ);
+        }
+        EXPECT_EQ(ReadText(m_path), text);
+    }
+}
+
+TEST_F(IncrementalSave, TouchesTheFileOnlyForAChange) {
+    Tool tool(m_path, "\n[Editor]\n\n\"Name\"=\"n\" \n");
+    WriteText(m_path + "~", "left by a killed process");
+    struct stat before;
+    struct stat after;
+    ASSERT_EQ(stat(m_path.c_str(), &before), 0);
+    EXPECT_EQ(tool.Save(), 0);
+    ASSERT_EQ(stat(m_path.c_str(), &after), 0);
+    EXPECT_EQ(before.st_ino, after.st_ino);
+    EXPECT_FALSE(std::filesystem::exists(m_path + "~"));
+}
+
+TEST_F(IncrementalSave, FollowsLinksToTheFileAndNoneToTheTemporaryOne) {
+    const std::string target = m_directory / std::string(255, 'n').c_str();
+    const std::string stranger = m_directory / "stranger";
+    WriteText(stranger, "mine");
+    Tool tool(target, "");
+    std::filesystem::create_symlink(target, m_path);
+    std::filesystem::create_symlink(stranger, m_path + "~");
+    tool.SetValue("Editor", "Name", "n");
+    EXPECT_EQ(tool.file->Save(m_path.c_str()), 0);
+    EXPECT_TRUE(std::filesystem::is_symlink(m_path));
+    EXPECT_EQ(ReadText(target), "\n[Editor]\n\n\"Name\"=\"n\" \n");
+    std::filesystem::remove(m_path);
+    std::filesystem::create_symlink(stranger, m_path + "2~");
+    EXPECT_EQ(tool.file->Save((m_path + "2").c_str()), 0);
+    EXPECT_EQ(ReadText(stranger), "mine");
+}
+
+TEST_F(IncrementalSave, FailedLoadCostsNothingOfTheFile) {
+    const std::string text = "\n[Editor]\n\n\"Name\"=\"n\" \n\"Owner\"=\"o\" \n";
+    const std::string withWrap = text + "\"Wrap\"=\"false\" \n";
+    const struct {
+        const char* what;
+        bool atFirst;           // the first load fails, not a later one
+        const char* meanwhile;  // what the path holds; null for nothing
+    } rows[] = {{"away at a reload", false, nullptr},
+                {"malformed at a reload", false, "[Editor] stray"},
+                {"away at first", true, nullptr},
+                {"malformed at first", true, "stray"}};
+    for (const auto& row : rows) {
+        Manager manager;
+        auto* file = new COptionFile(&manager);
+        manager.AddFile(file);
+        for (const bool fails : {row.atFirst, !row.atFirst}) {
+            if (fails && row.meanwhile) {
+                WriteText(m_path, row.meanwhile);
+            } else if (fails) {
+                std::filesystem::remove(m_path);
+            } else {
+                WriteText(m_path, text);
+            }
+            if (fails || !row.atFirst) {
+                EXPECT_EQ(file->Load(m_path.c_str()), fails ? 1 : 0) << row.what;
+            }
+        }
+        WriteText(m_path, text);
+        file->SetValue("Editor", "Wrap", "false");
+        EXPECT_EQ(file->Save(nullptr), 0) << row.what;
+        EXPECT_EQ(ReadText(m_path), withWrap) << row.what;
+    }
+}
+
+TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
+    const std::string text =
+        "\n[Editor]\n\n\"Name\"=\"n\" \n\"Owner\"=\"o\" \n\"Wrap\"=\"w\" \n\n[Build]\n\n\"Target\"=\"t\" \n";
+    Tool ours(m_path, text);
+    Tool theirs(m_path, text);
+    ours.SetMergingSaves(1);
+    theirs.SetValue("Editor", "Name", "theirs");      // changed there alone
+    theirs.SetValue("Editor", "Wrap", "true");        // removed there, changed here
+    theirs.SetValue("Editor/Text", "Font", "Serif");  // new there
+    theirs.SetValue("Editor", "Owner", "p");          // changed there, removed here
+    theirs.SetValue("Build", "Target", "all");        // removed there alone
+    ASSERT_EQ(theirs.Save(), 0);
+    ours.SetValue("Editor", "Wrap", "x");
+    ours.SetValue("Editor", "Owner", "nobody");
+    ours.SetIntValue("Editor", "Width", 5);
+    ASSERT_EQ(ours.Save(), 0);
+    EXPECT_EQ(ReadText(m_path),
+              "\n[Editor]\n\n\"Name\"=\"theirs\" \n\"Wrap\"=\"x\" \n\"Width\"=5 \n"
+              "\n[Editor/Text]\n\n\"Font\"=\"Serif\" \n");
+    EXPECT_STREQ(ours.GetValue("Editor/Text", "Font"), "Serif");
+    EXPECT_STREQ(ours.GetValue("Build", "Target"), "all");
+    std::string conflicts;
+    for (const SString& address : ours.file->GetSaveConflicts()) {
+        conflicts += address + " ";
+    }
+    EXPECT_EQ(conflicts, "Editor/Owner Editor/Wrap ");
+    ASSERT_EQ(ours.Save(), 0);
+    EXPECT_TRUE(ours.file->GetSaveConflicts().empty()) << "what was saved is no longer a change";
 }
 
 // Random files with repeated sections and values, headings with attributes and unknown entries.
@@ -320,6 +486,7 @@ TEST_F(IncrementalSave, HoldsWhateverTheOldFileLooksLike) {
         WriteText(m_path, old);
         const std::vector<std::string> unknown = Unknown(m_path);
         Manager manager;
+        manager.SetSyncedSaves(0);
         COptionFile* file = manager.Load(m_path.c_str());
         ASSERT_NE(file, nullptr);
         random.Change(manager);

@@ -249,11 +249,11 @@ int FileReplacement::WriteTemporary(const std::function<int(int)>& write, Durabi
     if (isThere && !S_ISREG(old.st_mode)) {
         return S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
     }
-    unlink(m_temporary.c_str());
     Descriptor file =
         OpenFile(m_temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, isThere ? 0600 : 0666);
     if (!file.IsOpen()) {
-        return errno;
+        // Only a directory can't be removed by Lock.
+        return errno == EEXIST ? EISDIR : errno;
     }
     if (isThere) {
         TakeOverOwner(file.Get(), old);

@@ -18,10 +18,7 @@ COptRgValue* detail::MakeOptionValue(const COption* option, const char* value,
     return made;
 }
 
-CIncrSaveContext* COptRgKey::m_pContext = nullptr;
-
-COptRgValue::COptRgValue(const COption* option, const char* value)
-    : m_pOption(option), m_strValue(value), m_nFlags(0) {}
+COptRgValue::COptRgValue(const COption* option, const char* value) : m_pOption(option), m_strValue(value) {}
 
 const char* COptRgValue::GetName() const {
     return m_pOption->szName;
@@ -47,11 +44,22 @@ int COptRgValue::SetType(RvType) {
 }
 
 int COptRgValue::SetValue(const char* value) {
+    if (IsInFile() && !m_bHasBase) {
+        m_strBase = m_strValue;
+        m_bHasBase = true;
+    }
+    SetChanged();
     m_strValue = value;
     return 1;
 }
 
-COptRgKey::COptRgKey(const char*) : m_pCategory(nullptr), m_nFlags(0) {}
+void COptRgValue::SetInFile() {
+    CRgValue::SetInFile();
+    m_strBase.clear();
+    m_bHasBase = false;
+}
+
+COptRgKey::COptRgKey(const char*) : m_pCategory(nullptr) {}
 
 COptRgKey::~COptRgKey() {
     SetCategory(nullptr);
@@ -74,10 +82,6 @@ const COption* COptRgKey::FindOption(const char* name) const {
 }
 
 CRgKey* COptRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {
-    if (m_pContext) {
-        detail::DestroyAttributes(attributes);
-        return ReplayKey(name);
-    }
     const CMgrCategory* category = FindSubCategory(name);
     if (!category) {
         detail::DestroyAttributes(attributes);
@@ -96,17 +100,6 @@ CRgKey* COptRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes)
     }
     AddKey(key);
     return key;
-}
-
-// Follows a heading of the old file. Where memory has no key, the dummy key stands in, and keeps the
-// category.
-CRgKey* COptRgKey::ReplayKey(const char* name) {
-    const CMgrCategory* category = FindSubCategory(name);
-    CRgKey* subkey = category ? FindKey(name) : nullptr;
-    m_pContext->AddSubPath(name);
-    m_pContext->m_pDummy->m_pCategory = const_cast<CMgrCategory*>(category);
-    m_pContext->m_pCurrent = static_cast<COptRgKey*>(subkey);
-    return subkey ? subkey : m_pContext->m_pDummy;
 }
 
 CRgKey* COptRgKey::FindKey(const char* name) const {
@@ -133,51 +126,17 @@ int COptRgKey::RemoveKey(CRgKey* key) {
 
 CRgValue* COptRgKey::CreateValue(const char* name, CRgValue::RvType, const char* value,
                                  MList<CRgAttribute*>* attributes) {
-    if (m_pContext) {
-        ReplayValue(name, value, attributes);
-        detail::DestroyAttributes(attributes);
-        return nullptr;
-    }
     COptRgValue* made = detail::MakeOptionValue(FindOption(name), value, attributes);
     if (!made) {
         return nullptr;
     }
     // Of several values of one name in a file the last one counts: an earlier one would come back with a save.
     if (CRgValue* earlier = FindValue(name)) {
-        RemoveValue(earlier);
+        Unlink(earlier);
         delete earlier;
     }
     AddValue(made);
     return made;
-}
-
-// Copies one value line of the old file: a known value as memory has it, once; an unknown one as it stands. A
-// known value that memory doesn't have leaves the file.
-void COptRgKey::ReplayValue(const char* name, const char* value, MList<CRgAttribute*>* attributes) {
-    if (m_pContext->m_bCounting) {
-        return;
-    }
-    COptRgValue* present = static_cast<COptRgValue*>(FindValue(name));
-    if (!present && !FindOption(name)) {
-        m_pContext->SavePath(HeadingAttributes());
-        CRgValue::Dump(m_pContext->m_pFile, name, CRgValue::eText, value, attributes);
-        m_pContext->ClearPath();
-        return;
-    }
-    if (!present || (present->m_nFlags & 1)) {
-        return;
-    }
-    m_pContext->SavePath(HeadingAttributes());
-    present->Dump(m_pContext->m_pFile);
-    present->m_nFlags |= 1;
-    m_pContext->ClearPath();
-}
-
-// The attributes for the heading being read: those that it has in the old file. Where the old file has none
-// on any heading of the key, the first one takes those that the key was given in memory.
-MList<CRgAttribute*>* COptRgKey::HeadingAttributes() {
-    const bool fromMemory = (m_nFlags & (kDealtWith | kOldAttributes)) == 0;
-    return m_pContext->m_bHeadingAttributes || fromMemory ? &m_listAttributes : nullptr;
 }
 
 CRgValue* COptRgKey::FindValue(const char* name) const {
@@ -192,22 +151,44 @@ int COptRgKey::AddValue(CRgValue* value) {
 }
 
 int COptRgKey::RemoveValue(CRgValue* value) {
+    if (m_listValues.Find(value)) {
+        NoteRemoval(*value);
+    }
+    return Unlink(value);
+}
+
+int COptRgKey::Unlink(CRgValue* value) {
     if (FindValue(value->GetName()) == value) {
         m_mapValues.RemoveKey(value->GetName());
     }
     return CRgKey::RemoveValue(value);
 }
 
-void COptRgKey::SetAttributes(MList<CRgAttribute*>* attributes) {
-    if (m_pContext && m_pContext->m_bCounting) {
-        m_nFlags |= kOldAttributes;
-        detail::DestroyAttributes(attributes);
-        return;
+// For a merging save: what the file has of the value is to go.
+void COptRgKey::NoteRemoval(CRgValue& value) {
+    const COptRgValue* known = dynamic_cast<COptRgValue*>(&value);
+    CRgKey* top = this;
+    while (CRgKey* parent = static_cast<COptRgKey*>(top)->m_pParent) {
+        top = parent;
     }
-    CRgKey::SetAttributes(attributes);
-    if (m_pContext) {
-        m_pContext->m_bHeadingAttributes = true;
+    auto* root = dynamic_cast<COptRootRgKey*>(top);
+    if (root && known && known->GetFileText()) {
+        root->m_mapRemoved[GetAddress(value)] = known->GetFileText();
     }
+}
+
+void COptRgKey::NoteRemovals() {
+    for (void* pos = GetFirstValuePosition(); pos;) {
+        NoteRemoval(*GetNextValue(pos));
+    }
+    for (void* pos = GetFirstKeyPosition(); pos;) {
+        static_cast<COptRgKey*>(GetNextKey(pos))->NoteRemovals();
+    }
+}
+
+std::string COptRgKey::GetAddress(const CRgValue& value) const {
+    return std::string(m_pCategory && m_pCategory->GetOwner() ? m_pCategory->GetPath() : "") + '/' +
+           value.GetName();
 }
 
 void COptRgKey::Empty() {
@@ -218,6 +199,10 @@ void COptRgKey::Empty() {
 
 bool COptRgKey::IsOfOwnClass() const {
     return typeid(*this) == typeid(COptRgKey);
+}
+
+bool COptRootRgKey::IsOfOwnClass() const {
+    return typeid(*this) == typeid(COptRootRgKey);
 }
 
 void COptRgKey::SetCategory(const CMgrCategory* category) {
@@ -236,167 +221,6 @@ void COptRgKey::Detach() {
     }
     m_pCategory = nullptr;
     delete this;
-}
-
-int COptRgKey::IsThereUnsavedValues() {
-    for (void* pos = GetFirstValuePosition(); pos;) {
-        const COptRgValue* value = static_cast<COptRgValue*>(GetNextValue(pos));
-        if (!(value->m_nFlags & 1)) {
-            return 1;
-        }
-    }
-    return 0;
-}
-
-void COptRgKey::SaveUnsavedValues() {
-    for (void* pos = GetFirstValuePosition(); pos;) {
-        COptRgValue* value = static_cast<COptRgValue*>(GetNextValue(pos));
-        if (!(value->m_nFlags & 1)) {
-            value->Dump(m_pContext->m_pFile);
-            value->m_nFlags |= 1;
-        }
-    }
-    m_nFlags |= kDealtWith;
-}
-
-void COptRgKey::SaveUnsavedKeys() {
-    const SString path = m_pContext->m_strPath;
-    m_pContext->AddSubPath(GetName());
-    if (!(m_nFlags & kDealtWith) && IsThereUnsavedValues()) {
-        m_pContext->m_pCurrent = this;
-        m_pContext->Flush(&m_listAttributes);
-    }
-    m_nFlags = 0;
-    for (void* pos = GetFirstValuePosition(); pos;) {
-        static_cast<COptRgValue*>(GetNextValue(pos))->m_nFlags = 0;
-    }
-    for (void* pos = GetFirstKeyPosition(); pos;) {
-        static_cast<COptRgKey*>(GetNextKey(pos))->SaveUnsavedKeys();
-    }
-    m_pContext->m_strPath = path;
-}
-
-CRgKey* COptRootRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {
-    if (m_pContext) {
-        m_pContext->BeginSection();
-    }
-    return COptRgKey::CreateKey(name, attributes);
-}
-
-bool COptRootRgKey::IsOfOwnClass() const {
-    return typeid(*this) == typeid(COptRootRgKey);
-}
-
-CRgKey* COptDummyRgKey::CreateKey(const char* name, MList<CRgAttribute*>* attributes) {
-    detail::DestroyAttributes(attributes);
-    m_pContext->AddSubPath(name);
-    m_pCategory = const_cast<CMgrCategory*>(FindSubCategory(name));
-    return this;
-}
-
-CIncrSaveContext::CIncrSaveContext(COptRgKey* root)
-    : m_pRoot(root),
-      m_pCurrent(nullptr),
-      m_pDummy(new COptDummyRgKey),
-      m_pFile(nullptr),
-      m_bCounting(false),
-      m_bHeadingAttributes(false) {
-    // The dummy key isn't registered: a category that dies has no business with it.
-    m_pDummy->m_pCategory = root->m_pCategory;
-}
-
-CIncrSaveContext::~CIncrSaveContext() {
-    delete m_pDummy;
-}
-
-void CIncrSaveContext::ClearPath() {
-    m_strPath.clear();
-}
-
-void CIncrSaveContext::AddSubPath(const char* name) {
-    if (!m_strPath.empty()) {
-        m_strPath += '/';
-    }
-    m_strPath += name;
-}
-
-// The first element of a heading has come.
-void CIncrSaveContext::BeginSection() {
-    if (m_bCounting) {
-        CountHeading();
-    } else {
-        CloseSection();
-    }
-    ClearPath();
-    detail::DestroyAttributes(m_pDummy->GetAttributeList());
-    m_bHeadingAttributes = false;
-}
-
-// A section in the middle of the file under which nothing of the old text stayed gets a plain heading. What
-// the file no longer has then leaves memory as well, so that the next save gives the same text.
-void CIncrSaveContext::CloseSection() {
-    COptRgKey* bare = m_strPath.empty() ? nullptr : m_pCurrent;
-    Flush(nullptr);
-    if (bare) {
-        detail::DestroyAttributes(bare->GetAttributeList());
-    }
-}
-
-// Notes that the old file has a heading of the current key.
-void CIncrSaveContext::CountHeading() {
-    if (m_pCurrent) {
-        m_pCurrent->m_nFlags += COptRgKey::kHeading;
-    }
-    m_pCurrent = nullptr;
-}
-
-void CIncrSaveContext::SavePath(MList<CRgAttribute*>* attributes) {
-    if (!m_strPath.empty() && detail::HasHeadingAttributes(attributes)) {
-        detail::PutHeading(m_pFile, m_strPath.c_str(), attributes);
-        return;
-    }
-    if (m_strPath.empty()) {
-        // The heading of this section is written already. If it had attributes, a plain one follows it, once.
-        const char* path = m_pCurrent ? m_pCurrent->m_pCategory->GetPath() : nullptr;
-        if (!path || m_strLastPath == path || !m_pCurrent->IsThereUnsavedValues()) {
-            return;
-        }
-        m_strPath = path;
-    }
-    detail::PutHeading(m_pFile, m_strPath.c_str(), nullptr);
-    m_strLastPath = m_strPath;
-}
-
-void CIncrSaveContext::SaveKeyPath(MList<CRgAttribute*>* attributes) {
-    if (!m_strPath.empty()) {
-        detail::PutHeading(m_pFile, m_strPath.c_str(), attributes);
-    }
-}
-
-void CIncrSaveContext::Flush(MList<CRgAttribute*>* attributes) {
-    if (m_pCurrent) {
-        SaveKeyPath(attributes);
-        if (m_pCurrent->m_nFlags >= COptRgKey::kHeading) {
-            m_pCurrent->m_nFlags -= COptRgKey::kHeading;
-        }
-        if (m_pCurrent->m_nFlags >= COptRgKey::kHeading) {
-            // The old file has this section again further down: values left over may stand there.
-            m_pCurrent->m_nFlags |= COptRgKey::kDealtWith;
-        } else {
-            m_pCurrent->SaveUnsavedValues();
-        }
-    }
-    m_pDummy->m_pCategory = m_pRoot->m_pCategory;
-    m_pCurrent = nullptr;
-}
-
-void CIncrSaveContext::FlushUnsavedKeys() {
-    Flush(m_pCurrent ? m_pCurrent->HeadingAttributes() : nullptr);
-    for (void* pos = m_pRoot->GetFirstKeyPosition(); pos;) {
-        COptRgKey* key = static_cast<COptRgKey*>(m_pRoot->GetNextKey(pos));
-        ClearPath();
-        key->SaveUnsavedKeys();
-    }
 }
 
 }  // namespace vyn

@@ -1,8 +1,10 @@
 #include "RgFile.h"
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
 
+#include "Files/File_p.h"
 #include "Rg/RgFile_p.h"
 
 namespace vyn {
@@ -35,19 +37,39 @@ CRgFile::~CRgFile() {
 }
 
 int CRgFile::Load(const char* path) {
-    m_pRoot->Empty();
     if (m_strPath.empty()) {
         m_strPath = path;
     }
-    return Merge(path);
+    return Read(path, true);
 }
 
 int CRgFile::Merge(const char* path) {
-    const int status = CRgLoader(*m_pRoot).Load(path);
-    if (status != 0) {
+    return Read(path, false);
+}
+
+// The text is in memory before the tree is touched: the path may lie in the tree, and a file that can't be read changes
+// nothing.
+int CRgFile::Read(const char* path, bool anew) {
+    std::string text;
+    if (!*path || detail::ReadFile(path, text) != 0) {
+        m_bContentLost = m_bContentLost || !m_bLoaded;
+        return 1;
+    }
+    if (anew) {
         m_pRoot->Empty();
     }
-    return status;
+    if (CRgLoader(*m_pRoot).LoadText(text) != 0) {
+        LoseContent();
+        return 1;
+    }
+    m_bLoaded = true;
+    m_bContentLost = m_bContentLost && !anew;
+    return 0;
+}
+
+void CRgFile::LoseContent() {
+    m_pRoot->Empty();
+    m_bContentLost = true;
 }
 
 int CRgFile::Save(const char* path) {
@@ -57,12 +79,25 @@ int CRgFile::Save(const char* path) {
     if (!*path) {
         return 1;
     }
-    const detail::COutputFile file(path, "w");
-    if (!file.File()) {
+    char* text = nullptr;
+    size_t size = 0;
+    FILE* file = open_memstream(&text, &size);
+    if (!file) {
         return errno;
     }
-    m_pRoot->Dump(file.File(), nullptr);
-    return 0;
+    bool whole = true;
+    if (m_pRoot->IsOfOwnClass()) {
+        whole = detail::DumpTree(file, *m_pRoot, nullptr);
+    } else {
+        m_pRoot->Dump(file, nullptr);
+    }
+    const bool failed = ferror(file) != 0;
+    int error = fclose(file) != 0 || failed ? ENOMEM : 0;
+    if (error == 0) {
+        error = detail::ReplaceFile(path, std::string_view(text, size));
+    }
+    free(text);
+    return error == 0 && !whole ? EILSEQ : error;
 }
 
 CRgKey* CRgFile::FindKey(const char* path) {

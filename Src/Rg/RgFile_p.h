@@ -3,6 +3,9 @@
 /// \file
 /// What the option and style keys share with the plain Rg tree.
 
+#include <string>
+#include <string_view>
+
 #include "RgFile.h"
 
 namespace vyn::detail {
@@ -21,43 +24,32 @@ const char* SplitKeyPath(const char* path, char (&element)[kKeyElementSize]);
 /// Deletes the attribute objects of \p attributes and empties the list; null is fine.
 void DestroyAttributes(MList<CRgAttribute*>* attributes);
 
-/// A file open for writing, with room to gather much text before each write. Closed with the object.
-class COutputFile {
-public:
-    /// Opens \p path as `fopen` does; File() is null and `errno` set when that fails.
-    COutputFile(const char* path, const char* mode) : m_pFile(fopen(path, mode)) {
-        if (m_pFile) {
-            setvbuf(m_pFile, m_buffer, _IOFBF, sizeof m_buffer);
-        }
-    }
-    COutputFile(const COutputFile&) = delete;
-    COutputFile& operator=(const COutputFile&) = delete;
-    ~COutputFile() { Close(); }
-
-    FILE* File() const { return m_pFile; }
-    void Close() {
-        if (m_pFile) {
-            fclose(m_pFile);
-            m_pFile = nullptr;
-        }
-    }
-
-private:
-    FILE* m_pFile;
-    char m_buffer[32 * 1024];
-};
-
-/// Writes the text with no lock and no formatting.
-void Put(FILE* file, const char* text);
+/// \return true when the text can be an element of the path in a heading and is read back: it isn't empty, doesn't begin
+/// with a space, and has neither `]` nor `/`.
+bool IsHeadingElement(const char* name);
 
 /// \return true when a heading can hold one of the attributes: its texts aren't empty and have no character of the
 /// syntax.
 /// \param attributes may be null.
 bool HasHeadingAttributes(MList<CRgAttribute*>* attributes);
 
-/// Writes a section heading, with the attributes that it can hold in parentheses. The others are left out: they would
+/// Appends a section heading, with the attributes that it can hold in parentheses. The others are left out: they would
 /// make the file unreadable.
 /// \param attributes may be null.
-void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes);
+void AppendHeading(std::string& text, std::string_view path, MList<CRgAttribute*>* attributes);
+
+/// Appends `"name"=` and the value, between two \p quote.
+void AppendAssignment(std::string& text, std::string_view name, const char* quote, std::string_view value);
+
+/// Appends one value line, as CRgValue::Dump writes it.
+/// \param attributes may be null.
+void AppendValue(std::string& text, std::string_view name, CRgValue::RvType type, const char* value,
+                 MList<CRgAttribute*>* attributes);
+
+/// Writes \p root and all below it, as CRgKey::Dump does. Sections whose name no heading can hold are left out and told
+/// on `vynerr`.
+/// \param parentPath path of the parent key; null when \p root is the root of the tree.
+/// \return true when nothing was left out.
+bool DumpTree(FILE* file, const CRgKey& root, const char* parentPath);
 
 }  // namespace vyn::detail

@@ -1,295 +1,121 @@
-#include <cstdint>
-#include <cstdio>
 #include <cstring>
-#include <memory>
 
+#include "Files/File_p.h"
 #include "Rg/RgFile_p.h"
+#include "Rg/RgReader_p.h"
 #include "RgFile.h"
 
 namespace vyn {
 
-namespace {
+namespace detail {
 
-constexpr size_t kBufferSize = size_t{16} * 1024;
+/// Builds the tree while a text is read, by the virtual operations of its keys. The reader has passed the byte behind each
+/// view, so that a NUL there makes a C string of it.
+class CRgTreeBuilder {
+public:
+    CRgTreeBuilder(CRgKey& root, std::string& text) : m_root(root), m_text(text), m_counted(text.c_str()) {}
 
-// The classes of the format, whatever the locale: bytes from 0x80 upward are in none of them.
-bool IsSpace(char c) {
-    return c == ' ' || (c >= '\t' && c <= '\r');
-}
+    void BeginSection(const char*) {
+        m_key = &m_root;
+        m_lastGood = nullptr;
+    }
 
-bool IsDigit(char c) {
-    return c >= '0' && c <= '9';
-}
+    // Behind an element that was refused the rest of the path goes nowhere.
+    void Element(std::string_view name) {
+        if (!m_key) {
+            return;
+        }
+        m_refused = Terminate(name);
+        m_key = m_key->CreateKey(m_refused, nullptr);
+        if (m_key) {
+            m_lastGood = m_key;
+        }
+    }
 
-bool IsLetter(char c) {
-    return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z');
-}
+    void EndHeading(const RgAttributes& attributes, const char*) {
+        if (attributes.empty()) {
+            return;
+        }
+        TakeAttributes(attributes);
+        if (m_key) {
+            m_key->SetAttributes(&m_attributes);
+        } else {
+            m_key = m_lastGood ? m_lastGood->UseAttributes(&m_attributes, m_refused) : nullptr;
+            if (!m_key) {
+                DestroyAttributes(&m_attributes);
+            }
+        }
+        m_attributes.RemoveAll();
+    }
 
-}  // namespace
+    void Value(std::string_view name, std::string_view text, const RgAttributes& attributes,
+               const char* start, const char* end) {
+        if (!m_key) {
+            return;
+        }
+        // Counted before a NUL takes the place of a line feed.
+        const unsigned line = LineOf(start);
+        LineOf(end + 1);
+        TakeAttributes(attributes);
+        CRgValue* value =
+            m_key->CreateValue(Terminate(name), CRgValue::eText, Terminate(text), &m_attributes);
+        if (!attributes.empty()) {
+            m_attributes.RemoveAll();
+        }
+        if (value) {
+            value->m_nLine = line & CRgValue::kMaxLine;
+            value->m_bInFile = 1;
+            value->m_bChanged = 0;
+        }
+    }
 
-CRgLoader::CRgLoader(CRgKey& root)
-    : m_root(root),
-      m_pFile(nullptr),
-      m_chCurrent(' '),
-      m_nToken(eUnknown),
-      m_pNext(nullptr),
-      m_pEnd(nullptr),
-      m_pBuffer(nullptr) {}
+private:
+    // A text that doesn't stand in the input has its NUL already.
+    const char* Terminate(std::string_view text) {
+        const auto offset = static_cast<size_t>(text.data() - m_text.data());
+        if (offset + text.size() < m_text.size()) {
+            m_text[offset + text.size()] = '\0';
+        }
+        return text.data();
+    }
 
-CRgLoader::~CRgLoader() = default;
+    void TakeAttributes(const RgAttributes& attributes) {
+        for (const auto& attribute : attributes) {
+            m_attributes.AddTail(new CRgAttribute(Terminate(attribute.first), Terminate(attribute.second)));
+        }
+    }
+
+    // Counts on to \p place, which may be one behind the end of the input.
+    unsigned LineOf(const char* place) {
+        for (; m_counted < place; ++m_counted) {
+            m_nLine += *m_counted == '\n';
+        }
+        return m_nLine;
+    }
+
+    CRgKey& m_root;
+    std::string& m_text;
+    CRgKey* m_key = nullptr;            // of the section; null when its key class refused an element
+    CRgKey* m_lastGood = nullptr;       // the last key on the way to it
+    const char* m_refused = "";         // the element that was refused
+    MList<CRgAttribute*> m_attributes;  // empty between two calls
+    const char* m_counted;              // the line feeds before this place are counted
+    unsigned m_nLine = 1;
+};
+
+}  // namespace detail
 
 int CRgLoader::Load(const char* path) {
-    if (!*path) {
+    std::string text;
+    if (!*path || detail::ReadFile(path, text) != 0) {
         return 1;
     }
-    const std::unique_ptr<FILE, int (*)(FILE*)> file(fopen(path, "r"), fclose);
-    if (!file) {
-        return 1;
-    }
-    m_pFile = file.get();
-    // The loader reads in blocks of its own, and needs no second buffer behind them.
-    setvbuf(m_pFile, nullptr, _IONBF, 0);
-    char buffer[kBufferSize];
-    m_pBuffer = buffer;
-    m_pNext = m_pEnd = m_pBuffer;
-    m_chCurrent = ' ';
-
-    ReadSections();
-
-    m_chCurrent = ' ';
-    m_pBuffer = nullptr;
-    m_pFile = nullptr;
-    return m_nToken == eEnd ? 0 : 1;
+    return LoadText(text);
 }
 
-// Reads the next block; false at the end of the file or on a read error.
-bool CRgLoader::Fill() {
-    const size_t size = fread(m_pBuffer, 1, kBufferSize, m_pFile);
-    m_pNext = m_pBuffer;
-    m_pEnd = m_pNext + size;
-    return size > 0;
-}
-
-char CRgLoader::NextChar() {
-    m_chCurrent = m_pNext < m_pEnd || Fill() ? *m_pNext++ : '\0';
-    return m_chCurrent;
-}
-
-// False at the end of the input.
-bool CRgLoader::SkipSpace() {
-    while (IsSpace(m_chCurrent)) {
-        NextChar();
-    }
-    return m_chCurrent != '\0';
-}
-
-// Appends the bytes from the current one on, as long as they are accepted, to the token text. NUL never is.
-template <class Accept>
-void CRgLoader::TakeWhile(Accept accept) {
-    while (accept(m_chCurrent)) {
-        m_strToken += m_chCurrent;
-        const char* start = m_pNext;
-        while (m_pNext < m_pEnd && accept(*m_pNext)) {
-            ++m_pNext;
-        }
-        m_strToken.append(start, m_pNext);
-        NextChar();
-    }
-}
-
-// Takes a string behind its opening quote, up to the closing one or the end of the input. Most of a file is
-// strings: they are taken in blocks.
-void CRgLoader::TakeString() {
-    m_strToken.clear();
-    while (m_chCurrent != '"' && m_chCurrent != '\0') {
-        const char* start = m_pNext - 1;
-        const char* stop =
-            static_cast<const char*>(memchr(m_pNext, '"', static_cast<size_t>(m_pEnd - m_pNext)));
-        const size_t length = static_cast<size_t>((stop ? stop : m_pEnd) - start);
-        const size_t taken = strnlen(start, length);
-        m_strToken.append(start, taken);
-        m_pNext = start + taken;
-        NextChar();
-    }
-    if (m_chCurrent == '"') {
-        NextChar();
-    }
-}
-
-int CRgLoader::TakePunctuation(int kind) {
-    NextChar();
-    return m_nToken = kind;
-}
-
-int CRgLoader::TakeNumber() {
-    uint32_t n = 0;
-    for (; IsDigit(m_chCurrent); NextChar()) {
-        n = n * 10 + static_cast<uint32_t>(m_chCurrent - '0');
-    }
-    char text[16];
-    snprintf(text, sizeof text, "%d", static_cast<int32_t>(n));
-    m_strToken = text;
-    return m_nToken = eNumber;
-}
-
-int CRgLoader::TakeWord() {
-    m_strToken.clear();
-    TakeWhile([](char c) { return IsLetter(c) || IsDigit(c) || c == '_'; });
-    if (m_strToken.CompareNoCase("true") == 0) {
-        return m_nToken = eTrue;
-    }
-    return m_nToken = m_strToken.CompareNoCase("false") == 0 ? eFalse : eWord;
-}
-
-int CRgLoader::NextToken() {
-    if (!SkipSpace()) {
-        return m_nToken = eEnd;
-    }
-    switch (m_chCurrent) {
-        case '"':
-            NextChar();
-            TakeString();
-            return m_nToken = eString;
-        case '(':
-            return TakePunctuation(eOpen);
-        case ')':
-            return TakePunctuation(eClose);
-        case '[':
-            return TakePunctuation(eSectionOpen);
-        case ']':
-            return TakePunctuation(eSectionClose);
-        case '=':
-            return TakePunctuation(eAssign);
-        case ',':
-            return TakePunctuation(eComma);
-        case '/':
-            return TakePunctuation(eSlash);
-        default:
-            if (IsDigit(m_chCurrent)) {
-                return TakeNumber();
-            }
-            return IsLetter(m_chCurrent) ? TakeWord() : TakePunctuation(eUnknown);
-    }
-}
-
-int CRgLoader::NextKey() {
-    if (!SkipSpace()) {
-        return m_nToken = eEnd;
-    }
-    if (m_chCurrent == ']') {
-        return TakePunctuation(eSectionOpen);  // not eSectionClose: a path doesn't end in an empty element
-    }
-    if (m_chCurrent == '/') {
-        return TakePunctuation(eSlash);
-    }
-    m_strToken.clear();
-    TakeWhile([](char c) { return c != ']' && c != '/' && c != '\0'; });
-    return m_nToken = eName;
-}
-
-int CRgLoader::NextAttribute() {
-    if (!SkipSpace()) {
-        return m_nToken = eEnd;
-    }
-    switch (m_chCurrent) {
-        case ')':
-            return TakePunctuation(eClose);
-        case ',':
-            return TakePunctuation(eSlash);  // not eComma: part of the format
-        case '=':
-            return TakePunctuation(eAssign);
-        default:
-            m_strToken.clear();
-            TakeWhile([](char c) { return c != ')' && c != ',' && c != '=' && c != '\0'; });
-            return m_nToken = eName;
-    }
-}
-
-void CRgLoader::ReadSections() {
-    do {
-        NextToken();
-    } while (m_nToken == eUnknown);
-    while (m_nToken == eSectionOpen && ReadSection()) {
-    }
-}
-
-// Reads a section behind its `[`. False when the heading is malformed or the input ended in it.
-bool CRgLoader::ReadSection() {
-    CRgKey* key = &m_root;
-    CRgKey* lastGood = nullptr;
-    SString pendingName;
-    while (NextKey() == eName) {
-        if (key) {
-            pendingName = m_strToken;
-            key = key->CreateKey(m_strToken.c_str(), nullptr);
-            if (key) {
-                lastGood = key;
-            }
-        }
-        if (NextToken() != eSlash) {
-            break;
-        }
-    }
-    if (m_nToken != eSectionClose) {
-        return false;
-    }
-
-    MList<CRgAttribute*> attributes;
-    if (NextToken() == eOpen) {
-        ReadAttributes(&CRgLoader::NextAttribute, attributes);
-    }
-    if (attributes.GetCount() > 0) {
-        if (key) {
-            key->SetAttributes(&attributes);
-        } else {
-            key = lastGood ? lastGood->UseAttributes(&attributes, pendingName.c_str()) : nullptr;
-            if (!key) {
-                detail::DestroyAttributes(&attributes);
-            }
-        }
-    }
-
-    SString name;
-    SString value;
-    while (m_nToken == eString && ReadValue(key, name, value)) {
-    }
-    return true;
-}
-
-// Reads `name = value` pairs behind a `(`, and the token behind the list.
-void CRgLoader::ReadAttributes(int (CRgLoader::*next)(), MList<CRgAttribute*>& attributes) {
-    SString name;
-    do {
-        (this->*next)();
-        name = m_strToken;
-        if (NextToken() != eAssign) {
-            break;
-        }
-        (this->*next)();
-        attributes.AddTail(new CRgAttribute(name.c_str(), m_strToken.c_str()));
-    } while (NextToken() != eClose);
-    NextToken();
-}
-
-// Reads a value whose name is the current token. False when no `=` follows it. `name` and `value` are room to
-// work in, kept from value to value.
-bool CRgLoader::ReadValue(CRgKey* key, SString& name, SString& value) {
-    name = m_strToken;
-    if (NextToken() != eAssign) {
-        return false;
-    }
-    NextToken();
-    value = m_strToken;
-    MList<CRgAttribute*> attributes;
-    if (NextToken() == eOpen) {
-        ReadAttributes(&CRgLoader::NextToken, attributes);
-    }
-    if (key) {
-        key->CreateValue(name.c_str(), CRgValue::eText, value.c_str(), &attributes);
-    } else {
-        detail::DestroyAttributes(&attributes);
-    }
-    return true;
+int CRgLoader::LoadText(std::string& text) {
+    detail::CRgTreeBuilder builder(m_root, text);
+    return detail::RgReader<detail::CRgTreeBuilder>(text.c_str(), builder).Read() ? 0 : 1;
 }
 
 }  // namespace vyn

@@ -1,13 +1,20 @@
 #include <cstring>
+#include <set>
 #include <typeinfo>
+#include <vector>
 
 #include "Rg/RgFile_p.h"
 #include "Rg/StructureStamp_p.h"
 #include "RgFile.h"
+#include "VynErrOut.h"
 
 namespace vyn {
 
 namespace {
+
+void ReportUnwritable(const char* name) {
+    vynerr << "Section not saved: its name can't stand in a heading: " << name << endl << flush;
+}
 
 // Whether the loader reads the bare text as one token with the same text.
 bool ReadsBackBare(const char* text) {
@@ -29,17 +36,6 @@ bool ReadsBackBare(const char* text) {
         return false;
     }
     return length < 10 || strcmp(text, "2147483647") <= 0;
-}
-
-// Writes `"name"=value ` with the value between two quotes.
-void PutAssignment(FILE* file, const char* name, const char* quote, const char* value) {
-    detail::Put(file, "\"");
-    detail::Put(file, name);
-    detail::Put(file, "\"=");
-    detail::Put(file, quote);
-    detail::Put(file, value);
-    detail::Put(file, quote);
-    detail::Put(file, " ");
 }
 
 // Whether a heading can hold the text as name or value of an attribute.
@@ -65,8 +61,8 @@ void DestroyAttributes(MList<CRgAttribute*>* attributes) {
     attributes->RemoveAll();
 }
 
-void Put(FILE* file, const char* text) {
-    fputs_unlocked(text, file);
+bool IsHeadingElement(const char* name) {
+    return *name && !strchr(" \t\n\v\f\r", *name) && !strpbrk(name, "]/");
 }
 
 bool HasHeadingAttributes(MList<CRgAttribute*>* attributes) {
@@ -78,22 +74,87 @@ bool HasHeadingAttributes(MList<CRgAttribute*>* attributes) {
     return false;
 }
 
-void PutHeading(FILE* file, const char* path, MList<CRgAttribute*>* attributes) {
-    Put(file, "\n[");
-    Put(file, path);
-    Put(file, "]");
+void AppendHeading(std::string& text, std::string_view path, MList<CRgAttribute*>* attributes) {
+    text.append("\n[").append(path).append("]");
     const char* separator = " (";
     for (void* pos = attributes ? attributes->GetHeadPosition() : nullptr; pos;) {
         CRgAttribute* attribute = attributes->GetNext(pos);
         if (FitsHeading(*attribute)) {
-            Put(file, separator);
-            Put(file, attribute->GetName());
-            Put(file, "=");
-            Put(file, attribute->GetValue());
+            text.append(separator).append(attribute->GetName()).append("=").append(attribute->GetValue());
             separator = ", ";
         }
     }
-    Put(file, *separator == ',' ? ")\n\n" : "\n\n");
+    text.append(*separator == ',' ? ")\n\n" : "\n\n");
+}
+
+void AppendAssignment(std::string& text, std::string_view name, const char* quote, std::string_view value) {
+    text.append("\"").append(name).append("\"=").append(quote).append(value).append(quote).append(" ");
+}
+
+void AppendValue(std::string& text, std::string_view name, CRgValue::RvType type, const char* value,
+                 MList<CRgAttribute*>* attributes) {
+    const char* quote = type == CRgValue::eText || !ReadsBackBare(value) ? "\"" : "";
+    AppendAssignment(text, name, quote, value);
+    if (attributes && attributes->GetCount() > 0) {
+        const char* separator = "(";
+        for (void* pos = attributes->GetHeadPosition(); pos;) {
+            CRgAttribute* attribute = attributes->GetNext(pos);
+            text.append(separator);
+            AppendAssignment(text, attribute->GetName(), ReadsBackBare(attribute->GetValue()) ? quote : "\"",
+                             attribute->GetValue());
+            separator = ", ";
+        }
+        text.append(")");
+    }
+    text.append("\n");
+}
+
+// Walks the tree with a stack of its own, so that depth costs nothing. A key of a class that the library doesn't know
+// writes itself.
+bool DumpTree(FILE* file, const CRgKey& root, const char* parentPath) {
+    struct Level {
+        const CRgKey* key;
+        void* pos;          // the next subkey
+        size_t pathLength;  // of the path of the key
+        bool isWritable;    // each element of the path can stand in a heading
+    };
+    std::set<std::string> refused;
+    std::string path(parentPath ? parentPath : "");
+    std::vector<Level> levels;
+    const auto enter = [&](const CRgKey& key, bool isRoot, bool isWritable) {
+        if (!isRoot) {
+            if (!path.empty()) {
+                path += '/';
+            }
+            path += key.GetName();
+            if (isWritable && !IsHeadingElement(key.GetName())) {
+                isWritable = false;
+                if (refused.insert(key.GetName()).second) {
+                    ReportUnwritable(key.GetName());
+                }
+            }
+        }
+        if (isWritable) {
+            key.DumpValues(file, isRoot ? nullptr : path.c_str());
+        }
+        levels.push_back({&key, key.GetFirstKeyPosition(), path.size(), isWritable});
+    };
+    enter(root, !parentPath, true);
+    while (!levels.empty()) {
+        Level& level = levels.back();
+        if (!level.pos) {
+            levels.pop_back();
+            continue;
+        }
+        path.resize(level.pathLength);
+        const CRgKey* key = level.key->GetNextKey(level.pos);
+        if (key->IsOfOwnClass()) {
+            enter(*key, false, level.isWritable);
+        } else {
+            key->Dump(file, path.c_str());
+        }
+    }
+    return refused.empty();
 }
 
 }  // namespace detail
@@ -108,20 +169,9 @@ int CRgValue::Dump(FILE* file) {
 
 int CRgValue::Dump(FILE* file, const char* name, RvType type, const char* value,
                    MList<CRgAttribute*>* attributes) {
-    const char* quote = type == eText || !ReadsBackBare(value) ? "\"" : "";
-    PutAssignment(file, name, quote, value);
-    if (attributes && attributes->GetCount() > 0) {
-        const char* separator = "(";
-        for (void* pos = attributes->GetHeadPosition(); pos;) {
-            CRgAttribute* attribute = attributes->GetNext(pos);
-            detail::Put(file, separator);
-            PutAssignment(file, attribute->GetName(), ReadsBackBare(attribute->GetValue()) ? quote : "\"",
-                          attribute->GetValue());
-            separator = ", ";
-        }
-        detail::Put(file, ")");
-    }
-    detail::Put(file, "\n");
+    std::string line;
+    detail::AppendValue(line, name, type, value, attributes);
+    fwrite_unlocked(line.data(), 1, line.size(), file);
     return 1;
 }
 
@@ -143,6 +193,7 @@ const char* CRgValue::GetAttributeValue(const char* name) {
 void CRgValue::SetAttributeValue(const char* name, const char* value) {
     if (CRgAttribute* attribute = FindAttribute(name)) {
         attribute->SetValue(value);
+        m_bChanged = 1;
     } else {
         AddAttribute(new CRgAttribute(name, value));
     }
@@ -252,24 +303,23 @@ void CRgKey::Empty() {
 }
 
 int CRgKey::Dump(FILE* file, const char* parentPath) const {
-    SString path;
-    if (parentPath) {
-        path = parentPath;
-        if (!path.empty()) {
-            path += '/';
-        }
-        path += GetName();
-        if (m_listValues.GetCount() > 0) {
-            detail::PutHeading(file, path.c_str(), nullptr);
-        }
+    detail::DumpTree(file, *this, parentPath);
+    return 0;
+}
+
+void CRgKey::DumpValues(FILE* file, const char* path) const {
+    if (path && m_listValues.GetCount() > 0) {
+        std::string heading;
+        detail::AppendHeading(heading, path, nullptr);
+        fwrite_unlocked(heading.data(), 1, heading.size(), file);
     }
     for (void* pos = m_listValues.GetHeadPosition(); pos;) {
         m_listValues.GetNext(pos)->Dump(file);
     }
-    for (void* pos = m_listKeys.GetHeadPosition(); pos;) {
-        m_listKeys.GetNext(pos)->Dump(file, path.c_str());
-    }
-    return 0;
+}
+
+bool CDefRgKey::IsOfOwnClass() const {
+    return typeid(*this) == typeid(CDefRgKey);
 }
 
 bool CRgKey::IsOfOwnClass() const {
@@ -347,10 +397,6 @@ void CDefRgKey::Empty() {
     m_mapValues.RemoveAll();
     m_bValuesIndexed = false;
     CRgKey::Empty();
-}
-
-bool CDefRgKey::IsOfOwnClass() const {
-    return typeid(*this) == typeid(CDefRgKey);
 }
 
 }  // namespace vyn
