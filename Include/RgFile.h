@@ -234,7 +234,6 @@ public:
 
 protected:
     friend class CRgFile;
-    friend bool detail::DumpTree(FILE* file, const CRgKey& root, const char* parentPath);
 
     /// Whether the object is of a class whose answers change with the structure of the tree alone: only what
     /// such keys find may be remembered. A subclass of a class of this library isn't taken for one.
@@ -246,6 +245,8 @@ protected:
     MList<CRgAttribute*> m_listAttributes;  ///< the attributes of the key
 
 private:
+    friend bool detail::DumpTree(FILE* file, const CRgKey& root, const char* parentPath);
+
     void DumpValues(FILE* file, const char* path) const;
 };
 

@@ -267,9 +267,10 @@ public:
     void ResetAll();
 
     /// Adds the files that `init.zop` in the all-users shared data directory lists, the first of them from
-    /// the user's directory, by the virtual AddOptionFile. Files that don't exist are created empty. One that
-    /// doesn't parse gives way to an empty file; its text is kept beside it under the name followed by
-    /// ".bad". One that can't be created, read or moved is left out, and nothing is reported. Without "HOME"
+    /// the user's directory, by the virtual AddOptionFile. Files that don't exist are created empty. One below the user's
+    /// directory that was read to its end and is malformed gives way to an empty file; its text is kept beside it under
+    /// the name followed by ".bad", ".bad2" and so on. A malformed file elsewhere, and one that can't be created, read or
+    /// moved, is left out, and nothing is reported. Without "HOME"
     /// no file is added. A second call adds the files again. `errno` is ERANGE when the list has 1024 bytes
     /// or more; it then counts as empty.
     void LoadPredefinedOptionFiles();

@@ -84,11 +84,27 @@ TEST_F(PredefinedFiles, ComeFromTheListInTheirOrder) {
 TEST_F(PredefinedFiles, MalformedOnesGiveWayToEmptyOnes) {
     WriteText(m_shared + "/init.zop", "[Initial/Predefined] nonsense");
     WriteText(m_user + "/user.zop", "[Editor]\"Name\"=\"lost\" stray");
+    WriteText(m_user + "/user.zop.bad", "lost before");
     Manager manager;
     manager.LoadPredefinedOptionFiles();
     EXPECT_EQ(Stack(manager), "U/user.zop S/company.zop ");
-    EXPECT_EQ(ReadText(m_user + "/user.zop.bad"), "[Editor]\"Name\"=\"lost\" stray") << "nothing is lost";
+    EXPECT_EQ(ReadText(m_user + "/user.zop.bad2"), "[Editor]\"Name\"=\"lost\" stray") << "nothing is lost";
+    EXPECT_EQ(ReadText(m_user + "/user.zop.bad"), "lost before");
     EXPECT_EQ(ReadText(m_shared + "/init.zop"), "[Initial/Predefined] nonsense");
+}
+
+TEST_F(PredefinedFiles, LeaveAloneWhatIsNotTheUsersOrCannotBeRead) {
+    const std::string profile = m_directory / ".profile";
+    WriteText(profile, "alias l=ls");
+    WriteText(m_shared + "/company.zop", "[Editor] stray");
+    std::filesystem::create_directory(m_user + "/dir.zop");
+    WriteList("dir.zop;" + m_user + "/../../../.profile;company.zop");
+    Manager manager;
+    manager.LoadPredefinedOptionFiles();
+    EXPECT_EQ(Stack(manager), "");
+    EXPECT_EQ(ReadText(profile), "alias l=ls");
+    EXPECT_EQ(ReadText(m_shared + "/company.zop"), "[Editor] stray");
+    EXPECT_TRUE(std::filesystem::is_directory(m_user + "/dir.zop"));
 }
 
 TEST_F(PredefinedFiles, NeedTheUsersDirectory) {

@@ -4,9 +4,12 @@
 #include <unistd.h>
 
 #include <cerrno>
+#include <cstdlib>
 #include <cstring>
+#include <memory>
 #include <vector>
 
+#include "Files/File_p.h"
 #include "Platform.h"
 
 namespace vyn {
@@ -14,6 +17,7 @@ namespace vyn {
 namespace {
 
 constexpr size_t kListSize = 1024;  // of the list of files, with its NUL
+constexpr int kMostKept = 99;       // malformed files of one name that are kept
 
 const COption optPredefined[] = {{"OptionFiles", 1, "user.zop;company.zop", 0, 0}};
 const COptionSet setPredefined = {"Predefined", optPredefined, 1, nullptr};
@@ -24,24 +28,45 @@ const CCategory* const subInitial[] = {&catPredefined};
 const CCategory catInitial = {"Initial", subInitial, 1, &setInitial};
 const CCategory catSettings = {"Settings", nullptr, 0, &setSettings};
 
-bool CreateEmptyFile(const char* path) {
-    const int fd = open(path, O_CREAT | O_TRUNC | O_CLOEXEC, 0777);
-    if (fd < 0) {
+// What another process makes at the same time stays.
+bool MakeSureOfFile(const char* path) {
+    return detail::OpenFile(path, O_RDONLY | O_CREAT | O_EXCL, 0666).IsOpen() || errno == EEXIST;
+}
+
+bool IsMalformed(std::string& text) {
+    CDefRgKey ignored("");
+    return CRgLoader(ignored).LoadText(text) != 0;
+}
+
+// Whether the path, with all links followed, lies below the directory.
+bool IsBelow(const char* path, const char* directory) {
+    const std::unique_ptr<char, void (*)(void*)> file(realpath(path, nullptr), free);
+    const std::unique_ptr<char, void (*)(void*)> top(realpath(directory, nullptr), free);
+    const size_t length = top ? strlen(top.get()) : 0;
+    return file && top && strncmp(file.get(), top.get(), length) == 0 && file.get()[length] == '/';
+}
+
+// A file of the user's that was read to its end and is malformed gives way to an empty one, and is kept beside it under the name followed by
+// ".bad", or ".bad2" and so on when there is such a file already.
+bool ReplaceByEmptyFile(const SPathName& path, const SPathName& userDirectory) {
+    std::string text;
+    if (detail::ReadFile(path.c_str(), text) != 0) {
         return false;
     }
-    close(fd);
-    return true;
-}
-
-bool MakeSureOfFile(const char* path) {
-    return access(path, F_OK) == 0 || CreateEmptyFile(path);
-}
-
-// A file that doesn't parse gives way to an empty one, and is kept beside it under the name followed by
-// ".bad". One that this user can't read may be sound, and stays.
-bool ReplaceByEmptyFile(const SPathName& path) {
-    return access(path.c_str(), R_OK) == 0 && rename(path.c_str(), (path + ".bad").c_str()) == 0 &&
-           CreateEmptyFile(path.c_str());
+    if (text.empty()) {
+        return true;
+    }
+    if (!IsMalformed(text) || !IsBelow(path.c_str(), userDirectory.c_str())) {
+        return false;
+    }
+    std::string kept(path + ".bad");
+    for (int n = 2; link(path.c_str(), kept.c_str()) != 0; ++n) {
+        if (errno != EEXIST || n > kMostKept) {
+            return false;
+        }
+        kept = path + ".bad" + std::to_string(n);
+    }
+    return unlink(path.c_str()) == 0 && MakeSureOfFile(path.c_str());
 }
 
 // The paths of the elements of `list`: the first in the user's directory, the others in that of all users.
@@ -103,7 +128,7 @@ void COptionManager::LoadPredefinedOptionFiles() {
             continue;
         }
         COptionFile* file = AddOptionFile(path);
-        if (!file && ReplaceByEmptyFile(path)) {
+        if (!file && ReplaceByEmptyFile(path, userDirectory)) {
             file = AddOptionFile(path);
         }
         if (file) {
