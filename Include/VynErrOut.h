@@ -9,6 +9,8 @@
 #include <optional>
 #include <sstream>
 #include <stack>
+#include <string>
+#include <type_traits>
 
 #include "SString.h"
 #include "VynExport.h"
@@ -30,7 +32,8 @@ class SFmt;
 /// SetOutput or PushOutput. The user redirects error streams by the variable `VYN_ERR_OUT`, words separated
 /// by blanks: `-q` silences console and handler, `-o file` writes to file.pid, `-h` prints the usage, `-a`
 /// asks for an assert dialog, which this system doesn't have. Problems of the stream are reported on it;
-/// nothing throws or returns an error.
+/// nothing throws or returns an error. An exception of a handler goes on to whoever flushed, and its message isn't
+/// delivered again.
 class VYN_API CMsgOut {
 public:
     /// Where messages go without a handler.
@@ -59,6 +62,11 @@ public:
 
     /// Appends the number in decimal.
     CMsgOut& operator<<(long value);
+    /// The same for the other integers.
+    template <class T, class = std::enable_if_t<std::is_integral_v<T>>>
+    CMsgOut& operator<<(T value) {
+        return *this << SString(std::to_string(value));
+    }
     /// Appends the text. Null is reported on this stream, with a flush.
     CMsgOut& operator<<(const char* text);
     /// Appends the text.
@@ -68,8 +76,19 @@ public:
     /// Applies a manipulator. \return its result.
     CMsgOut& operator<<(CMsgOut& (*manipulator)(CMsgOut&));
 
+protected:
+    /// A stream of kind eError that is ready without any code being run, and starts at its first use.
+    constexpr CMsgOut() = default;
+
+    /// Builds the state and reads `VYN_ERR_OUT`, unless that was done.
+    void Start();
+    /// Delivers a pending message and closes the log file. What is written later goes out message by message.
+    void End();
+
+    /// Says which console and whether `VYN_ERR_OUT` counts.
+    MessageKind m_eKind = eError;
+
 private:
-    friend class CGlobalMsgOut;
     friend VYN_API CMsgOut& flush(CMsgOut& stream);
 
     // All that needs code to be built.
@@ -84,26 +103,25 @@ private:
         UTF8String strFileName;  // of a log file that is still to be opened, else empty
     };
 
-    // A stream that is ready without any code being run and builds its state at its first use.
-    constexpr CMsgOut(MessageKind kind, std::nullopt_t) : m_eKind(kind) {}
-
     SState& State();
-    void End();
     void ReadOptions();
     void ReadOption(const char* word, char** rest);
     void Report(const char* text, const char* detail = "");
+    void ReportOption(const char* text, const char* detail = "");
     void Deliver();
+    std::string TakeText();
+    void WriteOut(const std::string& text);
+    void EndDelivery();
     void WriteToConsole(const std::string& text);
     void WriteToFile(const std::string& text);
 
-    MessageKind m_eKind;
     bool m_bQuiet{false};  // kept beyond the end, unlike the state
     bool m_bEnded{false};
     std::optional<SState> m_state;
 };
 
 /// The error stream of the process. It can be written to at any time: before the library has started, and
-/// after it has ended, when text still reaches the console.
+/// after it has ended, when text still reaches the console and the log file.
 extern VYN_API CMsgOut& vynerr;
 /// The stream of normal output, as ready as vynerr. It doesn't read `VYN_ERR_OUT`.
 extern VYN_API CMsgOut& vynout;
@@ -139,6 +157,11 @@ public:
     SFmt& operator<<(const char* value);
     /// The same with the number in decimal.
     SFmt& operator<<(long value);
+    /// The same for the other integers.
+    template <class T, class = std::enable_if_t<std::is_integral_v<T>>>
+    SFmt& operator<<(T value) {
+        return *this << SString(std::to_string(value));
+    }
 
     /// \return the text, valid until it is next changed. Each placeholder that is left in it is reported.
     const SString& str();

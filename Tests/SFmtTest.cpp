@@ -42,8 +42,8 @@ TEST(SFmt, FillsPlaceholdersInTheOrderOfTheirNumbers) {
 
 TEST(SFmt, TakesItsTextFromAModuleToAStream) {
     testing::internal::CaptureStdout();
-    vynout << (SFmt(VynhDllInstance, 16) << -1 << SString("why")) << endl << flush;
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "The filter '-1' is invalid.\nwhy\n");
+    vynout << (SFmt(VynhDllInstance, 16) << 0 << SString("why")) << endl << flush;
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "The filter '0' is invalid.\nwhy\n");
     testing::internal::CaptureStderr();
     EXPECT_EQ(SFmt(VynhDllInstance, 17), "");
     const std::string report = "\nInternal error: Vyn::SFmt::LoadString(17): resource id not found\n";

@@ -59,13 +59,17 @@ TEST(ErrOutVariable, IsReadWordByWord) {
 }
 
 TEST(ErrOutVariable, NamesALogFileThatQuietLeavesAlone) {
-    const test::TemporaryDirectory directory;
-    const std::string options = "-o /nowhere/x -q -o " + directory / "log";
-    EXPECT_EQ(RunProbe("MsgOutProbe", options.c_str()), strQuiet);
-    const auto file = *std::filesystem::directory_iterator(directory.Path());
-    EXPECT_EQ(file.path().stem(), "log");
-    EXPECT_EQ(test::ReadText(file.path()),
-              strConstructor + "Internal error: error\nerror at exit\ndestructor\nnot flushed");
+    const std::string upToExit = strConstructor + "Internal error: error\nerror at exit\ndestructor\n";
+    // A destructor that runs after the end of the stream writes to the file all the same.
+    for (const auto& [probe, log] :
+         {std::pair("MsgOutProbe", upToExit + "not flushed"), std::pair("MsgOutEarlyProbe", upToExit)}) {
+        const test::TemporaryDirectory directory;
+        const std::string options = "-o /nowhere/x -q -o " + directory / "log";
+        EXPECT_EQ(RunProbe(probe, options.c_str()), strQuiet) << probe;
+        const auto file = *std::filesystem::directory_iterator(directory.Path());
+        EXPECT_EQ(file.path().stem(), "log");
+        EXPECT_EQ(test::ReadText(file.path()), log) << probe;
+    }
 }
 
 TEST(GlobalStreams, WorkBeforeTheirStartAndAfterTheirEnd) {
@@ -81,6 +85,9 @@ public:
     explicit Recorder(bool handled) : m_bHandled(handled) {}
     bool OnMessage(const std::string& text) override {
         m_strLog += "[" + text + "]";
+        if (text == "throw") {
+            throw 1;
+        }
         return m_bHandled;
     }
     void OnFlush() override { m_strLog += "|"; }
@@ -95,10 +102,10 @@ TEST(MsgOut, DeliversAMessageOfSeveralLinesAtOnce) {
     testing::internal::CaptureStdout();
     CMsgOut stream(CMsgOut::eOutput);
     stream.SetOutput(&handler);
-    stream << "a" << endl << SString(std::string("b\0c", 3)) << 1234567 << endl;
+    stream << "a" << endl << SString(std::string("b\0c", 3)) << 0 << 1234567u << -8LL << endl;
     EXPECT_EQ(handler.m_strLog, "");
     stream << flush << flush;
-    EXPECT_EQ(handler.m_strLog, std::string("[a\nb\0c1234567\n]|[]|", 19));
+    EXPECT_EQ(handler.m_strLog, std::string("[a\nb\0c01234567-8\n]|[]|", 22));
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
@@ -112,6 +119,21 @@ TEST(MsgOut, SendsToTheConsoleWhatTheHandlerDeclines) {
     }
     EXPECT_EQ(handler.m_strLog, "[a]|") << "the destructor flushes";
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "a");
+}
+
+TEST(MsgOut, DeliversNothingTwiceWhenAHandlerThrows) {
+    Recorder handler(true);
+    setenv("VYN_ERR_OUT", "-a", 1);
+    CMsgOut stream(CMsgOut::eError);
+    unsetenv("VYN_ERR_OUT");
+    vynerr.PushOutput(&handler);
+    stream.SetOutput(&handler);
+    stream << "throw";
+    EXPECT_THROW(stream << flush, int);
+    stream << "b" << flush;
+    EXPECT_EQ(handler.m_strLog, "[throw][b][Internal error: assert dialog not available\n]||");
+    vynerr.PopOutput();
+    stream << "throw";  // the destructor lets nothing out
 }
 
 TEST(MsgOut, StacksHandlers) {

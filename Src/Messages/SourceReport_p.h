@@ -13,7 +13,7 @@ namespace vyn::detail {
 /// `flush`; the place is the caller's.
 inline CMsgOut& SourceReport(const char* file = __builtin_FILE(), int line = __builtin_LINE()) {
     const char* slash = strrchr(file, '/');
-    return vynerr << IntErr << "file " << (slash ? slash + 1 : file) << ", line " << long{line} << ": ";
+    return vynerr << IntErr << "file " << (slash ? slash + 1 : file) << ", line " << line << ": ";
 }
 
 }  // namespace vyn::detail

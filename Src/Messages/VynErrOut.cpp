@@ -7,6 +7,7 @@
 #include <string>
 
 #include "Text/Environment_p.h"
+#include "Text/Immortal_p.h"
 #include "Text/InitOrder_p.h"
 #include "ZemAPICommon.h"
 
@@ -14,49 +15,40 @@ namespace vyn {
 
 namespace {
 
-// True while a flush reports the missing assert dialog, so that the flush of that report doesn't.
-bool bReportsAssert = false;
-
-}  // namespace
-
-// Gives a global stream its place in the start order. The stream itself is constant-initialised and its
-// destructor never runs; what begins and ends with this object is the stream's state.
-class CGlobalMsgOut {
+// One of the two streams of the process, which starts at its first use.
+class GlobalMsgOut : public CMsgOut {
 public:
-    union Storage {
-        constexpr explicit Storage(CMsgOut::MessageKind kind) : stream(kind, std::nullopt) {}
-        ~Storage() {}
-        CMsgOut stream;
-    };
+    constexpr explicit GlobalMsgOut(MessageKind kind) { m_eKind = kind; }
 
-    explicit CGlobalMsgOut(CMsgOut& stream) : m_stream(stream) { m_stream.State(); }
-    CGlobalMsgOut(const CGlobalMsgOut&) = delete;
-    CGlobalMsgOut& operator=(const CGlobalMsgOut&) = delete;
-    ~CGlobalMsgOut() { m_stream.End(); }
-
-private:
-    CMsgOut& m_stream;
+    using CMsgOut::End;
+    using CMsgOut::Start;
 };
 
-namespace {
+// Gives a global stream its place in the start order.
+class StreamLife {
+public:
+    explicit StreamLife(GlobalMsgOut& stream) : m_stream(stream) { m_stream.Start(); }
+    StreamLife(const StreamLife&) = delete;
+    StreamLife& operator=(const StreamLife&) = delete;
+    ~StreamLife() { m_stream.End(); }
 
-VYN_INIT(VYN_INIT_VYNERR) CGlobalMsgOut::Storage storageErr(CMsgOut::eError);
-VYN_INIT(VYN_INIT_VYNOUT) CGlobalMsgOut::Storage storageOut(CMsgOut::eOutput);
+private:
+    GlobalMsgOut& m_stream;
+};
+
+VYN_INIT(VYN_INIT_VYNERR) detail::Immortal<GlobalMsgOut> storageErr(CMsgOut::eError);
+VYN_INIT(VYN_INIT_VYNOUT) detail::Immortal<GlobalMsgOut> storageOut(CMsgOut::eOutput);
+
+VYN_INIT(VYN_INIT_VYNERR) StreamLife globalErr(storageErr.Get());
+VYN_INIT(VYN_INIT_VYNOUT) StreamLife globalOut(storageOut.Get());
 
 }  // namespace
 
-CMsgOut& vynerr = storageErr.stream;
-CMsgOut& vynout = storageOut.stream;
-
-namespace {
-
-VYN_INIT(VYN_INIT_VYNERR) CGlobalMsgOut globalErr(vynerr);
-VYN_INIT(VYN_INIT_VYNOUT) CGlobalMsgOut globalOut(vynout);
-
-}  // namespace
+CMsgOut& vynerr = storageErr.Get();
+CMsgOut& vynout = storageOut.Get();
 
 CMsgOut::CMsgOut(MessageKind kind) : m_eKind(kind) {
-    State();
+    Start();
 }
 
 CMsgOut::~CMsgOut() {
@@ -111,11 +103,15 @@ CMsgOut& CMsgOut::operator<<(CMsgOut& (*manipulator)(CMsgOut&)) {
     return manipulator(*this);
 }
 
+void CMsgOut::Start() {
+    State();
+}
+
 // The state exists before the options are read, since these may be reported on this stream.
 CMsgOut::SState& CMsgOut::State() {
     if (!m_state) {
         m_state.emplace();
-        if (m_eKind == eError && !m_bEnded) {
+        if (m_eKind == eError) {
             ReadOptions();
         }
     }
@@ -123,13 +119,18 @@ CMsgOut::SState& CMsgOut::State() {
 }
 
 void CMsgOut::End() {
-    if (m_state && m_state->buffer.tellp() > 0) {
-        Deliver();
+    try {
+        if (m_state && m_state->buffer.tellp() > 0) {
+            Deliver();
+        }
+    } catch (...) {
+        // The handler has the message, and nobody is left to hear of its exception.
     }
     m_state.reset();
     m_bEnded = true;
 }
 
+// Reads the variable for its log file once more after the end, when nothing else is done with it.
 void CMsgOut::ReadOptions() {
     const char* value = detail::Environment("VYN_ERR_OUT");
     if (!value) {
@@ -139,7 +140,7 @@ void CMsgOut::ReadOptions() {
     char* rest = nullptr;
     for (const char* word = strtok_r(&words[0], " ", &rest); word; word = strtok_r(nullptr, " ", &rest)) {
         if (word[0] != '-' || strlen(word) != 2) {
-            Report("CErrOut: unknown option");
+            ReportOption("CErrOut: unknown option");
             return;
         }
         ReadOption(word, &rest);
@@ -153,24 +154,24 @@ void CMsgOut::ReadOption(const char* word, char** rest) {
             m_state->bAssert = true;
             break;
         case 'h':
-            Report("CErrOut: usage VYN_ERR_OUT=[-a] [-h] [-q] [-o file]");
-            Report("CErrOut: -a assert dialog (only Windows debug)");
-            Report("CErrOut: -h print this message");
-            Report("CErrOut: -q turn off normal output");
-            Report("CErrOut: -o <file> write output to file.pid ");
+            ReportOption("CErrOut: usage VYN_ERR_OUT=[-a] [-h] [-q] [-o file]");
+            ReportOption("CErrOut: -a assert dialog (only Windows debug)");
+            ReportOption("CErrOut: -h print this message");
+            ReportOption("CErrOut: -q turn off normal output");
+            ReportOption("CErrOut: -o <file> write output to file.pid ");
             break;
         case 'o':
             if (const char* file = strtok_r(nullptr, " ", rest)) {
                 m_state->strFileName = file + ("." + std::to_string(getpid()));
             } else {
-                Report("CErrOut: file required");
+                ReportOption("CErrOut: file required");
             }
             break;
         case 'q':
             m_bQuiet = true;
             break;
         default:
-            Report("CErrOut: unknown option");
+            ReportOption("CErrOut: unknown option");
     }
 }
 
@@ -178,19 +179,41 @@ void CMsgOut::Report(const char* text, const char* detail) {
     *this << IntErr << text << detail << endl << flush;
 }
 
+void CMsgOut::ReportOption(const char* text, const char* detail) {
+    if (!m_bEnded) {
+        Report(text, detail);
+    }
+}
+
 void CMsgOut::Deliver() {
-    const std::string text = State().buffer.str();
+    // Taken out first: after an exception of the handler the message doesn't come again.
+    const std::string text = TakeText();
+    WriteOut(text);
+    if (State().bAssert) {
+        // On vynerr itself, the report goes out behind a repetition of the message.
+        vynerr << SString(this == &vynerr ? text : std::string()) << IntErr << "assert dialog not available"
+               << endl;
+        // Not by a flush, which would report again.
+        vynerr.WriteOut(vynerr.TakeText());
+        vynerr.EndDelivery();
+    }
+    EndDelivery();
+}
+
+std::string CMsgOut::TakeText() {
+    std::string text = State().buffer.str();
+    State().buffer.str("");
+    return text;
+}
+
+void CMsgOut::WriteOut(const std::string& text) {
     if (!m_bQuiet) {
         WriteToConsole(text);
     }
     WriteToFile(text);
-    if (State().bAssert && !bReportsAssert) {
-        // The message is still in the buffer: on vynerr itself, the report goes out behind its repetition.
-        bReportsAssert = true;
-        vynerr.Report("assert dialog not available");
-        bReportsAssert = false;
-    }
-    State().buffer.str("");
+}
+
+void CMsgOut::EndDelivery() {
     if (k4::IMessageOutputHandler* handler = State().pOutput) {
         handler->OnFlush();
     }
@@ -215,10 +238,9 @@ void CMsgOut::WriteToFile(const std::string& text) {
     if (!state.file.is_open() && !state.strFileName.empty()) {
         UTF8String name;
         name.swap(state.strFileName);
-        state.file.open(name);
+        state.file.open(name, m_bEnded ? std::ios::app : std::ios::out);
         if (!state.file.is_open()) {
-            state.buffer.str("");
-            Report("CErrOut: open failed: ", name.c_str());
+            ReportOption("CErrOut: open failed: ", name.c_str());
             return;
         }
     }
