@@ -41,7 +41,7 @@ public:
     virtual ~ICppWrapperObjectCreator() = default;
 };
 
-/// \pre \p text isn't null.
+/// \param text null gives the empty text.
 /// \return the text in the modified UTF-8 of the virtual machine; empty when it is out of memory, with the
 /// exception pending.
 VYN_API std::string GetString(JNIEnv* env, jstring text);
@@ -51,7 +51,7 @@ VYN_API std::string GetNarrowString(JNIEnv* env, jstring text);
 /// \return a local reference; null when the virtual machine is out of memory.
 VYN_API jstring GetString(JNIEnv* env, const std::string& text);
 
-/// \param object an enum constant, not null.
+/// \param object an enum constant. Null gives 0.
 /// \return its ordinal; 0 if a look-up fails, too.
 VYN_API int ConvertEnumToInt(JNIEnv* env, jobject object);
 
@@ -63,16 +63,14 @@ VYN_API jobject CreateNewJavaObject(JNIEnv* env, const char* className, const ch
 /// Gives a native object its one Java wrapper, whichever of its interfaces \p object is. No reference to the
 /// native object is left behind.
 ///
-/// The wrapper that is registered for the object is returned whatever its class is. What is returned then is
-/// the stored weak reference itself: it isn't deleted by the caller, ends with UnregisterJavaObject, and
-/// refers to nothing once the collector took the wrapper. Where that can happen, glue makes a local reference
-/// of it first, and for a lost wrapper ends the entry by a new object with the same address, one thread at a
-/// time:
+/// The wrapper that is registered for the object is returned whatever its class is, as long as the collector
+/// didn't take it. What is returned then is the stored weak reference itself: it isn't deleted by the caller, ends
+/// with UnregisterJavaObject or the next call for the object, and refers to nothing once the collector takes the
+/// wrapper. Glue that keeps no other reference makes a local one first, and asks again for a wrapper that was taken
+/// in between:
 ///
 ///     jobject wrapper = env->NewLocalRef(CreateNewWrappingJavaObject(env, name, object));
 ///     if (!wrapper && !env->ExceptionCheck()) {
-///         jobject key = CreateNewJavaObject(env, "com/dravmoor/zem/CppObjectWrapper", "(J)V", address);
-///         UnregisterJavaObject(env, key);
 ///         wrapper = CreateNewWrappingJavaObject(env, name, object);
 ///     }
 ///
@@ -117,7 +115,7 @@ T* GetInterfacePtr(JNIEnv* env, jobject object, const char* interfaceName) {
 /// Makes a native object for a Java implementation of an interface, by the creator that is registered under
 /// the last component of the name.
 /// \param interfaceName with "/" between its components, not null.
-/// \param object not null: JNI takes null for an instance of anything, and the creator would get it.
+/// \param object null gives null.
 /// \return what the creator returned; null if the registered creator is null.
 /// \throws const char* by k4::ThrowAPIError when the object doesn't implement the interface or no creator is
 /// registered. It must not pass into the virtual machine: catch it and call ThrowJavaAPIErrorException.

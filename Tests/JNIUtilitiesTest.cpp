@@ -185,11 +185,13 @@ TEST_F(Bridge, PassesTextsInModifiedUtf8) {
     EXPECT_EQ(env->GetStringLength(java), 4);
     EXPECT_EQ(GetString(env, java), text);
     EXPECT_EQ(GetNarrowString(env, java), text);
+    EXPECT_EQ(GetString(env, jstring{nullptr}), "");
 }
 
 TEST_F(Bridge, GivesTheOrdinalOfAnEnum) {
     const jobject kind = Kind("CLASS");
     EXPECT_EQ(ConvertEnumToInt(env, kind), 1);
+    EXPECT_EQ(ConvertEnumToInt(env, nullptr), 0);
     for (const char* lookUp : {"java/lang/Enum", "ordinal"}) {
         {
             const FailingLookUp failing(lookUp);
@@ -336,6 +338,7 @@ TEST_F(Bridge, WrapsAJavaImplementationByTheCreatorOfItsInterface) {
     EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), nullptr) << "registered before main";
     RegisterCppWrapperObjectCreator("Bare", &first);
     EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), first.m_object.Canonical());
+    EXPECT_EQ(CreateNewWrappingCppObject(env, nullptr, "Bare"), nullptr);
 }
 
 TEST_F(Bridge, ThrowsWhatCannotBeWrapped) {
@@ -367,7 +370,7 @@ TEST_F(Bridge, RaisesAnApiErrorInPlaceOfAPendingException) {
     EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: missing");
 }
 
-TEST_F(Bridge, HandsOutAWrapperThatTheCollectorTook) {
+TEST_F(Bridge, MakesAWrapperAnewThatTheCollectorTook) {
     CountingObject object;
     env->DeleteLocalRef(CreateNewWrappingJavaObject(env, object.Canonical()));
     const jweak stored = static_cast<jweak>(CreateNewWrappingJavaObject(env, object.Canonical()));
@@ -377,13 +380,10 @@ TEST_F(Bridge, HandsOutAWrapperThatTheCollectorTook) {
         env->CallStaticVoidMethod(system, collect);
         ASSERT_FALSE(env->ExceptionCheck());
     }
-    const jobject lost = CreateNewWrappingJavaObject(env, object.Canonical());
-    EXPECT_EQ(lost, stored);
-    EXPECT_EQ(env->NewLocalRef(lost), nullptr);
-
-    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
     const jobject next = CreateNewWrappingJavaObject(env, object.Canonical());
-    EXPECT_NE(env->NewLocalRef(next), nullptr);
+    EXPECT_EQ(env->GetObjectRefType(next), JNILocalRefType);
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, next, nullptr), object.Canonical());
+    EXPECT_TRUE(env->IsSameObject(CreateNewWrappingJavaObject(env, object.Canonical()), next));
     EXPECT_EQ(Unregister(next), "");
     EXPECT_EQ(object.m_nReferences, 1);
 }

@@ -1,7 +1,6 @@
 // The native side of the tour: a model with two elements, and the native methods of the Java classes.
 
 #include <atomic>
-#include <cstdint>
 #include <string>
 
 #include "JNIUtilities.h"
@@ -9,7 +8,6 @@
 namespace {
 
 const char* const kElementClass = "com/dravmoor/zem/IModelElement";
-const char* const kWrapperClass = "com/dravmoor/zem/CppObjectWrapper";
 
 // The interface that native code sees, whatever an element is written in.
 class IModelElement : public k4::IUnknown {
@@ -75,12 +73,10 @@ public:
     explicit JavaElement(jobject object) : m_object(object) {}
 
     std::string GetName(JNIEnv* env) override {
-        const auto name = static_cast<jstring>(Call(env, "getName", "()Ljava/lang/String;"));
-        return name ? jniutils::GetString(env, name) : std::string();
+        return jniutils::GetString(env, static_cast<jstring>(Call(env, "getName", "()Ljava/lang/String;")));
     }
     int GetKind(JNIEnv* env) override {
-        const jobject kind = Call(env, "getKind", "()Lcom/dravmoor/zem/EElementKind;");
-        return kind ? jniutils::ConvertEnumToInt(env, kind) : 0;
+        return jniutils::ConvertEnumToInt(env, Call(env, "getKind", "()Lcom/dravmoor/zem/EElementKind;"));
     }
 
 private:
@@ -137,16 +133,11 @@ private:
 
 Model model;
 
-// The wrapper of an element that the model holds. One that the collector took is replaced.
+// The wrapper of an element that the model holds. One that the collector takes meanwhile is made anew.
 jobject WrapperOf(JNIEnv* env, k4::IUnknown* element) {
     const jobject wrapper = env->NewLocalRef(jniutils::CreateNewWrappingJavaObject(env, element));
-    if (wrapper || env->ExceptionCheck()) {
-        return wrapper;
-    }
-    const auto address = static_cast<jlong>(reinterpret_cast<std::uintptr_t>(element));
-    const jobject key = jniutils::CreateNewJavaObject(env, kWrapperClass, "(J)V", address);
-    jniutils::UnregisterJavaObject(env, key);
-    return jniutils::CreateNewWrappingJavaObject(env, element);
+    const bool taken = !wrapper && !env->ExceptionCheck();
+    return taken ? jniutils::CreateNewWrappingJavaObject(env, element) : wrapper;
 }
 
 k4::Ptr<IModelElement> ToElement(JNIEnv* env, jobject object) {

@@ -68,7 +68,7 @@ k4::IUnknown* ReadAddress(JNIEnv* env, jobject wrapper) {
 }  // namespace
 
 std::string GetString(JNIEnv* env, jstring text) {
-    const char* bytes = env->GetStringUTFChars(text, nullptr);
+    const char* bytes = text ? env->GetStringUTFChars(text, nullptr) : nullptr;
     if (!bytes) {
         return std::string();
     }
@@ -86,6 +86,9 @@ jstring GetString(JNIEnv* env, const std::string& text) {
 }
 
 int ConvertEnumToInt(JNIEnv* env, jobject object) {
+    if (!object) {
+        return 0;
+    }
     const LocalClass enumClass(env, env->FindClass("java/lang/Enum"));
     if (!enumClass) {
         return 0;
@@ -129,7 +132,13 @@ jobject CreateNewWrappingJavaObject(JNIEnv* env, const char* className, k4::IUnk
     auto& wrappers = mapWrapperJavaObjects.m_map;
     const auto found = wrappers.find(canonical.get());
     if (found != wrappers.end()) {
-        return found->second;
+        const jobject stored = found->second;
+        if (!stored || !env->IsSameObject(stored, nullptr)) {
+            return stored;
+        }
+        // The collector took the wrapper.
+        env->DeleteWeakGlobalRef(stored);
+        wrappers.erase(found);
     }
     const jobject wrapper = CreateNewJavaObject(env, className, "(J)V", ToAddress(canonical.get()));
     // With an exception pending, no reference may be made.
@@ -185,6 +194,9 @@ k4::IUnknown* GetIUnknownFromJavaObject(JNIEnv* env, jobject object, const char*
 }
 
 k4::IUnknown* CreateNewWrappingCppObject(JNIEnv* env, jobject object, const char* interfaceName) {
+    if (!object) {
+        return nullptr;
+    }
     if (!IsInstanceOf(env, object, interfaceName)) {
         k4::ThrowAPIError(std::string("Java object does not implement the expected interface ") +
                           interfaceName);
