@@ -19,7 +19,7 @@ using vyn::SString;
 using vyn::SVector;
 
 // Documents that live in memory, as `mem:name`.
-class MemoryScheme : public vyn::SUriScheme {
+class MemoryScheme final : public vyn::SUriScheme {
 public:
     MemoryScheme() { vyn::SUriSchemeManager::Register(*this); }
     MemoryScheme(const MemoryScheme&) = delete;

@@ -19,7 +19,7 @@ std::string calls;  // of the schemes below, each as `name.Operation(arguments);
 
 // Takes the URIs that begin with a text, and notes each call. Its answers differ from those of the composite
 // for lack of a scheme.
-class TestScheme : public SUriScheme {
+class TestScheme final : public SUriScheme {
 public:
     TestScheme(const std::string& name, const std::string& prefix, int capabilities)
         : m_strName(name), m_strPrefix(prefix), m_nCapabilities(capabilities) {

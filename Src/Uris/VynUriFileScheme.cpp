@@ -23,7 +23,7 @@ Adapter* Open(SVector<SString>& errors, const SString& uri, int mode, detail::Li
 }
 
 // The scheme of all that is no URI: files.
-class SDefaultFileScheme : public SUriScheme {
+class SDefaultFileScheme final : public SUriScheme {
 public:
     std::basic_istream<char>* OpenRead(SVector<SString>& errors, const SString& uri) override {
         return Open<SFile2IstreamAdapter>(errors, uri, 4, detail::eStrOpenForReadFailed);

@@ -51,7 +51,7 @@ SUriScheme* GetSelectedSchemeHandlerForCapability(SUriScheme::SCapability capabi
     return pfnSelectSchemeCallback ? pfnSelectSchemeCallback(offering) : nullptr;
 }
 
-class CCompositeScheme : public SUriScheme {
+class CCompositeScheme final : public SUriScheme {
 public:
     std::basic_istream<char>* OpenRead(SVector<SString>& errors, const SString& uri) override {
         SString resolved;
