@@ -50,19 +50,6 @@ public:
     // What this scheme doesn't offer.
     SStatus GetDefaultOutputLocation(const SString&, SString&) const override { return eStatusNotDone; }
     bool MakeEditable(const SString&) override { return false; }
-    SStatus OpenDialog(SVector<SString>&, const SString&, SString&, const SString&) override {
-        return eStatusNotDone;
-    }
-    SStatus SaveDialog(SVector<SString>&, const SString&, SString&, const SString&) override {
-        return eStatusNotDone;
-    }
-    SStatus DirDialog(SVector<SString>&, const SString&, SString&) override { return eStatusNotDone; }
-    SStatus DirectRead(SVector<SString>&, const SString&, SVector<void*>&, const void*) override {
-        return eStatusNotDone;
-    }
-    SStatus DirectWrite(SVector<SString>&, const SString&, const SVector<void*>&, const void*) override {
-        return eStatusNotDone;
-    }
 
 private:
     // The text becomes the document when the stream is deleted.

@@ -152,7 +152,8 @@ public:
     /// Opens the document for reading.
     /// \return the stream, for the caller to delete; null, and a text in \p errors, on failure.
     virtual std::basic_istream<char>* OpenRead(SVector<SString>& errors, const SString& uri) = 0;
-    /// Opens the document for writing. What is written is only sure to arrive when the stream is deleted.
+    /// Opens the document for writing. What is written is only sure to arrive when the stream is deleted;
+    /// what a file then refuses is reported on vynerr.
     /// \return the stream, for the caller to delete; null, and a text in \p errors, on failure.
     virtual std::basic_ostream<char>* OpenWrite(SVector<SString>& errors, const SString& uri) = 0;
     /// \return the format of the document.
@@ -174,20 +175,22 @@ public:
     virtual bool MakeEditable(const SString& uri) = 0;
     /// \return the sum of SCapability bits.
     virtual int GetCapabilities() const = 0;
+    // These five do nothing unless a scheme offers them: eStatusNotDone.
+
     /// Lets the user choose a document to open. The scheme gives \p start and \p extra their meaning.
     virtual SStatus OpenDialog(SVector<SString>& errors, const SString& start, SString& result,
-                               const SString& extra) = 0;
+                               const SString& extra);
     /// Lets the user choose where to save.
     virtual SStatus SaveDialog(SVector<SString>& errors, const SString& start, SString& result,
-                               const SString& extra) = 0;
+                               const SString& extra);
     /// Lets the user choose a directory.
-    virtual SStatus DirDialog(SVector<SString>& errors, const SString& start, SString& result) = 0;
+    virtual SStatus DirDialog(SVector<SString>& errors, const SString& start, SString& result);
     /// Reads without a stream. The scheme gives \p data and \p context their meaning.
     virtual SStatus DirectRead(SVector<SString>& errors, const SString& uri, SVector<void*>& data,
-                               const void* context) = 0;
+                               const void* context);
     /// Writes without a stream.
     virtual SStatus DirectWrite(SVector<SString>& errors, const SString& uri, const SVector<void*>& data,
-                                const void* context) = 0;
+                                const void* context);
 
 protected:
     /// Not virtual, since schemes are never deleted through this class. Protected, so that the compiler sees

@@ -1,5 +1,6 @@
 // The registry of schemes, the composite, the file scheme and its streams.
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include <functional>
@@ -386,12 +387,21 @@ TEST(FileStream, BringsBackAllBytes) {
     EXPECT_TRUE(errors.empty());
 }
 
+// The number that the next file to be opened gets.
+int NextDescriptor() {
+    const int next = dup(0);
+    close(next);
+    return next;
+}
+
 TEST(FileStream, WritesWhenTheBufferIsFullAndAtTheEnd) {
     TemporaryDirectory directory;
     const std::string path = directory / "f";
-    auto stream = std::make_unique<SFile2OstreamAdapter>(new SFileStreamBuffer);
+    auto stream = std::make_unique<SFile2OstreamAdapter>(std::make_unique<SFileStreamBuffer>());
+    const int descriptor = NextDescriptor();
     stream->open(path, 8);
     EXPECT_TRUE(stream->good());
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
     *stream << Bytes(16383) << std::flush;
     EXPECT_EQ(std::filesystem::file_size(path), 0u) << "a flush doesn't reach the file";
     *stream << 'x' << 'y';
@@ -405,21 +415,28 @@ TEST(FileStream, WritesWhenTheBufferIsFullAndAtTheEnd) {
     *stream << "end";
     stream.reset();
     EXPECT_EQ(ReadText(path), "end");
-    SFile2OstreamAdapter full(new SFileStreamBuffer);
-    full.open("/dev/full", 8);
-    full << Bytes(2 * 16384);
-    EXPECT_TRUE(full.fail());
+    for (const size_t size : {2 * 16384, 1}) {
+        testing::internal::CaptureStderr();
+        stream = std::make_unique<SFile2OstreamAdapter>(std::make_unique<SFileStreamBuffer>());
+        stream->open("/dev/full", 8);
+        *stream << Bytes(size);
+        EXPECT_EQ(stream->fail(), size > 16384) << size;
+        stream.reset();
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "Error occured while writing to file :/dev/full\n");
+    }
 }
 
 TEST(FileStream, IsGoodUntilItHasReadTheEnd) {
     TemporaryDirectory directory;
     WriteText(directory / "f", Bytes(16384));
-    SFile2IstreamAdapter stream(new SFileStreamBuffer);
+    SFile2IstreamAdapter stream(std::make_unique<SFileStreamBuffer>());
     EXPECT_FALSE(stream.good());
     stream.open(directory / "none", 4);
     EXPECT_FALSE(stream.good());
+    const int descriptor = NextDescriptor();
     stream.open(directory / "f", 4);
     EXPECT_TRUE(stream.good());
+    EXPECT_EQ(fcntl(descriptor, F_GETFD), FD_CLOEXEC);
     std::string block(16384, '\0');
     stream.read(&block[0], 16384);
     EXPECT_TRUE(stream.good()) << "one refill, and no look beyond it";

@@ -198,14 +198,11 @@ bool VynSetReadOnly(const SString& path, bool readOnly) {
 
 SUnsetReadOnly::SUnsetReadOnly(const SString& path) : m_strPath(path), m_nMode(0) {
     struct stat info;
-    if (stat(path.c_str(), &info) != 0) {
+    if (stat(path.c_str(), &info) != 0 || !VynSetReadOnly(path, true)) {
         m_strPath.clear();
         return;
     }
     m_nMode = info.st_mode;
-    if (chmod(path.c_str(), m_nMode & ~unsigned{S_IWUSR}) != 0) {
-        m_strPath.clear();
-    }
 }
 
 SUnsetReadOnly::~SUnsetReadOnly() {

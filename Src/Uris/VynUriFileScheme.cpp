@@ -12,8 +12,9 @@ namespace {
 
 // Opens `uri` by an adapter of its own. Null, and a text in `errors`, when that fails.
 template <class Adapter>
-Adapter* Open(SVector<SString>& errors, const SString& uri, int mode, detail::LibraryString failure) {
-    auto stream = std::make_unique<Adapter>(new SFileStreamBuffer);
+Adapter* Open(SVector<SString>& errors, const SString& uri, SFileStreamMode mode,
+              detail::LibraryString failure) {
+    auto stream = std::make_unique<Adapter>(std::make_unique<SFileStreamBuffer>());
     stream->open(uri, mode);
     if (stream->good()) {
         return stream.release();
@@ -26,10 +27,10 @@ Adapter* Open(SVector<SString>& errors, const SString& uri, int mode, detail::Li
 class SDefaultFileScheme final : public SUriScheme {
 public:
     std::basic_istream<char>* OpenRead(SVector<SString>& errors, const SString& uri) override {
-        return Open<SFile2IstreamAdapter>(errors, uri, 4, detail::eStrOpenForReadFailed);
+        return Open<SFile2IstreamAdapter>(errors, uri, eFileStreamRead, detail::eStrOpenForReadFailed);
     }
     std::basic_ostream<char>* OpenWrite(SVector<SString>& errors, const SString& uri) override {
-        return Open<SFile2OstreamAdapter>(errors, uri, 8, detail::eStrOpenForWriteFailed);
+        return Open<SFile2OstreamAdapter>(errors, uri, eFileStreamWrite, detail::eStrOpenForWriteFailed);
     }
     SFormat GetFormat(const SString&) const override { return eFormatUnknown; }
     bool CanHandle(const SString& uri) const override { return !VynIsAUri(uri.c_str()); }
@@ -49,19 +50,6 @@ public:
     bool MakeEditable(const SString&) override { return false; }
     int GetCapabilities() const override {
         return eCapabilityRead | eCapabilityWrite | eCapabilityDefaultOutputLocation;
-    }
-    SStatus OpenDialog(SVector<SString>&, const SString&, SString&, const SString&) override {
-        return eStatusNotDone;
-    }
-    SStatus SaveDialog(SVector<SString>&, const SString&, SString&, const SString&) override {
-        return eStatusNotDone;
-    }
-    SStatus DirDialog(SVector<SString>&, const SString&, SString&) override { return eStatusNotDone; }
-    SStatus DirectRead(SVector<SString>&, const SString&, SVector<void*>&, const void*) override {
-        return eStatusNotDone;
-    }
-    SStatus DirectWrite(SVector<SString>&, const SString&, const SVector<void*>&, const void*) override {
-        return eStatusNotDone;
     }
 };
 

@@ -1,39 +1,32 @@
 #include "Uris/VynUriFileStream_p.h"
 
+#include "Uris/VynUri_p.h"
+
 namespace vyn {
-
-namespace {
-
-void Close(SFileStreamBuffer* buffer) {
-    if (buffer && buffer->m_pFile) {
-        fclose(buffer->m_pFile);
-        buffer->m_pFile = nullptr;
-    }
-}
-
-void Open(SFileStreamBuffer* buffer, const SString& path, const char* mode) {
-    if (buffer) {
-        Close(buffer);
-        buffer->m_pFile = fopen(path.c_str(), mode);
-    }
-}
-
-bool IsGood(const SFileStreamBuffer* buffer) {
-    return buffer && buffer->m_pFile && !feof(buffer->m_pFile) && !ferror(buffer->m_pFile);
-}
-
-}  // namespace
 
 SFileStreamBuffer::SFileStreamBuffer() {
     std::streambuf::setbuf(m_szBuffer, sizeof m_szBuffer);
     ResetPutArea();
 }
 
+bool SFileStreamBuffer::IsGood() const {
+    return m_pFile && !feof(m_pFile.get()) && !ferror(m_pFile.get());
+}
+
+bool SFileStreamBuffer::Finish() {
+    if (!m_pFile) {
+        return true;
+    }
+    const size_t count = static_cast<size_t>(pptr() - pbase());
+    const bool written = fwrite(pbase(), 1, count, m_pFile.get()) == count && !ferror(m_pFile.get());
+    return fclose(m_pFile.release()) == 0 && written;
+}
+
 SFileStreamBuffer::int_type SFileStreamBuffer::underflow() {
     if (!m_pFile) {
         return traits_type::eof();
     }
-    const size_t count = fread(m_szBuffer, 1, sizeof m_szBuffer, m_pFile);
+    const size_t count = fread(m_szBuffer, 1, sizeof m_szBuffer, m_pFile.get());
     if (count == 0) {
         return traits_type::eof();
     }
@@ -46,58 +39,54 @@ SFileStreamBuffer::int_type SFileStreamBuffer::overflow(int_type c) {
     if (c != traits_type::eof()) {
         m_szBuffer[count++] = traits_type::to_char_type(c);
     }
-    const size_t written = m_pFile ? fwrite(m_szBuffer, 1, count, m_pFile) : 0;
+    const size_t written = m_pFile ? fwrite(m_szBuffer, 1, count, m_pFile.get()) : 0;
     ResetPutArea();
     return written > 0 ? static_cast<int_type>(written) : traits_type::eof();
 }
 
-void SFileStreamBuffer::WritePending() {
-    if (m_pFile && pptr() > pbase()) {
-        fwrite(pbase(), 1, static_cast<size_t>(pptr() - pbase()), m_pFile);
-    }
-}
-
-SFile2IstreamAdapter::SFile2IstreamAdapter(SFileStreamBuffer* buffer)
-    : std::basic_istream<char>(buffer), m_pBuffer(buffer) {}
-
-SFile2IstreamAdapter::~SFile2IstreamAdapter() {
-    close();
-    delete m_pBuffer;
-}
+SFile2IstreamAdapter::SFile2IstreamAdapter(std::unique_ptr<SFileStreamBuffer> buffer)
+    : std::basic_istream<char>(buffer.get()), m_pBuffer(std::move(buffer)) {}
 
 void SFile2IstreamAdapter::open(const SString& path, int) {
-    Open(m_pBuffer, path, "r");
+    if (m_pBuffer) {
+        m_pBuffer->m_pFile.reset(fopen(path.c_str(), "re"));
+    }
 }
 
 bool SFile2IstreamAdapter::good() const {
-    return IsGood(m_pBuffer);
+    return m_pBuffer && m_pBuffer->IsGood();
 }
 
 void SFile2IstreamAdapter::close() {
-    Close(m_pBuffer);
+    if (m_pBuffer) {
+        m_pBuffer->m_pFile.reset();
+    }
 }
 
-SFile2OstreamAdapter::SFile2OstreamAdapter(SFileStreamBuffer* buffer)
-    : std::basic_ostream<char>(buffer), m_pBuffer(buffer) {}
+SFile2OstreamAdapter::SFile2OstreamAdapter(std::unique_ptr<SFileStreamBuffer> buffer)
+    : std::basic_ostream<char>(buffer.get()), m_pBuffer(std::move(buffer)) {}
 
 SFile2OstreamAdapter::~SFile2OstreamAdapter() {
-    if (m_pBuffer) {
-        m_pBuffer->WritePending();
+    if (m_pBuffer && !m_pBuffer->Finish()) {
+        detail::ReportWriteError(m_strPath);
     }
-    close();
-    delete m_pBuffer;
 }
 
 void SFile2OstreamAdapter::open(const SString& path, int) {
-    Open(m_pBuffer, path, "w");
+    if (m_pBuffer) {
+        m_pBuffer->m_pFile.reset(fopen(path.c_str(), "we"));
+        m_strPath = path;
+    }
 }
 
 bool SFile2OstreamAdapter::good() const {
-    return IsGood(m_pBuffer);
+    return m_pBuffer && m_pBuffer->IsGood();
 }
 
 void SFile2OstreamAdapter::close() {
-    Close(m_pBuffer);
+    if (m_pBuffer) {
+        m_pBuffer->m_pFile.reset();
+    }
 }
 
 }  // namespace vyn

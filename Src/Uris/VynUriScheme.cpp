@@ -175,6 +175,27 @@ VYN_INIT(VYN_INIT_COMPOSITE_SCHEME) CCompositeScheme theCompositeScheme;
 
 SUriScheme& SUri = theCompositeScheme;
 
+SUriScheme::SStatus SUriScheme::OpenDialog(SVector<SString>&, const SString&, SString&, const SString&) {
+    return eStatusNotDone;
+}
+
+SUriScheme::SStatus SUriScheme::SaveDialog(SVector<SString>&, const SString&, SString&, const SString&) {
+    return eStatusNotDone;
+}
+
+SUriScheme::SStatus SUriScheme::DirDialog(SVector<SString>&, const SString&, SString&) {
+    return eStatusNotDone;
+}
+
+SUriScheme::SStatus SUriScheme::DirectRead(SVector<SString>&, const SString&, SVector<void*>&, const void*) {
+    return eStatusNotDone;
+}
+
+SUriScheme::SStatus SUriScheme::DirectWrite(SVector<SString>&, const SString&, const SVector<void*>&,
+                                            const void*) {
+    return eStatusNotDone;
+}
+
 std::list<SUriScheme*>* VynGetUriSchemeList() {
     static auto* schemes = new std::list<SUriScheme*>;
     return schemes;

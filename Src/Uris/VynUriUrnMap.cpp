@@ -119,10 +119,13 @@ int AppendToMapFile(const SPathName& path, const std::string& lines) {
 
 // Tells that the map file wasn't written, and stands as before.
 void ReportNotWritten(const SPathName& path, int error) {
-    const bool opened =
-        error == ENOSPC || error == EDQUOT || error == EFBIG || error == EIO || error == EILSEQ;
-    vynerr << (opened ? "Error occured while writing to file :" : "Can not open the file: ") << path << endl
-           << flush;
+    for (int writing : {ENOSPC, EDQUOT, EFBIG, EIO, EILSEQ}) {
+        if (error == writing) {
+            detail::ReportWriteError(path);
+            return;
+        }
+    }
+    vynerr << "Can not open the file: " << path << endl << flush;
 }
 
 // False for what would be read back as something else.

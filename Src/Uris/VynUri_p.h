@@ -41,6 +41,11 @@ inline void ReportOwnString(LibraryString id, std::initializer_list<SString> tex
     vynerr << OwnMessage(id, texts) << endl << flush;
 }
 
+/// Reports on vynerr that not all was written to a file.
+inline void ReportWriteError(const SString& path) {
+    vynerr << "Error occured while writing to file :" << path << endl << flush;
+}
+
 }  // namespace detail
 
 }  // namespace vyn
