@@ -4,13 +4,17 @@
 /// IPv4 stream sockets that carry lines and bytes. Set-up throws plain texts, transfer reports nothing. No
 /// locks: all sockets of the process are counted together and belong to one thread at a time.
 
-#include <sys/select.h>
-
+#include <cstddef>
+#include <memory>
 #include <string>
 
 #include "VynExport.h"
 
 namespace vyn {
+
+namespace detail {
+class CDescriptor;
+}
 
 /// Whether a server waits for a caller, and a selection for its sockets. Any value other than
 /// eNonBlockingSocket means blocking.
@@ -21,9 +25,9 @@ enum TypeSocket : int { eBlockingSocket = 0, eNonBlockingSocket = 1 };
 /// Usually made by SocketServer::Accept or as a SocketClient. Descriptors that the library opens aren't
 /// inherited by programs that the process starts.
 ///
-/// Transfer doesn't report: what can't be sent is dropped, and a receiver can't tell an error from the end of
-/// the stream. Writing to a peer that has gone raises SIGPIPE, which ends the process unless the tool handles
-/// or ignores it.
+/// Plain transfer doesn't report: what can't be sent is dropped, and a receiver can't tell an error from the
+/// end of the stream. What comes from outside is received by the ReceiveLine that has a limit, and sent by
+/// SendSingleLine. Sending to a peer that has gone raises no SIGPIPE. Calls that a signal interrupts go on.
 class VYN_API Socket {
 public:
     /// Opens a socket that isn't connected yet.
@@ -41,11 +45,23 @@ public:
     /// limit on the length.
     /// \return the line with its line end; what has arrived, possibly nothing, when the stream ends or fails.
     std::string ReceiveLine();
+    /// The same with a limit, for peers that aren't trusted, and with a result.
+    /// \param[out] line what has arrived, with the line end of a whole line.
+    /// \param limit in bytes, line end included.
+    /// \return 0 when \p line is whole, else errno: EMSGSIZE when \p limit bytes hold no line end, the rest of the
+    /// line stays in the stream; ENODATA when the stream ended before.
+    int ReceiveLine(std::string& line, size_t limit);
     /// \return what has arrived already, zero bytes included; empty when there is nothing. Never waits.
     std::string ReceiveBytes();
 
     /// Sends \p line with a carriage return and a line feed behind it, in one call of the system.
     void SendLine(std::string line);
+    /// Sends a line as SendLine does, all of it, for texts that come from outside: one that holds a line end
+    /// would become several lines for the peer.
+    /// \param text without its line end.
+    /// \return 0 on success, else errno: EINVAL for a carriage return or line feed in \p text, of which nothing is
+    /// sent; EPIPE when the peer has gone.
+    int SendSingleLine(const std::string& text);
     /// Sends \p bytes in one call of the system.
     void SendBytes(const std::string& bytes);
     /// Closes the descriptor, for all copies; a second call does nothing. Nothing may be sent, received or
@@ -65,13 +81,7 @@ protected:
 private:
     friend class SocketSelect;
 
-    // What the copies of a socket have in common.
-    struct Shared {
-        int nReferences;
-        bool bClosed;
-    };
-
-    Shared* m_pShared;  // owned by all copies together
+    std::shared_ptr<detail::CDescriptor> m_pShared;  // closed by the last copy
 };
 
 /// \brief A port on which callers are waited for, on all local addresses.
@@ -114,18 +124,17 @@ class VYN_API SocketSelect {
 public:
     /// \param s1 not null.
     /// \param s2 may be null.
-    /// \param type eNonBlockingSocket: looks and returns, after a microsecond at most.
-    /// \pre the descriptors are below FD_SETSIZE, which is 1024.
-    /// \throws const char* "Error in select", also when a signal interrupts the wait; `errno` says why.
+    /// \param type eNonBlockingSocket: looks and returns.
+    /// \throws const char* "Error in select"; `errno` says why: EBADF for a socket without an open descriptor.
     SocketSelect(const Socket* const s1, const Socket* const s2, TypeSocket type);
 
-    /// \param s not null, its descriptor below FD_SETSIZE.
+    /// \param s not null.
     /// \return true when \p s can be read, has reached its end, or has a caller to accept; false also for a
     /// socket that wasn't waited for.
     bool Readable(const Socket* const s);
 
 private:
-    fd_set m_setReadable;
+    int m_readable[2];  // descriptors; -1 for one that can't be read
 };
 
 }  // namespace vyn

@@ -8,6 +8,7 @@
 
 #include <atomic>
 #include <memory>
+#include <mutex>
 
 #include "VynExport.h"
 
@@ -62,7 +63,7 @@ public:
 
     /// One `write` of \p len bytes to the standard input of the child.
     /// \return the bytes written, which may be fewer; 0 once the descriptor is closed; -1 on failure, which
-    /// `errno` tells and which moves the state to 2.
+    /// `errno` tells and which moves the state to 2: EPIPE when nobody reads any more, without a SIGPIPE.
     virtual int write(const char* buf, unsigned len);
     /// Closes the pipe to the child, whose input ends. \return 0.
     virtual int close_write();
@@ -78,7 +79,9 @@ public:
     /// \return the descriptor of the pipe from the child, -1 once it is closed.
     virtual int rfd();
 
-    /// Kills the child by signal 9 without waiting for it, closes both pipes and moves the state to 2.
+    /// Kills the child by signal 9 without waiting for it, closes both pipes and moves the state to 2. A child
+    /// whose status was collected gets no signal, since its id may be another process's by then: that, like
+    /// any failure, is printed.
     /// \return 0; -1 in a state other than 1, where nothing happens.
     virtual int kill();
     /// Closes both pipes and forgets the child, which may go on; the state becomes 0.
@@ -99,14 +102,20 @@ private:
     template <class Argv>
     int Launch(const char* program, Argv argv, const char* directory, int (*spawn)(const char*, Argv, bool));
 
+    void SetChild(int child);
+    int UnreapedChild();
+    bool SignalChild(int signal);
+    bool Reap();
+
     // A watchdog stops the child on its own thread; by exchanging the descriptors each is closed once.
     std::atomic<int> m_nState;
     std::atomic<int> m_nExitStatus;
-    std::atomic<int> m_nChild;    // process id, -1 without a child
     std::atomic<int> m_nReadFd;   // -1 when closed
     std::atomic<int> m_nWriteFd;  // -1 when closed
-    [[maybe_unused]] int m_nBufferSize;
-    bool m_bRestoreLibraryPath;  // for the next child only
+    std::mutex m_mutex;           // for the next two
+    int m_nChild;                 // process id, -1 without a child
+    bool m_bReaped;               // the child's status was collected: its id is free
+    bool m_bRestoreLibraryPath;   // for the next child only
 };
 
 /// Starts \p file with the standard descriptors and the working directory of this process, and the

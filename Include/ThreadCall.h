@@ -6,6 +6,8 @@
 
 #include <pthread.h>
 
+#include <optional>
+
 #include "RhuOs.h"
 #include "VynExport.h"
 
@@ -18,10 +20,10 @@ namespace vyn {
 class VYN_API SThread {
 public:
     /// Holds no thread.
-    SThread() : m_pThread(nullptr) {}
+    SThread() = default;
     SThread(const SThread&) = delete;
     SThread& operator=(const SThread&) = delete;
-    /// Does nothing: a running thread goes on, and a handle that is held stays allocated.
+    /// Does nothing: a running thread goes on.
     ~SThread() = default;
 
     /// Starts a thread that runs \p fn with \p arg; what \p fn returns is never looked at. A handle that is
@@ -29,21 +31,23 @@ public:
     /// \return true when the thread was started. `errno` is the result of `pthread_create`, 0 on success.
     bool Launch(unsigned long (*fn)(void*), void* arg);
     /// Cancels the thread and drops the handle, without joining: what the system holds for the thread stays
-    /// until the process ends. Nothing without a thread; else `errno` is the result of `pthread_cancel`.
+    /// until the process ends. Nothing without a thread; else `errno` is the result of `pthread_cancel`, and
+    /// ESRCH for a thread that Wait() has joined.
     void Kill();
     /// Joins the thread; the handle stays. Nothing without a thread; else `errno` is the result of
-    /// `pthread_join`.
+    /// `pthread_join`, and ESRCH for a thread that was joined before.
     void Wait();
     /// Cancels and joins the thread, which ends at its next cancellation point, and drops the handle. Nothing
-    /// without a thread; else `errno` is the result of `pthread_join`.
+    /// without a thread; else `errno` is the result of `pthread_join`, and ESRCH for a thread that Wait() has
+    /// joined.
     void KillWait();
 
 private:
     void Cancel();
     void Join();
-    void Drop();
 
-    pthread_t* m_pThread;  // owned; null without a thread
+    std::optional<pthread_t> m_thread;
+    bool m_bJoined = false;  // the system may have given the id to another thread
 };
 
 /// \brief Tells a waiting thread that a call has happened.

@@ -31,7 +31,7 @@ VYN_API bool RemoveProtocolFromUrl(const std::string& url, std::string& protocol
 VYN_API void SplitGetReq(std::string request, std::string& path, std::map<std::string, std::string>& params);
 
 /// Splits a URL of the protocol "http" or "file", in lower case; a file has a path and no host. Another protocol
-/// is told on standard error.
+/// is told on `std::cerr`.
 /// \param[in,out] protocol as by RemoveProtocolFromUrl: its old value counts when \p url has none.
 /// \param[out] host host and port; empty for a file; the rest of the URL when the protocol is unknown.
 /// \param[out] path for http it begins at the first "/", and is "/" without one; for a file it is all of the rest, with

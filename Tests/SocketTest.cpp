@@ -5,16 +5,16 @@
 #include <gtest/gtest.h>
 #include <netinet/in.h>
 #include <sys/socket.h>
-#include <sys/time.h>
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
 #include <cstring>
 #include <filesystem>
 #include <iterator>
 #include <memory>
 #include <string>
+
+#include "TestSupport.h"
 
 namespace vyn {
 namespace {
@@ -30,12 +30,13 @@ class Server : public SocketServer {
 public:
     explicit Server(TypeSocket type = eBlockingSocket, int port = 0) : SocketServer(port, 4, type) {}
 
-    int Port() const {
+    sockaddr_in Address() const {
         sockaddr_in address = {};
         socklen_t length = sizeof address;
         getsockname(m_nDescriptor, reinterpret_cast<sockaddr*>(&address), &length);
-        return ntohs(address.sin_port);
+        return address;
     }
+    int Port() const { return ntohs(Address().sin_port); }
     int Descriptor() const { return m_nDescriptor; }
     static int LiveSockets() { return nofSockets_; }
 };
@@ -46,10 +47,11 @@ struct Pair {
         int descriptors[2];
         EXPECT_EQ(socketpair(AF_UNIX, SOCK_STREAM, 0, descriptors), 0);
         fd = descriptors[0];
+        peerFd = descriptors[1];
         a = std::make_unique<Socket>(descriptors[0]);
         b = std::make_unique<Socket>(descriptors[1]);
     }
-    int fd;  // of a
+    int fd, peerFd;  // of a and b
     std::unique_ptr<Socket> a, b;
 };
 
@@ -218,25 +220,75 @@ TEST(SocketSelect, TellsWhichOfItsSocketsCanBeRead) {
     SocketSelect alone(one.b.get(), nullptr, eBlockingSocket);
     EXPECT_TRUE(alone.Readable(one.b.get())) << "at the end of the stream";
 
-    Socket closed(dup(STDERR_FILENO));
+    Socket high(fcntl(STDERR_FILENO, F_DUPFD, 1500)), closed(dup(STDERR_FILENO)), none(-1);
     closed.Close();
-    EXPECT_EQ(Thrown([&] { SocketSelect(&closed, nullptr, eNonBlockingSocket); }), "Error in select");
+    SocketSelect(two.b.get(), &high, eNonBlockingSocket);
+    for (const Socket* bad : {&closed, &none}) {
+        EXPECT_EQ(Thrown([&] { SocketSelect(bad, nullptr, eNonBlockingSocket); }), "Error in select");
+        EXPECT_EQ(errno, EBADF);
+        EXPECT_FALSE(alone.Readable(bad));
+    }
 }
 
-TEST(SocketSelect, WaitsForAnyTypeOtherThanNonBlocking) {
+// Each call waits, is interrupted, and gives what it waited for.
+TEST(Socket, GoesOnAfterASignal) {
     Pair pair;
-    struct sigaction interrupt = {};
-    interrupt.sa_handler = [](int) {};
-    sigaction(SIGALRM, &interrupt, nullptr);
-    const itimerval often = {{0, 10000}, {0, 10000}};
-    setitimer(ITIMER_REAL, &often, nullptr);
-    for (int type : {0, 2}) {
-        EXPECT_EQ(Thrown([&] { SocketSelect(pair.a.get(), nullptr, static_cast<TypeSocket>(type)); }),
-                  "Error in select")
-            << type << " doesn't wait until it is interrupted";
+    Server server;
+    const auto sendLine = [&] { pair.a->SendBytes("x\n"); };
+    for (const int type : {0, 2}) {
+        const test::Interruptions interruptions(sendLine);
+        SocketSelect select(pair.b.get(), nullptr, static_cast<TypeSocket>(type));
+        EXPECT_TRUE(select.Readable(pair.b.get())) << "any type other than non-blocking waits";
+        EXPECT_EQ(pair.b->ReceiveLine(), "x\n");
     }
-    const itimerval never = {};
-    setitimer(ITIMER_REAL, &never, nullptr);
+    {
+        const test::Interruptions interruptions(sendLine);
+        EXPECT_EQ(pair.b->ReceiveLine(), "x\n");
+    }
+    {
+        const sockaddr_in address = server.Address();
+        const int fd = socket(AF_INET, SOCK_STREAM, 0);
+        const Socket client(fd);
+        const test::Interruptions interruptions(
+            [&] { connect(fd, reinterpret_cast<const sockaddr*>(&address), sizeof address); });
+        EXPECT_EQ(Thrown([&] { delete server.Accept(); }), "nothing");
+    }
+    static char block[1 << 20];
+    while (send(pair.fd, block, 4096, MSG_DONTWAIT) > 0) {
+    }
+    const test::Interruptions interruptions([&] { recv(pair.peerFd, block, sizeof block, MSG_DONTWAIT); });
+    EXPECT_EQ(pair.a->SendSingleLine("end"), 0);
+    EXPECT_EQ(pair.b->ReceiveBytes(), "end\r\n");
+}
+
+TEST(Socket, ReceivesALineUpToALimit) {
+    const struct {
+        size_t limit;
+        int result;
+        std::string line;
+    } rows[] = {{4, 0, "abc\n"}, {3, EMSGSIZE, "def"}, {5, 0, "\n"}, {0, EMSGSIZE, ""}, {9, ENODATA, "gh"}};
+    Pair pair;
+    pair.a->SendBytes("abc\ndef\ngh");
+    pair.a.reset();
+    for (const auto& row : rows) {
+        std::string line = "old";
+        EXPECT_EQ(pair.b->ReceiveLine(line, row.limit), row.result) << row.line;
+        EXPECT_EQ(line, row.line);
+    }
+    std::string line;
+    EXPECT_EQ(Socket(-1).ReceiveLine(line, 1), EBADF);
+}
+
+TEST(Socket, SendsSingleLinesOnlyAndWithoutASignal) {
+    Pair pair;
+    EXPECT_EQ(pair.a->SendSingleLine(""), 0);
+    EXPECT_EQ(pair.a->SendSingleLine("a\rb"), EINVAL);
+    EXPECT_EQ(pair.a->SendSingleLine("a\nb"), EINVAL);
+    EXPECT_EQ(pair.b->ReceiveBytes(), "\r\n");
+    pair.b.reset();
+    EXPECT_EQ(pair.a->SendSingleLine("a"), EPIPE);
+    pair.a->SendBytes("a");
+    EXPECT_EQ(errno, EPIPE);
 }
 
 }  // namespace

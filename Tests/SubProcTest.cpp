@@ -31,6 +31,7 @@ namespace {
 
 int callToFail = 0;  // counts down with each call; the call that reaches 0 fails
 bool closeRangeMissing = false;
+int signalsSent = 0;    // to other processes
 int signalInChild = 0;  // sent by the child to itself before it executes the program
 
 bool FailsNow() {
@@ -65,6 +66,10 @@ int fcntl(int fd, int command, ...) {
     va_end(args);
     const bool copies = command == F_DUPFD || command == F_DUPFD_CLOEXEC;
     return copies && FailsNow() ? -1 : static_cast<int>(syscall(SYS_fcntl, fd, command, argument));
+}
+int kill(pid_t id, int signal) {
+    signalsSent += id != getpid();
+    return static_cast<int>(syscall(SYS_kill, id, signal));
 }
 int close_range(unsigned first, unsigned last, int flags) {
     if (signalInChild != 0) {
@@ -374,10 +379,12 @@ TEST(State, FollowsKillAndFailedPipes) {
         [](CSubProc& p) { return p.kill(); },
         [](CSubProc& p) { return close(p.rfd()), p.read(nullptr, 1); },
         [](CSubProc& p) { return close(p.wfd()), p.write("x", 1); },
+        // Nobody reads any more: fails without ending this process.
+        [](CSubProc& p) { return p.write("\n", 1), ReadAll(p), p.write("x", 1) + (errno - EPIPE); },
     };
     for (const auto& stop : stops) {
         const bool kills = &stop == stops;
-        ASSERT_EQ(0, Launch(child, {"cat"}));
+        ASSERT_EQ(0, Launch(child, {"head", "-n1"}));
         EXPECT_EQ(kills ? 0 : -1, stop(child));
         EXPECT_EQ(2, child.state()) << "killed: " << kills;
         EXPECT_EQ(-1, child.get_exit_status());
@@ -387,6 +394,48 @@ TEST(State, FollowsKillAndFailedPipes) {
         EXPECT_EQ(0, child.state());
         EXPECT_EQ(kills ? SIGKILL : 0, ReapOther()) << "killed, or at the end of its input";
     }
+}
+
+// The id of a child whose status was collected may be another process's by then.
+TEST(State, IsKilledWithoutASignalAfterTheStatusWasCollected) {
+    void (*const kills[])(CSubProc&) = {
+        [](CSubProc& p) { EXPECT_EQ(0, p.kill()); },
+        [](CSubProc&) {},  // the destructor
+        [](CSubProc& p) {
+            CSubProcTimeOut watchdog(p);
+            watchdog.Start(0);
+            while (p.state() == 1) {
+            }
+            watchdog.Abort();
+        },
+    };
+    for (const auto& kill : kills) {
+        signalsSent = 0;
+        testing::internal::CaptureStderr();
+        {
+            CSubProc child;
+            EXPECT_EQ(0, Launch(child, {"true"}));
+            EXPECT_EQ(0, child.get_exit_status());
+            kill(child);
+        }
+        EXPECT_EQ("kill: No such process\n", testing::internal::GetCapturedStderr());
+        EXPECT_EQ(0, signalsSent);
+    }
+}
+
+TEST(State, OutlastsSignals) {
+    CSubProc child;
+    ASSERT_EQ(0, Launch(child, {"head", "-n1"}));
+    {
+        const vyn::test::Interruptions interruptions([&] { child.write("\n", 1); });
+        char c;
+        EXPECT_EQ(1, child.read(&c, 1));
+    }
+    child.reset();
+    ReapOther();
+    ASSERT_EQ(0, Launch(child, {"cat"}));
+    const vyn::test::Interruptions interruptions([&] { child.close_write(); });
+    EXPECT_EQ(0, child.get_exit_status());
 }
 
 TEST(State, EndsInTheDestructorByKillingTheChild) {

@@ -1,15 +1,18 @@
 #pragma once
 
 /// \file
-/// What tests share: a directory of their own, whole files as text, texts to free, a full system.
+/// What tests share: a directory of their own, whole files as text, texts to free, a full system,
+/// signals that interrupt.
 
 #include <sys/resource.h>
+#include <sys/time.h>
 #include <unistd.h>
 
 #include <csignal>
 #include <cstdlib>
 #include <filesystem>
 #include <fstream>
+#include <functional>
 #include <iterator>
 #include <string>
 
@@ -80,5 +83,40 @@ inline void WithoutProcesses(bool (*check)()) {
     const bool limited = geteuid() != 0 || setresuid(65534, 65534, 65534) == 0;
     _exit(limited && check() ? 0 : 1);
 }
+
+/// Interrupts what waits in the system each few milliseconds, for as long as the object lives. The fifth signal
+/// makes come true what is waited for.
+class Interruptions {
+public:
+    explicit Interruptions(std::function<void()> fulfil) {
+        Fulfil() = std::move(fulfil);
+        Count() = 0;
+        struct sigaction action = {};
+        action.sa_handler = [](int) {
+            if (++Count() == 5) {
+                Fulfil()();
+            }
+        };
+        sigaction(SIGALRM, &action, nullptr);
+        SetTimer(3000);
+    }
+    Interruptions(const Interruptions&) = delete;
+    Interruptions& operator=(const Interruptions&) = delete;
+    ~Interruptions() { SetTimer(0); }
+
+private:
+    static void SetTimer(long microseconds) {
+        const itimerval often = {{0, microseconds}, {0, microseconds}};
+        setitimer(ITIMER_REAL, &often, nullptr);
+    }
+    static std::function<void()>& Fulfil() {
+        static std::function<void()> fulfil;
+        return fulfil;
+    }
+    static volatile sig_atomic_t& Count() {
+        static volatile sig_atomic_t count;
+        return count;
+    }
+};
 
 }  // namespace vyn::test

@@ -7,6 +7,7 @@
 #include <ctime>
 #include <memory>
 #include <stdexcept>
+#include <string>
 
 #include "TestSupport.h"
 
@@ -166,22 +167,32 @@ TEST(SThread, ReportsAThreadThatCannotBeMade) {
                 "^pthread_create: Resource temporarily unavailable\n$");
 }
 
-// The thread sanitizer ends the process on a second join.
-#ifndef __SANITIZE_THREAD__
-TEST(SThread, ReportsASecondWait) {
-    Semaphore semaphore;
-    SThread thread;
-    ASSERT_TRUE(thread.Launch(PutOne, &semaphore));
-    testing::internal::CaptureStderr();
-    thread.Wait();
-    EXPECT_EQ(0, errno);
-    EXPECT_EQ(eStatusOk, semaphore.get(FromNow(0)));
-    thread.Wait();
-    EXPECT_EQ(ESRCH, errno);
-    EXPECT_EQ("pthread_join: No such process\n", testing::internal::GetCapturedStderr());
-    thread.Kill();  // drops the handle
+// A thread that starts after the end of another gets its id.
+TEST(SThread, LeavesAThreadAloneThatHasTheIdOfAJoinedOne) {
+    const std::string join = "pthread_join: No such process\n", cancel = "pthread_cancel: No such process\n";
+    struct {
+        void (SThread::*operation)();
+        std::string message;
+    } const rows[] = {{&SThread::Wait, join}, {&SThread::Kill, cancel}, {&SThread::KillWait, cancel + join}};
+    for (const auto& row : rows) {
+        Semaphore semaphore;
+        SThread joined, next;
+        ASSERT_TRUE(joined.Launch(PutOne, &semaphore));
+        joined.Wait();
+        EXPECT_EQ(0, errno);
+        EXPECT_EQ(eStatusOk, semaphore.get(FromNow(0)));
+        SWaiter waiter;
+        waiter.limited = false;
+        ASSERT_TRUE(next.Launch(Wait, &waiter));
+        testing::internal::CaptureStderr();
+        (joined.*row.operation)();
+        EXPECT_EQ(ESRCH, errno);
+        EXPECT_EQ(row.message, testing::internal::GetCapturedStderr());
+        waiter.semaphore.put(1);
+        next.Wait();
+        EXPECT_TRUE(waiter.woken) << row.message;
+    }
 }
-#endif
 
 TEST(ThreadCall, PutsOneOnItsSemaphore) {
     Semaphore semaphore;

@@ -5,7 +5,9 @@
 #include <cctype>
 #include <cstdio>
 #include <cstring>
+#include <iostream>
 #include <map>
+#include <sstream>
 #include <string>
 
 namespace vyn {
@@ -89,9 +91,11 @@ TEST(SplitUrl, KnowsHttpAndFile) {
     };
     for (const auto& row : rows) {
         std::string protocol = row.before, host = "old", path = "old";
-        testing::internal::CaptureStderr();
+        std::ostringstream message;
+        std::streambuf* const before = std::cerr.rdbuf(message.rdbuf());
         SplitUrl(row.url, protocol, host, path);
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), row.message) << row.url;
+        std::cerr.rdbuf(before);
+        EXPECT_EQ(message.str(), row.message) << row.url;
         EXPECT_EQ(protocol, row.protocol) << row.url;
         EXPECT_EQ(host, row.host) << row.url;
         EXPECT_EQ(path, row.path) << row.url;

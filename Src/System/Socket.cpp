@@ -3,18 +3,23 @@
 #include <arpa/inet.h>
 #include <netdb.h>
 #include <netinet/in.h>
+#include <poll.h>
 #include <sys/ioctl.h>
 #include <sys/socket.h>
-#include <unistd.h>
 
 #include <algorithm>
 #include <cerrno>
 #include <cstring>
-#include <utility>
+
+#include "System/Descriptor_p.h"
 
 namespace vyn {
 
+using detail::Retried;
+
 namespace {
+
+constexpr int waitForEver = -1;  // as a time limit of poll
 
 sockaddr_in MakeAddress(in_addr host, int port) {
     sockaddr_in address = {};
@@ -22,6 +27,31 @@ sockaddr_in MakeAddress(in_addr host, int port) {
     address.sin_port = htons(static_cast<uint16_t>(port));
     address.sin_addr = host;
     return address;
+}
+
+ssize_t Receive(int descriptor, char* buffer, size_t length) {
+    return Retried([&] { return recv(descriptor, buffer, length, 0); });
+}
+
+ssize_t Send(int descriptor, const char* bytes, size_t length) {
+    return Retried([&] { return send(descriptor, bytes, length, MSG_NOSIGNAL); });
+}
+
+// A connect that a signal interrupts goes on by itself; a second call would fail.
+bool Connect(int descriptor, const sockaddr_in& address) {
+    if (connect(descriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) == 0) {
+        return true;
+    }
+    if (errno != EINTR) {
+        return false;
+    }
+    pollfd connecting = {descriptor, POLLOUT, 0};
+    Retried([&] { return poll(&connecting, 1, waitForEver); });
+    int error = 0;
+    socklen_t length = sizeof error;
+    getsockopt(descriptor, SOL_SOCKET, SO_ERROR, &error, &length);
+    errno = error;
+    return error == 0;
 }
 
 }  // namespace
@@ -35,34 +65,28 @@ void Socket::Start() {
 void Socket::End() {}
 
 // Delegates, so that the destructor cleans up when there is no descriptor.
-Socket::Socket() : Socket(-1) {
-    m_nDescriptor = socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0);
+Socket::Socket() : Socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
     if (m_nDescriptor == -1) {
         throw "INVALID_SOCKET";
     }
 }
 
-Socket::Socket(int descriptor) : m_nDescriptor(descriptor), m_pShared(new Shared{1, false}) {
+Socket::Socket(int descriptor)
+    : m_nDescriptor(descriptor), m_pShared(std::make_shared<detail::CDescriptor>(descriptor)) {
     Start();
 }
 
 Socket::Socket(const Socket& other) : m_nDescriptor(other.m_nDescriptor), m_pShared(other.m_pShared) {
-    ++m_pShared->nReferences;
     Start();
 }
 
 Socket& Socket::operator=(Socket& other) {
-    Socket previous(other);
-    std::swap(m_nDescriptor, previous.m_nDescriptor);
-    std::swap(m_pShared, previous.m_pShared);
+    m_nDescriptor = other.m_nDescriptor;
+    m_pShared = other.m_pShared;
     return *this;
 }
 
 Socket::~Socket() {
-    if (--m_pShared->nReferences == 0) {
-        Close();
-        delete m_pShared;
-    }
     if (--nofSockets_ == 0) {
         End();
     }
@@ -70,14 +94,24 @@ Socket::~Socket() {
 
 std::string Socket::ReceiveLine() {
     std::string line;
-    char c;
-    while (recv(m_nDescriptor, &c, 1, 0) > 0) {
+    ReceiveLine(line, line.max_size());
+    return line;
+}
+
+int Socket::ReceiveLine(std::string& line, size_t limit) {
+    line.clear();
+    while (line.size() < limit) {
+        char c;
+        const ssize_t received = Receive(m_nDescriptor, &c, 1);
+        if (received <= 0) {
+            return received == 0 ? ENODATA : errno;
+        }
         line += c;
         if (c == '\n') {
-            break;
+            return 0;
         }
     }
-    return line;
+    return EMSGSIZE;
 }
 
 std::string Socket::ReceiveBytes() {
@@ -86,7 +120,7 @@ std::string Socket::ReceiveBytes() {
     int waiting = 0;
     while (ioctl(m_nDescriptor, FIONREAD, &waiting) == 0 && waiting > 0) {
         const size_t wanted = std::min(static_cast<size_t>(waiting), sizeof buffer);
-        const ssize_t received = recv(m_nDescriptor, buffer, wanted, 0);
+        const ssize_t received = Receive(m_nDescriptor, buffer, wanted);
         if (received <= 0) {
             break;
         }
@@ -100,16 +134,27 @@ void Socket::SendLine(std::string line) {
     SendBytes(line);
 }
 
+int Socket::SendSingleLine(const std::string& text) {
+    if (text.find_first_of("\r\n") != std::string::npos) {
+        return EINVAL;
+    }
+    const std::string line = text + "\r\n";
+    for (size_t sent = 0; sent < line.size();) {
+        const ssize_t n = Send(m_nDescriptor, line.data() + sent, line.size() - sent);
+        if (n < 0) {
+            return errno;
+        }
+        sent += static_cast<size_t>(n);
+    }
+    return 0;
+}
+
 void Socket::SendBytes(const std::string& bytes) {
-    send(m_nDescriptor, bytes.data(), bytes.size(), 0);
+    Send(m_nDescriptor, bytes.data(), bytes.size());
 }
 
 void Socket::Close() {
-    if (m_pShared->bClosed || m_nDescriptor == -1) {
-        return;
-    }
-    m_pShared->bClosed = true;
-    close(m_nDescriptor);
+    m_pShared->Close();
 }
 
 SocketServer::SocketServer(int port, int connections, TypeSocket type) {
@@ -125,7 +170,7 @@ SocketServer::SocketServer(int port, int connections, TypeSocket type) {
 }
 
 Socket* SocketServer::Accept() {
-    const int descriptor = accept4(m_nDescriptor, nullptr, nullptr, SOCK_CLOEXEC);
+    const int descriptor = Retried([&] { return accept4(m_nDescriptor, nullptr, nullptr, SOCK_CLOEXEC); });
     if (descriptor == -1) {
         throw "Invalid Socket";
     }
@@ -140,28 +185,33 @@ SocketClient::SocketClient(const std::string& host, int port) {
     in_addr hostAddress;
     memcpy(&hostAddress, entry->h_addr_list[0], sizeof hostAddress);
     const sockaddr_in address = MakeAddress(hostAddress, port);
-    if (connect(m_nDescriptor, reinterpret_cast<const sockaddr*>(&address), sizeof address) != 0) {
+    if (!Connect(m_nDescriptor, address)) {
         throw std::string(strerror(errno));
     }
 }
 
-SocketSelect::SocketSelect(const Socket* const s1, const Socket* const s2, TypeSocket type) {
-    FD_ZERO(&m_setReadable);
-    FD_SET(s1->m_nDescriptor, &m_setReadable);
-    int highest = s1->m_nDescriptor;
-    if (s2) {
-        FD_SET(s2->m_nDescriptor, &m_setReadable);
-        highest = std::max(highest, s2->m_nDescriptor);
-    }
-    timeval poll = {0, 1};
-    timeval* limit = type == eNonBlockingSocket ? &poll : nullptr;
-    if (select(highest + 1, &m_setReadable, nullptr, nullptr, limit) == -1) {
+SocketSelect::SocketSelect(const Socket* const s1, const Socket* const s2, TypeSocket type)
+    : m_readable{-1, -1} {
+    pollfd sockets[] = {{s1->m_nDescriptor, POLLIN, 0}, {s2 ? s2->m_nDescriptor : -1, POLLIN, 0}};
+    const nfds_t count = s2 ? 2 : 1;
+    if (Retried([&] { return poll(sockets, count, type == eNonBlockingSocket ? 0 : waitForEver); }) == -1) {
         throw "Error in select";
+    }
+    for (nfds_t i = 0; i < count; ++i) {
+        // A negative number is passed over by poll.
+        if (sockets[i].fd < 0 || sockets[i].revents & POLLNVAL) {
+            errno = EBADF;
+            throw "Error in select";
+        }
+        if (sockets[i].revents != 0) {
+            m_readable[i] = sockets[i].fd;
+        }
     }
 }
 
 bool SocketSelect::Readable(const Socket* const s) {
-    return FD_ISSET(s->m_nDescriptor, &m_setReadable) != 0;
+    const int descriptor = s->m_nDescriptor;
+    return descriptor != -1 && (descriptor == m_readable[0] || descriptor == m_readable[1]);
 }
 
 }  // namespace vyn

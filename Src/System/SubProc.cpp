@@ -8,75 +8,21 @@
 #include <csignal>
 #include <cstdio>
 
+#include "System/Descriptor_p.h"
 #include "System/SubProc_p.h"
 
 namespace vyn {
 
+using detail::CDescriptor;
+using detail::Retried;
+using detail::SPipe;
+
 namespace {
 
+constexpr int noChild = -1;
 constexpr int stateIdle = 0;
 constexpr int stateRunning = 1;
 constexpr int stateStopped = 2;
-
-// A descriptor that is closed with its owner.
-class CDescriptor {
-public:
-    CDescriptor() = default;
-    explicit CDescriptor(int fd) : m_nFd(fd) {}
-    CDescriptor(const CDescriptor&) = delete;
-    CDescriptor& operator=(const CDescriptor&) = delete;
-    ~CDescriptor() { Close(); }
-
-    int Get() const { return m_nFd; }
-    int Release() {
-        const int fd = m_nFd;
-        m_nFd = -1;
-        return fd;
-    }
-    void Reset(int fd) {
-        Close();
-        m_nFd = fd;
-    }
-    void Close() {
-        if (m_nFd != -1) {
-            close(Release());
-        }
-    }
-
-private:
-    int m_nFd = -1;
-};
-
-// Copies a descriptor to a number above the standard ones. -1 on failure.
-int CopyUp(int fd, bool inherit) {
-    return fcntl(fd, inherit ? F_DUPFD : F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
-}
-
-// A pipe whose ends don't take the numbers of standard descriptors that are closed.
-struct SPipe {
-    bool Open(bool inherit) {
-        int ends[2];
-        if (pipe2(ends, inherit ? 0 : O_CLOEXEC) != 0) {
-            return false;
-        }
-        read.Reset(ends[0]);
-        write.Reset(ends[1]);
-        return MoveUp(read, inherit) && MoveUp(write, inherit);
-    }
-
-    CDescriptor read;
-    CDescriptor write;
-
-private:
-    static bool MoveUp(CDescriptor& end, bool inherit) {
-        if (end.Get() > STDERR_FILENO) {
-            return true;
-        }
-        const int fd = CopyUp(end.Get(), inherit);
-        end.Reset(fd);
-        return fd != -1;
-    }
-};
 
 // One standard descriptor of this process, and the way back to what it was: closed included.
 class CStandardDescriptor {
@@ -89,7 +35,7 @@ public:
         if (m_nFlags == -1) {
             return true;
         }
-        m_saved.Reset(CopyUp(m_nFd, inherit));
+        m_saved.Reset(detail::CopyUp(m_nFd, inherit));
         return m_saved.Get() != -1;
     }
     bool PointAt(const CDescriptor& target) {
@@ -138,15 +84,60 @@ private:
     char m_szSaved[maxPath + 1];
 };
 
+// The phases of a launch. The child inherits its standard descriptors and its working directory: those of this
+// process are pointed at the pipes and back. On every way out the destructors undo what has been done, the
+// last step first.
+class CLaunch {
+public:
+    // Opens the pipes, and keeps what the next phases change.
+    bool Prepare(const char* directory) {
+        // A child that keeps every descriptor gets those of the launch as well; else no child of another
+        // thread may see them.
+        const bool inherit = detail::ChildKeepsDescriptors();
+        return (!IsElsewhere(directory) || m_workDir.Remember()) && m_output.Open(inherit) &&
+               m_input.Open(inherit) && m_in.Save(inherit) && m_out.Save(inherit) && m_err.Save(inherit);
+    }
+    bool RedirectStreams() {
+        if (!m_out.PointAt(m_output.write) || !m_err.PointAt(m_output.write) || !m_in.PointAt(m_input.read)) {
+            return false;
+        }
+        m_output.write.Close();
+        m_input.read.Close();
+        return true;
+    }
+    bool EnterDirectory(const char* directory) {
+        return !IsElsewhere(directory) || m_workDir.Enter(directory);
+    }
+    // Each of the four ways back is tried, whatever becomes of the others.
+    bool GoBack() {
+        bool back = m_workDir.Back();
+        back = m_in.Restore() && back;
+        back = m_out.Restore() && back;
+        return m_err.Restore() && back;
+    }
+    int TakeOutput() { return m_output.read.Release(); }
+    int TakeInput() { return m_input.write.Release(); }
+
+private:
+    static bool IsElsewhere(const char* directory) { return directory && *directory; }
+
+    SPipe m_output;
+    SPipe m_input;
+    CStandardDescriptor m_in{STDIN_FILENO};
+    CStandardDescriptor m_out{STDOUT_FILENO};
+    CStandardDescriptor m_err{STDERR_FILENO};
+    CDirectoryChange m_workDir;
+};
+
 }  // namespace
 
 CSubProc::CSubProc()
     : m_nState(stateIdle),
       m_nExitStatus(-1),
-      m_nChild(-1),
       m_nReadFd(-1),
       m_nWriteFd(-1),
-      m_nBufferSize(512),
+      m_nChild(noChild),
+      m_bReaped(false),
       m_bRestoreLibraryPath(false) {}
 
 CSubProc::~CSubProc() {
@@ -159,8 +150,6 @@ CSubProc::~CSubProc() {
     }
 }
 
-// The child inherits its standard descriptors and its working directory: those of this process are pointed
-// at the pipes and back. On every way out the guards undo what has been done, the last step first.
 template <class Argv>
 int CSubProc::Launch(const char* program, Argv argv, const char* directory,
                      int (*spawn)(const char*, Argv, bool)) {
@@ -168,43 +157,21 @@ int CSubProc::Launch(const char* program, Argv argv, const char* directory,
         return -1;
     }
     const detail::CCancelOff cancelOff;
-    const bool elsewhere = directory && *directory;
-    // A child that keeps every descriptor gets those of the launch as well; else no child of another thread
-    // may see them.
-    const bool inherit = detail::ChildKeepsDescriptors();
-    SPipe output;
-    SPipe input;
-    CStandardDescriptor in(STDIN_FILENO);
-    CStandardDescriptor out(STDOUT_FILENO);
-    CStandardDescriptor err(STDERR_FILENO);
-    CDirectoryChange workDir;
-    if ((elsewhere && !workDir.Remember()) || !output.Open(inherit) || !input.Open(inherit) ||
-        !in.Save(inherit) || !out.Save(inherit) || !err.Save(inherit) || !out.PointAt(output.write) ||
-        !err.PointAt(output.write) || !in.PointAt(input.read)) {
+    CLaunch launch;
+    if (!launch.Prepare(directory) || !launch.RedirectStreams() || !launch.EnterDirectory(directory)) {
         return -1;
     }
-    output.write.Close();
-    input.read.Close();
-    if (elsewhere && !workDir.Enter(directory)) {
-        return -1;
-    }
-
     const int child = spawn(program, argv, m_bRestoreLibraryPath);
     m_bRestoreLibraryPath = false;
     if (child == -1) {
         return -1;
     }
-    m_nChild = child;
-    // Each of the four ways back is tried, whatever becomes of the others.
-    bool back = workDir.Back();
-    back = in.Restore() && back;
-    back = out.Restore() && back;
-    back = err.Restore() && back;
-    if (!back) {
+    SetChild(child);
+    if (!launch.GoBack()) {
         return -1;
     }
-    m_nReadFd = output.read.Release();
-    m_nWriteFd = input.write.Release();
+    m_nReadFd = launch.TakeOutput();
+    m_nWriteFd = launch.TakeInput();
     m_nState = stateRunning;
     return 0;
 }
@@ -222,7 +189,7 @@ int CSubProc::write(const char* buf, unsigned len) {
     if (fd == -1) {
         return 0;
     }
-    const ssize_t n = ::write(fd, buf, len);
+    const ssize_t n = detail::WriteQuietly(fd, buf, len);
     if (n < 0) {
         m_nState = stateStopped;
     }
@@ -243,7 +210,7 @@ int CSubProc::read(char* buf, unsigned len) {
     if (fd == -1) {
         return 0;
     }
-    const ssize_t n = ::read(fd, buf, len);
+    const ssize_t n = Retried([&] { return ::read(fd, buf, len); });
     if (n < 0) {
         m_nState = stateStopped;
     }
@@ -264,37 +231,75 @@ int CSubProc::kill() {
         return -1;
     }
     m_nExitStatus = -1;
-    // A reset on another thread may have taken the id away by now, and -1 would kill everything.
-    const int child = m_nChild;
-    if (child > 0 && ::kill(child, SIGKILL) != 0) {
+    if (!SignalChild(SIGKILL)) {
         perror("kill");
     }
     close_read();
     close_write();
     m_nState = stateStopped;
-    m_nChild = -1;
+    SetChild(noChild);
     return 0;
 }
 
 void CSubProc::reset() {
     close_read();
     close_write();
-    m_nChild = -1;
+    SetChild(noChild);
     m_nState = stateIdle;
 }
 
 int CSubProc::get_exit_status() {
     if (m_nState == stateStopped) {
         m_nExitStatus = -1;
-    } else if (m_nState == stateRunning) {
-        int status;
-        if (waitpid(m_nChild, &status, 0) < 0) {
-            perror("waitpid");
-        } else {
-            m_nExitStatus = status;
-        }
+    } else if (m_nState == stateRunning && !Reap()) {
+        perror("waitpid");
     }
     return m_nExitStatus;
+}
+
+void CSubProc::SetChild(int child) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    m_nChild = child;
+    m_bReaped = false;
+}
+
+int CSubProc::UnreapedChild() {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    return m_bReaped ? noChild : m_nChild;
+}
+
+// The id belongs to the child until it is reaped: a signal goes out only under the lock under which that
+// is done. False with errno when the system refuses it.
+bool CSubProc::SignalChild(int signal) {
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    if (m_bReaped) {
+        errno = ESRCH;
+        return false;
+    }
+    // A reset on another thread may have taken the id away by now, and -1 would signal everything.
+    return m_nChild == noChild || ::kill(m_nChild, signal) == 0;
+}
+
+// Waits for the end of the child, and only then reaps it, since a watchdog may have to kill it meanwhile.
+// False with errno when there is nobody to wait for.
+bool CSubProc::Reap() {
+    const int child = UnreapedChild();
+    if (child == noChild) {
+        errno = ECHILD;
+        return false;
+    }
+    siginfo_t ended;
+    Retried([&] { return waitid(P_PID, static_cast<id_t>(child), &ended, WEXITED | WNOWAIT); });
+    const detail::CCancelOff cancelOff;
+    const std::lock_guard<std::mutex> lock(m_mutex);
+    int status;
+    const bool reaped = Retried([&] { return waitpid(child, &status, 0); }) != -1;
+    if (reaped) {
+        m_nExitStatus = status;
+    }
+    // Without a child to wait for somebody else has reaped it.
+    m_bReaped = m_nChild == child;
+    return reaped;
 }
 
 void CSubProc::restore_ld_library_path() {

@@ -20,48 +20,46 @@ bool Succeeded(int result, const char* call) {
 }  // namespace
 
 bool SThread::Launch(unsigned long (*fn)(void*), void* arg) {
-    m_pThread = new pthread_t;
+    m_thread.emplace();
+    m_bJoined = false;
     // The two kinds of function return a word in the same register, and the word is never looked at. The cast
     // goes by way of a plain function type, since no conversion between them is meant.
     const auto start = reinterpret_cast<void* (*)(void*)>(reinterpret_cast<void (*)()>(fn));
-    if (!Succeeded(pthread_create(m_pThread, nullptr, start, arg), "pthread_create")) {
-        Drop();
+    if (!Succeeded(pthread_create(&*m_thread, nullptr, start, arg), "pthread_create")) {
+        m_thread.reset();
     }
-    return m_pThread != nullptr;
+    return m_thread.has_value();
 }
 
 void SThread::Kill() {
-    if (m_pThread) {
+    if (m_thread) {
         Cancel();
-        Drop();
+        m_thread.reset();
     }
 }
 
 void SThread::Wait() {
-    if (m_pThread) {
+    if (m_thread) {
         Join();
     }
 }
 
 void SThread::KillWait() {
-    if (m_pThread) {
+    if (m_thread) {
         Cancel();
         Join();
-        Drop();
+        m_thread.reset();
     }
 }
 
 void SThread::Cancel() {
-    Succeeded(pthread_cancel(*m_pThread), "pthread_cancel");
+    Succeeded(m_bJoined ? ESRCH : pthread_cancel(*m_thread), "pthread_cancel");
 }
 
 void SThread::Join() {
-    Succeeded(pthread_join(*m_pThread, nullptr), "pthread_join");
-}
-
-void SThread::Drop() {
-    delete m_pThread;
-    m_pThread = nullptr;
+    const int result = m_bJoined ? ESRCH : pthread_join(*m_thread, nullptr);
+    m_bJoined = m_bJoined || result == 0;
+    Succeeded(result, "pthread_join");
 }
 
 void ThreadCall::setSemaphore(rhu::os::Semaphore* semaphore) {

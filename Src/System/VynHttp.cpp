@@ -1,8 +1,8 @@
 #include "VynHttp.h"
 
 #include <algorithm>
-#include <cstdio>
 #include <cstring>
+#include <iostream>
 
 #include "Text/CharClass_p.h"
 
@@ -86,7 +86,7 @@ void SplitUrl(const std::string& url, std::string& protocol, std::string& host, 
         std::replace(path.begin(), path.end(), '\\', '/');
         host.clear();
     } else {
-        fprintf(stderr, "unknown protocol in SplitUrl: '%s'\n", protocol.c_str());
+        std::cerr << "unknown protocol in SplitUrl: '" << protocol << "'\n";
     }
 }
 
