@@ -6,7 +6,7 @@
 /// thread may call it with its own `JNIEnv*`; only the creators are registered and unregistered while no
 /// other thread converts objects. The constructor of a wrapper class, and the native object while it is
 /// unregistered, run under the lock of all wrappers: they must not come back to CreateNewWrappingJavaObject
-/// or UnregisterJavaObject.
+/// or UnregisterJavaObject. Who includes this header needs `jni.h`, which a JDK has.
 ///
 /// Where a class, a constructor or a field isn't found, the result is null, 0 or false and the Java exception
 /// stays pending.
