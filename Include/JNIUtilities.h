@@ -68,11 +68,12 @@ VYN_API jobject CreateNewJavaObject(JNIEnv* env, const char* className, const ch
 /// with UnregisterJavaObject or the next call for the object, and refers to nothing once the collector takes the
 /// wrapper. Glue that keeps no other reference makes a local one first, and asks again for a wrapper that was taken
 /// in between:
-///
-///     jobject wrapper = env->NewLocalRef(CreateNewWrappingJavaObject(env, name, object));
-///     if (!wrapper && !env->ExceptionCheck()) {
-///         wrapper = CreateNewWrappingJavaObject(env, name, object);
-///     }
+/// \code
+/// jobject wrapper = env->NewLocalRef(CreateNewWrappingJavaObject(env, className, object));
+/// if (!wrapper && !env->ExceptionCheck()) {
+///     wrapper = CreateNewWrappingJavaObject(env, className, object);
+/// }
+/// \endcode
 ///
 /// Otherwise the wrapper is made by the constructor of \p className with the signature "(J)V", which takes
 /// the canonical pointer, and registered. When that fails, null is registered in its place: later calls for

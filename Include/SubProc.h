@@ -34,8 +34,12 @@ namespace vyn {
 /// const char* argv[] = {"cc", "-c", "a.c", nullptr};
 /// if (child.launch("cc", argv, "/tmp", false) == 0) {
 ///     child.close_write();
-///     while ((n = child.read(buffer, sizeof buffer)) > 0) { ... }
-///     status = child.get_exit_status();
+///     char buffer[512];
+///     std::string output;
+///     for (int n; (n = child.read(buffer, sizeof buffer)) > 0;) {
+///         output.append(buffer, static_cast<size_t>(n));
+///     }
+///     const int status = child.get_exit_status();
 ///     child.reset();
 /// }
 /// \endcode

@@ -137,8 +137,9 @@ VYN_API CMsgOut& IntErr(CMsgOut& stream);
 ///
 /// The arguments come in the order of the numbers, while the text, which may be a translation, uses them in
 /// any order:
-///
-///     vynerr << (SFmt(module, 15) << urn << target << reason) << endl << flush;
+/// \code
+/// vynerr << (SFmt(module, 15) << urn << target << reason) << endl << flush;
+/// \endcode
 ///
 /// There's no escape for a `%`: one without a digit behind it is ordinary text. Misuse is reported as an
 /// internal error on vynerr, and the message comes out as good as it can be. An object is short-lived and

@@ -114,7 +114,7 @@ private:
 /// Iteration starts at position 1 when the vector isn't empty:
 /// \code
 /// for (void* pos = v.empty() ? nullptr : reinterpret_cast<void*>(1); pos;) {
-///     const T& item = v.GetNext(pos);
+///     const SString& item = v.GetNext(pos);
 /// }
 /// \endcode
 template <class T>

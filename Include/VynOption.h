@@ -197,10 +197,15 @@ private:
 /// only as a difference from what shows through from below.
 ///
 /// A tool calls AddCategory for each of its tables first, since a file keeps in memory only what the category
-/// tree knows, then adds its files, the most personal one first, and at the end calls SaveAllFiles: \code
-/// COptionManager manager; manager.AddCategory(&catEditor); manager.AddOptionFile("user.zop");
-/// manager.AddOptionFile("company.zop"); int nWidth = manager.GetIntValue("Editor/Text", "TabWidth");
-/// manager.SetBoolValue("Editor/Text", "Wrap", 1); manager.SaveAllFiles();
+/// tree knows, then adds its files, the most personal one first, and at the end calls SaveAllFiles:
+/// \code
+/// COptionManager manager;
+/// manager.AddCategory(&catEditor);
+/// manager.AddOptionFile("user.zop");
+/// manager.AddOptionFile("company.zop");
+/// const int width = manager.GetIntValue("Editor/Text", "TabWidth");
+/// manager.SetBoolValue("Editor/Text", "Wrap", 1);
+/// manager.SaveAllFiles();
 /// \endcode
 ///
 /// An option is addressed by a key, which is the path of its category with no leading `/` and elements of at

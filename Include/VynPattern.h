@@ -12,9 +12,12 @@ namespace vyn {
 /// The whole text has to match. "*" is the only wildcard and stands for any number of characters other than a
 /// line feed. Braces count what stands before them, as in a regular expression: `a{2}` matches "aa". All
 /// other characters stand for themselves, "?" and "[" too. Patterns and texts are UTF-8. A pattern is
-/// compiled at each call, and nothing throws. \code SString error; VynGlob::IsAMatch("*.txt", "a.txt",
-/// error);    // true VynGlob::IsAMatch("*.txt", "a.txt~", error);   // false, error is empty
-/// VynGlob::IsAMatch("a{9,1}", "a.txt", error);   // false, error tells what is wrong with the braces
+/// compiled at each call, and nothing throws.
+/// \code
+/// SString error;
+/// VynGlob::IsAMatch("*.txt", "a.txt", error);   // true
+/// VynGlob::IsAMatch("*.txt", "a.txt~", error);  // false, error is empty
+/// VynGlob::IsAMatch("a{9,1}", "a.txt", error);  // false, error tells what is wrong with the braces
 /// \endcode
 class VYN_API VynGlob {
 public:

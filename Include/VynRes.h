@@ -61,9 +61,10 @@ VYN_API HINSTANCE VynGetResourceHandle();
 /// \brief Makes a resource handle current for as long as the object lives.
 ///
 /// Objects are destroyed in the reverse order of their making:
-///
-///     VynDllHrscState own(VynhDllInstance);
-///     message.Format(9, path);
+/// \code
+/// VynDllHrscState own(VynhDllInstance);
+/// message.Format(9, path);
+/// \endcode
 class VYN_API VynDllHrscState {
 public:
     /// Makes \p handle, which may be null, current until the end of the object.

@@ -34,9 +34,10 @@ VYN_API bool VynIsAQLUri(const char* text);
 /// are told apart without regard to case. Six names are predefined, such as "k4" for the installation and
 /// "k4user" for the user's data; others come from a file that the variable ZEM_URN_MAP_FILE names, and from
 /// the tool:
-///
-///     SString path;
-///     SUrnResolver::ResolveUrn("urn:k4user:a/b.txt", path);  // "/home/u/Ostrel/Halcyne/Zem/4.3/a/b.txt"
+/// \code
+/// SString path;
+/// SUrnResolver::ResolveUrn("urn:k4user:a/b.txt", path);  // "/home/u/Ostrel/Halcyne/Zem/4.3/a/b.txt"
+/// \endcode
 ///
 /// Nothing here throws. Problems are told on vynerr, in texts of the library's own string table.
 class VYN_API SUrnResolver {
@@ -221,9 +222,10 @@ VYN_API SUriScheme* GetMatchingUriScheme(const SString& uri, SUriScheme::SCapabi
 /// \brief The scheme of all schemes, through which callers open documents.
 ///
 /// It resolves URNs and hands each call to the scheme that takes the result:
-///
-///     SVector<SString> errors;
-///     std::unique_ptr<std::istream> document(SUri.OpenRead(errors, "urn:k4user:a.txt"));
+/// \code
+/// SVector<SString> errors;
+/// std::unique_ptr<std::istream> document(SUri.OpenRead(errors, "urn:k4user:a.txt"));
+/// \endcode
 ///
 /// What the scheme is given, and the result when the URN isn't resolved or no scheme takes it:
 /// - OpenRead, OpenWrite: the resolved text; else null, and no text in `errors`.

@@ -49,10 +49,14 @@ protected:
 };
 
 /// \brief Holds one reference to an object and gives it up at the end of its life.
-///
-///     k4::Ptr<k4::IObjectInfo> info;
-///     object->QueryInterface(k4::IObjectInfo::guid_, info.Address());
-///     if (info) { info->GetInterfaceNames(names); }
+/// \code
+/// std::list<std::string> names;
+/// k4::Ptr<k4::IObjectInfo> info;
+/// object->QueryInterface(k4::IObjectInfo::guid_, info.Address());
+/// if (info) {
+///     info->GetInterfaceNames(names);
+/// }
+/// \endcode
 ///
 /// It is moved and not copied: who wants a second reference asks for one by AddRef.
 template <class T>
