@@ -46,7 +46,7 @@ int FollowLinks(std::string& path) {
         char target[PATH_MAX];
         const ssize_t length = readlink(path.c_str(), target, sizeof target);
         if (length < 0) {
-            return 0;  // no link; what else is wrong shows when the file is opened
+            return errno == EINVAL || errno == ENOENT ? 0 : errno;  // no link, or nothing there
         }
         const std::string next(target, static_cast<size_t>(length));
         path = next.front() == '/' ? next : DirectoryOf(path) + '/' + next;
@@ -246,6 +246,9 @@ int FileReplacement::Lock() {
 int FileReplacement::WriteTemporary(const std::function<int(int)>& write, Durability durability) {
     struct stat old;
     const bool isThere = stat(m_path.c_str(), &old) == 0;
+    if (!isThere && errno != ENOENT) {
+        return errno;
+    }
     if (isThere && !S_ISREG(old.st_mode)) {
         return S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
     }
