@@ -17,6 +17,7 @@ namespace vyn {
 class CIncrSaveContext;
 class CRgKey;
 namespace detail {
+class CReplay;
 class CRgTreeBuilder;
 bool DumpTree(FILE* file, const CRgKey& root, const char* parentPath);
 }  // namespace detail
@@ -51,6 +52,11 @@ public:
     CRgValue& operator=(const CRgValue&) = delete;
     /// Deletes the attributes.
     virtual ~CRgValue();
+
+    /// The values of one load lie together in memory.
+    static void* operator new(size_t size) { return detail::AllocateSmall(size); }
+    /// Frees the memory of a value.
+    static void operator delete(void* value) { detail::FreeSmall(value); }
 
     /// \return the name, never null; valid until it is set.
     virtual const char* GetName() const = 0;
@@ -89,17 +95,17 @@ public:
 
     /// Appends \p attribute, which the value owns from now on, with no test for one of that name.
     void AddAttribute(CRgAttribute* attribute) {
-        m_listAttributes.AddTail(attribute);
+        GetAttributeList()->AddTail(attribute);
         m_bChanged = true;
     }
     /// \return the list itself, which belongs to the value with the attributes in it. Never null.
-    MList<CRgAttribute*>* GetAttributeList() { return &m_listAttributes; }
+    MList<CRgAttribute*>* GetAttributeList();
     /// \return the number of attributes.
-    int GetAttributeCount() { return m_listAttributes.GetCount(); }
+    int GetAttributeCount() { return m_pAttributes ? m_pAttributes->GetCount() : 0; }
     /// \return the first position; null when there is none.
-    void* GetFirstAttributePosition() { return m_listAttributes.GetHeadPosition(); }
+    void* GetFirstAttributePosition() { return m_pAttributes ? m_pAttributes->GetHeadPosition() : nullptr; }
     /// \param[in,out] pos moves to the next attribute or to null. Not null.
-    CRgAttribute* GetNextAttribute(void*& pos) { return m_listAttributes.GetNext(pos); }
+    CRgAttribute* GetNextAttribute(void*& pos) { return m_pAttributes->GetNext(pos); }
     /// \return the value of the first attribute of that name; null when there is none. Valid until it is set
     /// or the CRgValue dies.
     const char* GetAttributeValue(const char* name);
@@ -121,11 +127,12 @@ protected:
 
 private:
     friend class CIncrSaveContext;
+    friend class detail::CReplay;
     friend class detail::CRgTreeBuilder;
 
     CRgAttribute* FindAttribute(const char* name);
 
-    MList<CRgAttribute*> m_listAttributes;
+    MList<CRgAttribute*>* m_pAttributes = nullptr;  // owned; null as long as nobody needs it
     static constexpr unsigned kMaxLine = (1u << 30) - 1;
 
     unsigned m_nLine : 30;
@@ -138,15 +145,17 @@ private:
 class VYN_API CDefRgValue : public CRgValue {
 public:
     /// Copies the texts; null means the empty string.
-    CDefRgValue(const char* name, RvType type, const char* value)
-        : m_strName(name), m_strValue(value), m_type(type) {}
+    CDefRgValue(const char* name, RvType type, const char* value);
+    ~CDefRgValue() override;
+    using CRgValue::operator new;
+    using CRgValue::operator delete;
 
     /// \return the name; valid until it is set.
-    const char* GetName() const override { return m_strName.c_str(); }
+    const char* GetName() const override { return m_szName; }
     /// \return the text; valid until it is set.
-    const char* GetValue() const override { return m_strValue.c_str(); }
+    const char* GetValue() const override { return m_szValue; }
     /// \return the type.
-    RvType GetType() const override { return m_type; }
+    RvType GetType() const override { return static_cast<RvType>(m_nType); }
     /// Replaces the name.
     /// \return 1.
     int SetName(const char* name) override;
@@ -158,9 +167,23 @@ public:
     int SetValue(const char* value) override;
 
 private:
-    SString m_strName;
-    SString m_strValue;
-    RvType m_type;
+    friend class CDefRgKey;
+
+    // Room for the texts behind the object. Only the second form has it.
+    static void* operator new(size_t size, size_t texts) { return detail::AllocateSmall(size + texts); }
+    static void operator delete(void* value, size_t) { detail::FreeSmall(value); }
+
+    CDefRgValue(RvType type) : m_nType(static_cast<unsigned char>(type)) {}
+    static CDefRgValue* Make(const char* name, RvType type, const char* value);
+    const char* GetMadeName() const { return reinterpret_cast<const char*>(this + 1); }
+    // Whether it still has the name that it was made with, which lies behind it.
+    bool HasMadeName() const { return m_szName == GetMadeName(); }
+
+    const char* m_szName = nullptr;
+    const char* m_szValue = nullptr;
+    unsigned char m_nType;
+    bool m_bMade = false;      // the texts that it was made with lie behind the object
+    bool m_bOwnValue = false;  // the text has memory of its own
 };
 
 /// \brief A key of an Rg tree: subkeys, values and attributes, all of which it owns.
@@ -280,9 +303,10 @@ private:
 
     SString m_strName;
     MMap<SString, CRgKey*> m_mapKeys;
+    // From the first look-up on: a file that is only copied needs no index. Until then the values are all made by
+    // CreateValue, and know the name that they were added with.
     mutable MMap<SString, CRgValue*> m_mapValues;
-    mutable bool m_bValuesIndexed =
-        false;  // from the first look-up on: a file that is only copied needs no index
+    mutable bool m_bValuesIndexed = false;
 };
 
 /// \brief Reads one Rg text into a tree. An object serves one load at a time.

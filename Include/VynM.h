@@ -5,6 +5,7 @@
 /// and vectors never own what their elements point to. No locks: each object belongs to one thread at a time.
 
 #include <algorithm>
+#include <cstddef>
 #include <cstdint>
 #include <unordered_set>
 #include <vector>
@@ -12,6 +13,15 @@
 #include "VynExport.h"
 
 namespace vyn {
+
+namespace detail {
+
+/// Allocates a small object; those of one load lie together. \return never null.
+VYN_API void* AllocateSmall(size_t size);
+/// Frees it; null is fine.
+VYN_API void FreeSmall(void* object) noexcept;
+
+}  // namespace detail
 
 /// \brief Doubly linked list, appended at the tail only and walked by an opaque position.
 ///
@@ -98,6 +108,9 @@ public:
 
 private:
     struct NodeList {
+        static void* operator new(size_t size) { return detail::AllocateSmall(size); }
+        static void operator delete(void* node) { detail::FreeSmall(node); }
+
         NodeList* next;
         NodeList* prev;
         T data;

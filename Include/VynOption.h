@@ -26,10 +26,13 @@ class COptDummyRgKey;
 class COptionFile;
 class COptionManager;
 class COptRgKey;
+class COptRgValue;
+struct COption;
 namespace detail {
 class CMerge;
 class CNewText;
 class CReplay;
+COptRgValue* MakeOptionValue(const COption* option, const char* value, MList<CRgAttribute*>* attributes);
 }  // namespace detail
 
 /// \brief One declared option: a row of a static table.
@@ -109,6 +112,15 @@ public:
     void UnMergeOptions(const CMgrOptionSet* set);
 
 private:
+    friend class COptRgKey;
+
+    // The same as FindOption, tried first at the row behind \p last.
+    const COption* FindOptionAfter(const COption* last, const char* name) const;
+    bool IsInTable(const COption* option) const { return option >= m_pTable && option < m_pTableEnd; }
+
+    // The table whose rows are all that the index holds, so that another row has another name; null without one.
+    const COption* m_pTable = nullptr;
+    const COption* m_pTableEnd = nullptr;
     const char* m_szName;  // of the table, not a copy
     const CMgrOptionSet* m_pNext;
     MMap<SString, const COption*> m_mapOptions;
@@ -371,12 +383,16 @@ private:
 class VYN_API COptRgValue : public CRgValue {
 public:
     /// \param option outlives the value.
+    /// \param value copied; null means the empty text.
     COptRgValue(const COption* option, const char* value);
+    ~COptRgValue() override;
+    using CRgValue::operator new;
+    using CRgValue::operator delete;
 
     /// \return the name of the option; belongs to its row.
     const char* GetName() const override;
     /// \return the value; valid until it is set.
-    const char* GetValue() const override { return m_strValue.c_str(); }
+    const char* GetValue() const override { return m_szValue; }
     /// \return eText for an option of type 1, eBare for 2, eBareOther for 3, eText for anything else.
     RvType GetType() const override;
     /// Does nothing: the option decides the name.
@@ -392,17 +408,23 @@ public:
 private:
     friend class COptRgKey;
     friend class detail::CMerge;
+    friend COptRgValue* detail::MakeOptionValue(const COption* option, const char* value,
+                                                MList<CRgAttribute*>* attributes);
+
+    // Room for the text behind the object. Only the second form has it.
+    static void* operator new(size_t size, size_t text) { return detail::AllocateSmall(size + text); }
+    static void operator delete(void* value, size_t) { detail::FreeSmall(value); }
+
+    explicit COptRgValue(const COption* option) : m_pOption(option), m_szValue(nullptr) {}
+    bool HasOwnMemory(const char* text) const { return text != reinterpret_cast<const char*>(this + 1); }
 
     void SetInFile() override;
     // What the file held at the last load or save; null when it had no such value.
-    const char* GetFileText() const {
-        return m_bHasBase ? m_strBase.c_str() : IsInFile() ? m_strValue.c_str() : nullptr;
-    }
+    const char* GetFileText() const { return m_szBase ? m_szBase : IsInFile() ? m_szValue : nullptr; }
 
     const COption* m_pOption;
-    SString m_strValue;
-    SString m_strBase;  // what the file holds, once it isn't m_strValue
-    bool m_bHasBase = false;
+    const char* m_szValue;           // behind the object, or with memory of its own, as the next
+    const char* m_szBase = nullptr;  // what the file holds, once it isn't m_szValue
 };
 
 /// \brief A key of an option file, which stands for one category.
@@ -457,14 +479,17 @@ protected:
     /// \return the option of that name that the key's category declares; null when there is none.
     const COption* FindOption(const char* name) const;
 
-    CMgrCategory* m_pCategory;             ///< what the key stands for; null when it is unbound
-    MMap<SString, CRgKey*> m_mapKeys;      ///< the subkeys by name
-    MMap<SString, CRgValue*> m_mapValues;  ///< the values by name
+    CMgrCategory* m_pCategory;         ///< what the key stands for; null when it is unbound
+    MMap<SString, CRgKey*> m_mapKeys;  ///< the subkeys by name
+    /// The values by name, from the first time on that it is needed.
+    mutable MMap<SString, CRgValue*> m_mapValues;
 
     /// The save under way in this thread; null except during its parse.
     static thread_local CIncrSaveContext* m_pContext;
 
 private:
+    void IndexValues() const;
+    CRgValue* FindNextValue(const std::string& name);
     int Unlink(CRgValue* value);
     bool HasValues();
     void NoteRemoval(CRgValue& value);
@@ -475,12 +500,18 @@ private:
     struct SaveState {
         unsigned nSave = 0;
         int nUnsaved = 0;             // values yet to be written
+        void* pNext = nullptr;        // the value that the next line is expected to have
         bool bMet = false;            // a section of the key was closed
         bool bOldAttributes = false;  // the old file has attributes on a heading of the key
         size_t nPiece = 0;            // where its last section ends in the new text
         size_t nOffset = 0;
     };
     SaveState m_save;
+
+    mutable bool m_bIndexed = false;         // m_mapValues is in use
+    bool m_bRepeated = false;                // two values may have one name
+    const CRgValue* m_pNewValue = nullptr;   // the value being added has a name that no other has
+    const COption* m_pLastOption = nullptr;  // of the last value that was made
 };
 
 /// \brief The root of an option file's tree. Its category is the manager.

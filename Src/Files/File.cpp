@@ -1,8 +1,8 @@
 #include "Files/File_p.h"
+#include "Text/Pool_p.h"
 
 #include <fcntl.h>
 #include <sys/file.h>
-#include <sys/mman.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
 #include <unistd.h>
@@ -103,23 +103,6 @@ void TakeOverOwner(int fd, const struct stat& old) {
         }
     }
     fchmod(fd, mode);
-}
-
-// Has the pages of a fresh buffer mapped at once, which costs a fraction of one fault for each.
-void MapPages(char* start, size_t size) {
-#ifdef MADV_POPULATE_WRITE
-    constexpr uintptr_t kPage = 4096;
-    const uintptr_t first = (reinterpret_cast<uintptr_t>(start) + kPage - 1) & ~(kPage - 1);
-    const uintptr_t last = (reinterpret_cast<uintptr_t>(start) + size) & ~(kPage - 1);
-    if (last > first + 16 * kPage) {
-        const int error = errno;
-        madvise(reinterpret_cast<void*>(first), last - first, MADV_POPULATE_WRITE);
-        errno = error;
-    }
-#else
-    static_cast<void>(start);
-    static_cast<void>(size);
-#endif
 }
 
 size_t TotalSize(const std::vector<std::string_view>& pieces) {

@@ -43,6 +43,11 @@ COption* CMgrOptionSet::FindOption(const char* name) const {
     return nullptr;
 }
 
+const COption* CMgrOptionSet::FindOptionAfter(const COption* last, const char* name) const {
+    const COption* next = last ? last + 1 : m_pTable;
+    return IsInTable(next) && strcmp(next->szName, name) == 0 ? next : FindOption(name);
+}
+
 const COption* CMgrOptionSet::GetNextOption(void*& pos) const {
     SString name;
     const COption* option = nullptr;
@@ -66,13 +71,21 @@ void CMgrOptionSet::IndexOptions(const CMgrOptionSet* set) {
 
 void CMgrOptionSet::MergeOptions(const COptionSet* set) {
     detail::StructureStamp::Raise();
-    for (int i = 0; set && i < set->nOptions; ++i) {
+    if (!set || set->nOptions < 1) {
+        return;
+    }
+    const bool isFirst = m_mapOptions.GetCount() == 0;
+    for (int i = 0; i < set->nOptions; ++i) {
         m_mapOptions[set->pOptions[i].szName] = &set->pOptions[i];
     }
+    const bool isTable = isFirst && m_mapOptions.GetCount() == set->nOptions;
+    m_pTable = isTable ? set->pOptions : nullptr;
+    m_pTableEnd = isTable ? set->pOptions + set->nOptions : nullptr;
 }
 
 void CMgrOptionSet::MergeOptions(const CMgrOptionSet* set) {
     detail::StructureStamp::Raise();
+    m_pTable = m_pTableEnd = nullptr;
     for (void* pos = set ? set->GetFirstOptionPosition() : nullptr; pos;) {
         SString name;
         const COption* option = nullptr;
@@ -83,6 +96,7 @@ void CMgrOptionSet::MergeOptions(const CMgrOptionSet* set) {
 
 void CMgrOptionSet::UnMergeOptions(const CMgrOptionSet* set) {
     detail::StructureStamp::Raise();
+    m_pTable = m_pTableEnd = nullptr;
     if (set == this) {
         m_mapOptions.RemoveAll();
         return;

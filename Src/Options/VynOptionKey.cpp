@@ -1,3 +1,5 @@
+#include <cstdlib>
+#include <cstring>
 #include <typeinfo>
 
 #include "Options/VynOption_p.h"
@@ -11,14 +13,25 @@ COptRgValue* detail::MakeOptionValue(const COption* option, const char* value,
         DestroyAttributes(attributes);
         return nullptr;
     }
-    COptRgValue* made = new COptRgValue(option, value);
-    if (attributes) {
+    const size_t size = strlen(value) + 1;
+    auto* made = new (size) COptRgValue(option);
+    made->m_szValue = static_cast<char*>(memcpy(static_cast<void*>(made + 1), value, size));
+    if (attributes && attributes->GetCount() > 0) {
         made->GetAttributeList()->AddTail(attributes);
     }
     return made;
 }
 
-COptRgValue::COptRgValue(const COption* option, const char* value) : m_pOption(option), m_strValue(value) {}
+COptRgValue::COptRgValue(const COption* option, const char* value)
+    : m_pOption(option), m_szValue(detail::CopyText(value)) {}
+
+COptRgValue::~COptRgValue() {
+    for (const char* text : {m_szValue, m_szBase}) {
+        if (HasOwnMemory(text)) {
+            free(const_cast<char*>(text));
+        }
+    }
+}
 
 const char* COptRgValue::GetName() const {
     return m_pOption->szName;
@@ -44,19 +57,23 @@ int COptRgValue::SetType(RvType) {
 }
 
 int COptRgValue::SetValue(const char* value) {
-    if (IsInFile() && !m_bHasBase) {
-        m_strBase = m_strValue;
-        m_bHasBase = true;
-    }
+    const char* old = m_szValue;
+    m_szValue = detail::CopyText(value);
     SetChanged();
-    m_strValue = value;
+    if (IsInFile() && !m_szBase) {
+        m_szBase = old;
+    } else if (HasOwnMemory(old)) {
+        free(const_cast<char*>(old));
+    }
     return 1;
 }
 
 void COptRgValue::SetInFile() {
     CRgValue::SetInFile();
-    m_strBase.clear();
-    m_bHasBase = false;
+    if (HasOwnMemory(m_szBase)) {
+        free(const_cast<char*>(m_szBase));
+    }
+    m_szBase = nullptr;
 }
 
 COptRgKey::COptRgKey(const char*) : m_pCategory(nullptr) {}
@@ -126,27 +143,66 @@ int COptRgKey::RemoveKey(CRgKey* key) {
 
 CRgValue* COptRgKey::CreateValue(const char* name, CRgValue::RvType, const char* value,
                                  MList<CRgAttribute*>* attributes) {
-    COptRgValue* made = detail::MakeOptionValue(FindOption(name), value, attributes);
+    const CMgrOptionSet* set = m_pCategory ? m_pCategory->GetOptionSet() : nullptr;
+    const COption* option = set ? set->FindOptionAfter(m_pLastOption, name) : nullptr;
+    COptRgValue* made = detail::MakeOptionValue(option, value, attributes);
     if (!made) {
         return nullptr;
     }
+    // The rows of one table have a name each: as long as they come in their order, none comes twice.
+    const bool isNew = !m_bIndexed && set->IsInTable(option) && option > m_pLastOption;
     // Of several values of one name in a file the last one counts: an earlier one would come back with a save.
-    if (CRgValue* earlier = FindValue(name)) {
+    if (CRgValue* earlier = isNew ? nullptr : FindValue(name)) {
         Unlink(earlier);
         delete earlier;
     }
+    m_pLastOption = option;
+    m_pNewValue = made;
     AddValue(made);
+    m_pNewValue = nullptr;
     return made;
 }
 
+void COptRgKey::IndexValues() const {
+    if (m_bIndexed) {
+        return;
+    }
+    for (void* pos = GetFirstValuePosition(); pos;) {
+        CRgValue* value = GetNextValue(pos);
+        m_mapValues[value->GetName()] = value;
+    }
+    m_bIndexed = true;
+}
+
 CRgValue* COptRgKey::FindValue(const char* name) const {
+    IndexValues();
     CRgValue* value = nullptr;
     m_mapValues.Lookup(name, value);
     return value;
 }
 
+// The same as FindValue during a save, tried first at the value behind the one that was found before: most files have the
+// order of memory.
+CRgValue* COptRgKey::FindNextValue(const std::string& name) {
+    if (m_save.pNext) {
+        void* pos = m_save.pNext;
+        CRgValue* value = GetNextValue(pos);
+        if (name == value->GetName()) {
+            m_save.pNext = pos;
+            return value;
+        }
+    }
+    return FindValue(name.c_str());
+}
+
 int COptRgKey::AddValue(CRgValue* value) {
-    m_mapValues[value->GetName()] = value;
+    const bool isNew = value == m_pNewValue;
+    if (!isNew) {
+        m_bRepeated = m_bRepeated || FindValue(value->GetName());
+    }
+    if (m_bIndexed) {
+        m_mapValues[value->GetName()] = value;
+    }
     return CRgKey::AddValue(value);
 }
 
@@ -194,6 +250,9 @@ std::string COptRgKey::GetAddress(const CRgValue& value) const {
 void COptRgKey::Empty() {
     m_mapKeys.RemoveAll();
     m_mapValues.RemoveAll();
+    m_bIndexed = false;
+    m_bRepeated = false;
+    m_pLastOption = nullptr;
     CRgKey::Empty();
 }
 

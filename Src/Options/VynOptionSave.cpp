@@ -160,7 +160,7 @@ public:
     void Value(std::string_view name, std::string_view text, const RgAttributes& attributes,
                const char* start, const char*) {
         m_name = name;
-        CRgValue* present = m_pSection->FindValue(m_name.c_str());
+        CRgValue* present = m_pSection->FindNextValue(m_name);
         if (!present && !m_context.m_bKeepKnown && m_pSection->FindOption(m_name.c_str())) {
             return;
         }
@@ -180,7 +180,7 @@ public:
         m_line.clear();
         const bool isStored = present && IsStorable(*present);
         if (isStored) {
-            AppendValue(m_line, name, present->GetType(), present->GetValue(), present->GetAttributeList());
+            AppendValue(m_line, name, present->GetType(), present->GetValue(), present->m_pAttributes);
         } else {
             AppendUnknown(m_line, name, text, attributes);
         }
@@ -274,6 +274,7 @@ void CIncrSaveContext::Enter(COptRgKey* key) {
         key->m_save = {};
         key->m_save.nSave = m_nSave;
         key->m_save.nUnsaved = key->GetValueCount();
+        key->m_save.pNext = key->IsOfOwnClass() && !key->m_bRepeated ? key->GetFirstValuePosition() : nullptr;
     }
 }
 
@@ -403,7 +404,7 @@ bool CIncrSaveContext::AppendUnsaved(COptRgKey* key, std::string& text) {
         const bool isStored = IsStorable(*value);
         if (isStored) {
             detail::AppendValue(text, value->GetName(), value->GetType(), value->GetValue(),
-                                value->GetAttributeList());
+                                value->m_pAttributes);
         }
         TakeValue(value, isStored);
     }

@@ -21,6 +21,9 @@ bool CopyKeyElement(const char* text, size_t length, char (&element)[kKeyElement
 /// \return the path behind the `/` that ended the element; null when it was the last.
 const char* SplitKeyPath(const char* path, char (&element)[kKeyElementSize]);
 
+/// \return a copy, to be freed by `free`; null becomes the empty text.
+char* CopyText(const char* text);
+
 /// Deletes the attribute objects of \p attributes and empties the list; null is fine.
 void DestroyAttributes(MList<CRgAttribute*>* attributes);
 

@@ -4,6 +4,7 @@
 #include "Rg/RgFile_p.h"
 #include "Rg/RgReader_p.h"
 #include "RgFile.h"
+#include "Text/Pool_p.h"
 
 namespace vyn {
 
@@ -114,6 +115,8 @@ int CRgLoader::Load(const char* path) {
 }
 
 int CRgLoader::LoadText(std::string& text) {
+    // An object and a node of a list for each value take somewhat more than its line.
+    const detail::PoolScope pool(2 * text.size());
     detail::CRgTreeBuilder builder(m_root, text);
     return detail::RgReader<detail::CRgTreeBuilder>(text.c_str(), builder).Read() ? 0 : 1;
 }

@@ -1,4 +1,6 @@
+#include <cstdlib>
 #include <cstring>
+#include <new>
 #include <set>
 #include <typeinfo>
 #include <vector>
@@ -50,6 +52,14 @@ bool FitsHeading(CRgAttribute& attribute) {
 }  // namespace
 
 namespace detail {
+
+char* CopyText(const char* text) {
+    char* copy = strdup(text ? text : "");
+    if (!copy) {
+        throw std::bad_alloc();
+    }
+    return copy;
+}
 
 void DestroyAttributes(MList<CRgAttribute*>* attributes) {
     if (!attributes) {
@@ -160,11 +170,19 @@ bool DumpTree(FILE* file, const CRgKey& root, const char* parentPath) {
 }  // namespace detail
 
 CRgValue::~CRgValue() {
-    detail::DestroyAttributes(&m_listAttributes);
+    detail::DestroyAttributes(m_pAttributes);
+    delete m_pAttributes;
+}
+
+MList<CRgAttribute*>* CRgValue::GetAttributeList() {
+    if (!m_pAttributes) {
+        m_pAttributes = new MList<CRgAttribute*>;
+    }
+    return m_pAttributes;
 }
 
 int CRgValue::Dump(FILE* file) {
-    return Dump(file, GetName(), GetType(), GetValue(), &m_listAttributes);
+    return Dump(file, GetName(), GetType(), GetValue(), m_pAttributes);
 }
 
 int CRgValue::Dump(FILE* file, const char* name, RvType type, const char* value,
@@ -176,8 +194,8 @@ int CRgValue::Dump(FILE* file, const char* name, RvType type, const char* value,
 }
 
 CRgAttribute* CRgValue::FindAttribute(const char* name) {
-    for (void* pos = m_listAttributes.GetHeadPosition(); pos;) {
-        CRgAttribute* attribute = m_listAttributes.GetNext(pos);
+    for (void* pos = GetFirstAttributePosition(); pos;) {
+        CRgAttribute* attribute = GetNextAttribute(pos);
         if (strcmp(attribute->GetName(), name) == 0) {
             return attribute;
         }
@@ -199,18 +217,51 @@ void CRgValue::SetAttributeValue(const char* name, const char* value) {
     }
 }
 
+CDefRgValue::CDefRgValue(const char* name, RvType type, const char* value)
+    : m_szName(detail::CopyText(name)),
+      m_szValue(detail::CopyText(value)),
+      m_nType(static_cast<unsigned char>(type)),
+      m_bOwnValue(true) {}
+
+// Makes a value with its texts behind it, in one block of memory.
+CDefRgValue* CDefRgValue::Make(const char* name, RvType type, const char* value) {
+    const size_t nameSize = strlen(name) + 1;
+    const size_t valueSize = strlen(value) + 1;
+    auto* made = new (nameSize + valueSize) CDefRgValue(type);
+    char* texts = reinterpret_cast<char*>(made + 1);
+    made->m_bMade = true;
+    made->m_szName = static_cast<char*>(memcpy(texts, name, nameSize));
+    made->m_szValue = static_cast<char*>(memcpy(texts + nameSize, value, valueSize));
+    return made;
+}
+
+CDefRgValue::~CDefRgValue() {
+    if (!m_bMade || !HasMadeName()) {
+        free(const_cast<char*>(m_szName));
+    }
+    if (m_bOwnValue) {
+        free(const_cast<char*>(m_szValue));
+    }
+}
+
 int CDefRgValue::SetName(const char* name) {
-    m_strName = name;
+    const char* old = !m_bMade || !HasMadeName() ? m_szName : nullptr;
+    m_szName = detail::CopyText(name);
+    free(const_cast<char*>(old));
     return 1;
 }
 
 int CDefRgValue::SetType(RvType type) {
-    m_type = type;
+    m_nType = static_cast<unsigned char>(type);
     return 1;
 }
 
 int CDefRgValue::SetValue(const char* value) {
-    m_strValue = value;
+    const char* old = m_bOwnValue ? m_szValue : nullptr;
+    m_szValue = detail::CopyText(value);
+    m_bOwnValue = true;
+    free(const_cast<char*>(old));
+    SetChanged();
     return 1;
 }
 
@@ -356,7 +407,7 @@ int CDefRgKey::RemoveKey(CRgKey* key) {
 CRgValue* CDefRgKey::CreateValue(const char* name, CRgValue::RvType type, const char* value,
                                  MList<CRgAttribute*>* attributes) {
     detail::DestroyAttributes(attributes);
-    CRgValue* made = new CDefRgValue(name, type, value);
+    CRgValue* made = CDefRgValue::Make(name, type, value);
     AddValue(made);
     return made;
 }
@@ -367,7 +418,7 @@ void CDefRgKey::IndexValues() const {
     }
     for (void* pos = GetFirstValuePosition(); pos;) {
         CRgValue* value = GetNextValue(pos);
-        m_mapValues[value->GetName()] = value;
+        m_mapValues[static_cast<CDefRgValue*>(value)->GetMadeName()] = value;
     }
     m_bValuesIndexed = true;
 }
@@ -380,15 +431,30 @@ CRgValue* CDefRgKey::FindValue(const char* name) const {
 }
 
 int CDefRgKey::AddValue(CRgValue* value) {
-    if (m_bValuesIndexed) {
-        m_mapValues[value->GetName()] = value;
+    if (!m_bValuesIndexed && typeid(*value) == typeid(CDefRgValue)) {
+        const auto* made = static_cast<CDefRgValue*>(value);
+        if (made->m_bMade && made->HasMadeName()) {
+            return CRgKey::AddValue(value);
+        }
     }
+    IndexValues();
+    m_mapValues[value->GetName()] = value;
     return CRgKey::AddValue(value);
 }
 
+// The entry goes that stands under the name of now; a value that was renamed has another one.
 int CDefRgKey::RemoveValue(CRgValue* value) {
     IndexValues();
+    CRgValue* entered = FindValue(value->GetName());
     m_mapValues.RemoveKey(value->GetName());
+    for (void* pos = entered == value ? nullptr : m_mapValues.GetStartPosition(); pos;) {
+        SString name;
+        m_mapValues.GetNextAssoc(pos, name, entered);
+        if (entered == value) {
+            m_mapValues.RemoveKey(name);
+            break;
+        }
+    }
     return CRgKey::RemoveValue(value);
 }
 
