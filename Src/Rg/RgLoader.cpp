@@ -88,8 +88,10 @@ private:
 
     // Counts on to \p place, which may be one behind the end of the input.
     unsigned LineOf(const char* place) {
-        for (; m_counted < place; ++m_counted) {
-            m_nLine += *m_counted == '\n';
+        while (m_counted < place) {
+            const void* feed = memchr(m_counted, '\n', static_cast<size_t>(place - m_counted));
+            m_nLine += feed ? 1 : 0;
+            m_counted = feed ? static_cast<const char*>(feed) + 1 : place;
         }
         return m_nLine;
     }
