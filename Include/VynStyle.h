@@ -365,7 +365,7 @@ public:
     /// sections. The styles belong to the tool. Those made before a malformed place live too, and only their
     /// kind's GetStyleList has them.
     /// \param list not null.
-    /// \return 0 on success; else 1, the tree is empty and \p list is as it was.
+    /// \return 0 on success; else 1, the tree is as CRgFile::Load leaves it and \p list as it was.
     int Load(const char* path, CStyleList* list);
     /// Appends the styles of \p key and of all keys below it to \p list.
     void FillStyleList(CStyRgKey* key, CStyleList* list);

@@ -117,19 +117,17 @@ void CStyRgKey::MakeOwnStyle(const char* style, const char* kind) {
     SetStyle(made);
 }
 
-// A key with a style lies in the tree of that style.
 void CStyRgKey::SetStyle(CStyle* style) {
-    m_category = {*style, style->GetMgrCategory()};
     m_pStyle = style;
     style->SetKey(this);
 }
 
 // Lets this key, which stands for "Styles", and its parent, which stands for the root name, continue in the
-// tree of `style`. A key that has a style stays in the tree of that style.
+// tree of `style`.
 void CStyRgKey::JoinTree(CStyle& style) {
     CStyRgKey* parent = GetParent();
     const CMgrCategory* root = parent ? style.FindCategory(parent->GetName(), 0) : nullptr;
-    if (!root || parent->GetStyle() || GetStyle()) {
+    if (!root) {
         return;
     }
     parent->m_category = {style, const_cast<CMgrCategory*>(root)};
@@ -155,7 +153,9 @@ CStyleFile::~CStyleFile() = default;
 
 int CStyleFile::Load(const char* path, CStyleList* list) {
     const int status = CRgFile::Load(path);
-    FillStyleList(static_cast<CStyRgKey*>(m_pRoot), list);
+    if (status == 0) {  // else the tree may be that of an earlier load
+        FillStyleList(static_cast<CStyRgKey*>(m_pRoot), list);
+    }
     return status;
 }
 
