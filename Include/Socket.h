@@ -13,7 +13,7 @@
 namespace vyn {
 
 namespace detail {
-class CDescriptor;
+class Descriptor;
 }
 
 /// Whether a server waits for a caller, and a selection for its sockets. Any value other than
@@ -81,7 +81,7 @@ protected:
 private:
     friend class SocketSelect;
 
-    std::shared_ptr<detail::CDescriptor> m_pShared;  // closed by the last copy
+    std::shared_ptr<detail::Descriptor> m_pShared;  // closed by the last copy
 };
 
 /// \brief A port on which callers are waited for, on all local addresses.

@@ -10,36 +10,9 @@
 #include <csignal>
 #include <ctime>
 
+#include "Files/File_p.h"
+
 namespace vyn::detail {
-
-/// A descriptor that is closed with its owner.
-class CDescriptor {
-public:
-    CDescriptor() = default;
-    explicit CDescriptor(int fd) : m_nFd(fd) {}
-    CDescriptor(const CDescriptor&) = delete;
-    CDescriptor& operator=(const CDescriptor&) = delete;
-    ~CDescriptor() { Close(); }
-
-    int Get() const { return m_nFd; }
-    int Release() {
-        const int fd = m_nFd;
-        m_nFd = -1;
-        return fd;
-    }
-    void Reset(int fd) {
-        Close();
-        m_nFd = fd;
-    }
-    void Close() {
-        if (m_nFd != -1) {
-            close(Release());
-        }
-    }
-
-private:
-    int m_nFd = -1;
-};
 
 /// Copies a descriptor to a number above the standard ones. \return -1 on failure.
 inline int CopyUp(int fd, bool inherit) {
@@ -53,21 +26,21 @@ struct SPipe {
         if (pipe2(ends, inherit ? 0 : O_CLOEXEC) != 0) {
             return false;
         }
-        read.Reset(ends[0]);
-        write.Reset(ends[1]);
+        read = Descriptor(ends[0]);
+        write = Descriptor(ends[1]);
         return MoveUp(read, inherit) && MoveUp(write, inherit);
     }
 
-    CDescriptor read;
-    CDescriptor write;
+    Descriptor read;
+    Descriptor write;
 
 private:
-    static bool MoveUp(CDescriptor& end, bool inherit) {
+    static bool MoveUp(Descriptor& end, bool inherit) {
         if (end.Get() > STDERR_FILENO) {
             return true;
         }
         const int fd = CopyUp(end.Get(), inherit);
-        end.Reset(fd);
+        end = Descriptor(fd);
         return fd != -1;
     }
 };

@@ -72,7 +72,7 @@ Socket::Socket() : Socket(socket(AF_INET, SOCK_STREAM | SOCK_CLOEXEC, 0)) {
 }
 
 Socket::Socket(int descriptor)
-    : m_nDescriptor(descriptor), m_pShared(std::make_shared<detail::CDescriptor>(descriptor)) {
+    : m_nDescriptor(descriptor), m_pShared(std::make_shared<detail::Descriptor>(descriptor)) {
     Start();
 }
 

@@ -13,7 +13,7 @@
 
 namespace vyn {
 
-using detail::CDescriptor;
+using detail::Descriptor;
 using detail::Retried;
 using detail::SPipe;
 
@@ -35,10 +35,10 @@ public:
         if (m_nFlags == -1) {
             return true;
         }
-        m_saved.Reset(detail::CopyUp(m_nFd, inherit));
+        m_saved = Descriptor(detail::CopyUp(m_nFd, inherit));
         return m_saved.Get() != -1;
     }
-    bool PointAt(const CDescriptor& target) {
+    bool PointAt(const Descriptor& target) {
         m_bReplaced = dup2(target.Get(), m_nFd) != -1;
         return m_bReplaced;
     }
@@ -58,7 +58,7 @@ private:
     const int m_nFd;
     int m_nFlags = -1;  // -1 when the descriptor was closed
     bool m_bReplaced = false;
-    CDescriptor m_saved;
+    Descriptor m_saved;
 };
 
 // The working directory for as long as the object lives, unless it goes back earlier.
@@ -197,7 +197,7 @@ int CSubProc::write(const char* buf, unsigned len) {
 }
 
 int CSubProc::close_write() {
-    CDescriptor(m_nWriteFd.exchange(-1)).Close();
+    Descriptor(m_nWriteFd.exchange(-1)).Close();
     return 0;
 }
 
@@ -218,7 +218,7 @@ int CSubProc::read(char* buf, unsigned len) {
 }
 
 int CSubProc::close_read() {
-    CDescriptor(m_nReadFd.exchange(-1)).Close();
+    Descriptor(m_nReadFd.exchange(-1)).Close();
     return 0;
 }
 
