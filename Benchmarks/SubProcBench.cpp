@@ -15,6 +15,7 @@
 #include <string>
 #include <vector>
 
+#include "RunChild.h"
 #include "SubProc.h"
 
 namespace {
@@ -103,6 +104,18 @@ void LaunchAndWait(benchmark::State& state) {
     }
 }
 
+void RunChildToItsEnd(benchmark::State& state) {
+    const CParent parent(state);
+    vyn::SChildRequest request;
+    request.program = "/bin/true";
+    for (auto _ : state) {
+        if (vyn::RunChild(request).end != vyn::eChildExited) {
+            state.SkipWithError("no child");
+            break;
+        }
+    }
+}
+
 void PosixSpawnAndWait(benchmark::State& state) {
     const CParent parent(state);
     SSpawned child;
@@ -178,6 +191,7 @@ void AllParents(benchmark::internal::Benchmark* benchmark) {
 }  // namespace
 
 BENCHMARK(LaunchAndWait)->Apply(AllParents);
+BENCHMARK(RunChildToItsEnd)->Apply(AllParents);
 BENCHMARK(PosixSpawnAndWait)->Apply(AllParents);
 BENCHMARK(LaunchCat)->UseRealTime()->Unit(benchmark::kMicrosecond)->ComputeStatistics("fastest", Fastest);
 BENCHMARK(PosixSpawnCat)->UseRealTime()->Unit(benchmark::kMicrosecond)->ComputeStatistics("fastest", Fastest);

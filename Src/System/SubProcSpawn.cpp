@@ -2,6 +2,7 @@
 #include <sys/uio.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cerrno>
 #include <csignal>
 #include <cstdio>
@@ -16,41 +17,18 @@
 
 namespace vyn {
 
+using detail::SSpawn;
+
 namespace {
 
-constexpr char libraryPathIs[] = "LD_LIBRARY_PATH=";
+constexpr char libraryPath[] = "LD_LIBRARY_PATH";
+constexpr char savedLibraryPath[] = "M7_SAVED_LD_LIBRARY_PATH";
 constexpr int firstPrivateFd = STDERR_FILENO + 1;
+constexpr int exitNotExecuted = 1;
 
-// "LD_LIBRARY_PATH=" and the saved value, empty when none is saved.
-std::string SavedLibraryPath() {
-    const char* saved = detail::Environment("M7_SAVED_LD_LIBRARY_PATH");
-    return saved ? std::string(libraryPathIs) + saved : std::string();
+bool IsVariable(const char* entry, const std::string& name) {
+    return strncmp(entry, name.c_str(), name.length()) == 0 && entry[name.length()] == '=';
 }
-
-// The environment of this process with entry in place of the variable of its name.
-std::vector<char*> EnvironmentWith(std::string& entry) {
-    std::vector<char*> result;
-    bool replaced = false;
-    for (char** variable = environ; variable && *variable; ++variable) {
-        const bool same = !replaced && strncmp(*variable, libraryPathIs, strlen(libraryPathIs)) == 0;
-        result.push_back(same ? entry.data() : *variable);
-        replaced = replaced || same;
-    }
-    if (!replaced) {
-        result.push_back(entry.data());
-    }
-    result.push_back(nullptr);
-    return result;
-}
-
-// All that the child needs, made before it exists.
-struct SChildPlan {
-    const char* file;
-    char* const* argv;
-    char* const* environment;
-    int descriptorEnd;  // descriptors from 3 to this one, exclusive, are closed
-    sigset_t mask;
-};
 
 void SetHandledSignalsToDefault() {
     for (int number = 1; number < NSIG; ++number) {
@@ -64,12 +42,16 @@ void SetHandledSignalsToDefault() {
     }
 }
 
-void CloseDescriptors(int end) {
-    if (end <= firstPrivateFd || close_range(firstPrivateFd, ~0U, 0) == 0) {
-        return;
-    }
-    for (int fd = firstPrivateFd; fd < end; ++fd) {
-        close(fd);
+// Closes all from the first private one on but one. The end counts where the system can't close a range.
+void CloseDescriptors(int end, int spared) {
+    const unsigned first = firstPrivateFd, last = ~0U;
+    const unsigned gap = spared == -1 ? last : static_cast<unsigned>(spared);
+    const bool closed = (gap == first || close_range(first, gap - 1, 0) == 0) &&
+                        (gap == last || close_range(gap + 1, last, 0) == 0);
+    for (int fd = closed ? end : firstPrivateFd; fd < end; ++fd) {
+        if (fd != spared) {
+            close(fd);
+        }
     }
 }
 
@@ -86,60 +68,102 @@ void PrintError(const char* call, int error) {
     }
 }
 
+// The name of the call that failed, null when there is none.
+const char* SetUp(const SSpawn& spawn) {
+    if (spawn.leadsGroup && setpgid(0, 0) != 0) {
+        return "setpgid";
+    }
+    for (int fd = STDIN_FILENO; fd <= STDERR_FILENO; ++fd) {
+        if (spawn.streams[fd] != -1 && dup2(spawn.streams[fd], fd) == -1) {
+            return "dup2";
+        }
+    }
+    return spawn.directory && chdir(spawn.directory) != 0 ? "chdir" : nullptr;
+}
+
+[[noreturn]] void Fail(const SSpawn& spawn, const detail::SSpawnFailure& failure) {
+    if (spawn.report == -1) {
+        PrintError(failure.call, failure.error);
+    } else if (write(spawn.report, &failure, sizeof failure) < 0) {
+        _exit(exitNotExecuted);  // nobody is left to tell
+    }
+    _exit(exitNotExecuted);
+}
+
 // Runs in the memory, and on the stack, of a parent that waits: only async-signal-safe calls, no allocation,
 // no return.
-[[noreturn]] void RunChild(const SChildPlan& plan) {
+[[noreturn]] void Execute(const SSpawn& spawn, int descriptorEnd, const sigset_t& mask) {
     SetHandledSignalsToDefault();
-    CloseDescriptors(plan.descriptorEnd);
-    sigprocmask(SIG_SETMASK, &plan.mask, nullptr);
-    execvpe(plan.file, plan.argv, plan.environment);
-    PrintError("execvp", errno);
-    _exit(1);
+    if (const char* call = SetUp(spawn)) {
+        Fail(spawn, {call, errno});
+    }
+    if (descriptorEnd > firstPrivateFd) {
+        CloseDescriptors(descriptorEnd, spawn.report);
+    }
+    sigprocmask(SIG_SETMASK, &mask, nullptr);
+    execvpe(spawn.file, spawn.argv, spawn.environment);
+    Fail(spawn, {"execvp", errno});
 }
+
+}  // namespace
 
 // vfork copies no page tables, so that a large tool starts a child as fast as a small one. The child shares
 // the memory until it executes the program: signals are blocked until it has no handler of the parent left,
 // and the thread isn't cancelled meanwhile, since the child would run into that too.
-int Start(SChildPlan& plan) {
-    const detail::CCancelOff cancelOff;
-    sigset_t all;
+pid_t detail::Spawn(const SSpawn& spawn) {
+    const CCancelOff cancelOff;
+    const int descriptorEnd = ChildKeepsDescriptors() ? 0 : getdtablesize();
+    sigset_t all, mask;
     sigfillset(&all);
-    pthread_sigmask(SIG_SETMASK, &all, &plan.mask);
+    pthread_sigmask(SIG_SETMASK, &all, &mask);
     const pid_t child = vfork();
     if (child == 0) {
-        RunChild(plan);  // NOLINT(clang-analyzer-unix.Vfork): all that it calls is safe there
+        Execute(spawn, descriptorEnd,
+                mask);  // NOLINT(clang-analyzer-unix.Vfork): all that it calls is safe there
     }
     const int error = errno;
-    pthread_sigmask(SIG_SETMASK, &plan.mask, nullptr);
+    pthread_sigmask(SIG_SETMASK, &mask, nullptr);
     errno = error;
     return child;
 }
 
-}  // namespace
+detail::CEnvironment::CEnvironment(const std::vector<EnvironmentChange>& changes) {
+    for (char** entry = environ; entry && *entry; ++entry) {
+        const auto changed = [&](const EnvironmentChange& change) {
+            return IsVariable(*entry, change.first);
+        };
+        if (std::none_of(changes.begin(), changes.end(), changed)) {
+            m_variables.push_back(*entry);
+        }
+    }
+    m_added.reserve(changes.size());  // their places are referred to
+    for (const auto& [name, value] : changes) {
+        if (value) {
+            m_variables.push_back(m_added.emplace_back(name + "=" + *value).data());
+        }
+    }
+    m_variables.push_back(nullptr);
+}
 
 bool detail::ChildKeepsDescriptors() {
     return detail::Environment("KOPRAN_NO_CLOSE") != nullptr;
 }
 
 void CSubProc::do_restore_ld_library_path() {
-    const std::string entry = SavedLibraryPath();
-    if (!entry.empty()) {
+    if (const char* saved = getenv(savedLibraryPath)) {
+        const std::string entry = std::string(libraryPath) + "=" + saved;
         putenv(strdup(entry.c_str()));  // belongs to the environment from now on
     }
 }  // NOLINT(clang-analyzer-unix.Malloc)
 
 int local_spawn(const char* file, const char* const* argv, bool restore) {
-    std::string libraryPath = restore ? SavedLibraryPath() : std::string();
-    std::vector<char*> changedEnvironment;
-    if (!libraryPath.empty()) {
-        changedEnvironment = EnvironmentWith(libraryPath);
+    const char* const saved = restore ? getenv(savedLibraryPath) : nullptr;
+    std::optional<detail::CEnvironment> changed;
+    if (saved) {
+        changed.emplace(std::vector<detail::EnvironmentChange>{{libraryPath, saved}});
     }
-    SChildPlan plan;
-    plan.file = file;
-    plan.argv = const_cast<char* const*>(argv);
-    plan.environment = changedEnvironment.empty() ? environ : changedEnvironment.data();
-    plan.descriptorEnd = detail::ChildKeepsDescriptors() ? 0 : getdtablesize();
-    const int child = Start(plan);
+    const int child =
+        detail::Spawn({file, const_cast<char* const*>(argv), changed ? changed->Get() : environ});
     if (child == -1) {
         perror("fork");
     }
