@@ -21,13 +21,15 @@ using namespace vyn;
 
 namespace {
 
+// In the environment of each child: of this process, since others may run the same tests beside it.
+const std::string markValue = std::to_string(getpid());
 constexpr char mark[] = "VYN_RUN_CHILD_TEST";
 
 SChildRequest Shell(const std::string& script) {
     SChildRequest request;
     request.program = "sh";
     request.arguments = {"-c", script};
-    request.environment = {{mark, "1"}};
+    request.environment = {{mark, markValue}};
     request.grace = 200ms;
     return request;
 }
@@ -37,7 +39,7 @@ int MarkedProcesses() {
     int count = 0;
     for (const auto& process : std::filesystem::directory_iterator("/proc")) {
         const std::string environment = test::ReadText(process.path().string() + "/environ");
-        count += environment.find(mark + "=1"s) != std::string::npos;
+        count += environment.find(mark + ("=" + markValue + '\0')) != std::string::npos;
     }
     return count;
 }
@@ -75,7 +77,8 @@ TEST(RunChild, ComesBackFromWhateverAProgramDoes) {
         std::string output, error;
         std::chrono::milliseconds atLeast, atMost;
     } rows[] = {
-        {"cat; echo $VYN_RUN_CHILD_TEST >&2; exit 3", large, 0s, 0s, eChildExited, 3, large, "1\n", 0s, 9s},
+        {"cat; echo ${VYN_RUN_CHILD_TEST:+set} >&2; exit 3", large, 0s, 0s, eChildExited, 3, large, "set\n",
+         0s, 9s},
         {"exec cat 0<&0 1>&2", large, 0s, 0s, eChildExited, 0, "", large, 0s, 9s},
         {"exec <&-; sleep 0.1; echo closed its input", large, 0s, 0s, eChildExited, 0, "closed its input\n",
          "", 0s, 9s},
