@@ -35,13 +35,20 @@ class CReplay;
 COptRgValue* MakeOptionValue(const COption* option, const char* value, MList<CRgAttribute*>* attributes);
 }  // namespace detail
 
+/// The kinds of options, for COption::nType.
+enum OptionKind {
+    eTextOption = 1,      ///< written in quotes
+    eBareOption = 2,      ///< written bare where that reads back, as a number
+    eOtherBareOption = 3  ///< the same, with a type of its own: CRgValue::eBareOther
+};
+
 /// \brief One declared option: a row of a static table.
 ///
 /// The tables are read, never written. A manager keeps pointers to the rows and to the names of the sets, so
 /// that a table outlives every manager that received it.
 struct VYN_API COption {
     const char* szName;     ///< Name of the option, the last element of its address.
-    int nType;              ///< 1 text; 2 and 3 are written bare in a file, see COptRgValue::GetType.
+    int nType;              ///< An OptionKind: 1 for text, 2 and 3 for what is written bare.
     const char* szDefault;  ///< Default as text: "true" or "false", integers in decimal.
     long nReserved1;        ///< Keeps the shape of the tables; 0, and read by nobody.
     long nReserved2;        ///< The same.
@@ -393,7 +400,7 @@ public:
     const char* GetName() const override;
     /// \return the value; valid until it is set.
     const char* GetValue() const override { return m_szValue; }
-    /// \return eText for an option of type 1, eBare for 2, eBareOther for 3, eText for anything else.
+    /// \return eBare for an eBareOption, eBareOther for an eOtherBareOption, eText for anything else.
     RvType GetType() const override;
     /// Does nothing: the option decides the name.
     /// \return 1.
@@ -489,7 +496,7 @@ protected:
 
 private:
     void IndexValues() const;
-    CRgValue* FindNextValue(const std::string& name);
+    CRgValue* FindNextValue(std::string_view name);
     int Unlink(CRgValue* value);
     bool HasValues();
     void NoteRemoval(CRgValue& value);

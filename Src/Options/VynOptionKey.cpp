@@ -39,9 +39,9 @@ const char* COptRgValue::GetName() const {
 
 CRgValue::RvType COptRgValue::GetType() const {
     switch (m_pOption->nType) {
-        case 2:
+        case eBareOption:
             return eBare;
-        case 3:
+        case eOtherBareOption:
             return eBareOther;
         default:
             return eText;
@@ -181,18 +181,20 @@ CRgValue* COptRgKey::FindValue(const char* name) const {
     return value;
 }
 
-// The same as FindValue during a save, tried first at the value behind the one that was found before: most files have the
-// order of memory.
-CRgValue* COptRgKey::FindNextValue(const std::string& name) {
-    if (m_save.pNext) {
-        void* pos = m_save.pNext;
-        CRgValue* value = GetNextValue(pos);
-        if (name == value->GetName()) {
-            m_save.pNext = pos;
-            return value;
-        }
+// The value behind the one that was found before, when it has that name: most files have the order of memory. Null when
+// only FindValue can tell.
+CRgValue* COptRgKey::FindNextValue(std::string_view name) {
+    if (!m_save.pNext) {
+        return nullptr;
     }
-    return FindValue(name.c_str());
+    void* pos = m_save.pNext;
+    CRgValue* value = GetNextValue(pos);
+    const char* next = value->GetName();
+    if (strncmp(next, name.data(), name.size()) != 0 || next[name.size()] != '\0') {
+        return nullptr;
+    }
+    m_save.pNext = pos;
+    return value;
 }
 
 int COptRgKey::AddValue(CRgValue* value) {

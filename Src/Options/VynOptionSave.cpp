@@ -159,10 +159,13 @@ public:
     // have leaves the file.
     void Value(std::string_view name, std::string_view text, const RgAttributes& attributes,
                const char* start, const char*) {
-        m_name = name;
-        CRgValue* present = m_pSection->FindNextValue(m_name);
-        if (!present && !m_context.m_bKeepKnown && m_pSection->FindOption(m_name.c_str())) {
-            return;
+        CRgValue* present = m_pSection->FindNextValue(name);
+        if (!present) {
+            m_name = name;
+            present = m_pSection->FindValue(m_name.c_str());
+            if (!present && !m_context.m_bKeepKnown && m_pSection->FindOption(m_name.c_str())) {
+                return;
+            }
         }
         if (present && m_context.IsDealtWith(*present)) {
             return;
