@@ -191,6 +191,7 @@ TEST_F(Tree, LeavesAFileThatIsCopiedOntoItself) {
         EXPECT_TRUE(VynCopyFile(In(name), In("a.txt"))) << name;
         EXPECT_EQ(ReadText(In("a.txt")), "a.txt") << name;
     }
+    EXPECT_EQ(std::filesystem::hard_link_count(m_directory / "a.txt"), 2u) << "it isn't even replaced";
     EXPECT_TRUE(VynCopyFile(In("b.txt"), In("symbolic")));
     EXPECT_TRUE(std::filesystem::is_symlink(m_directory / "symbolic"));
     EXPECT_EQ(ReadText(In("a.txt")), "b.txt");

@@ -9,6 +9,7 @@
 #include "RunProbe.h"
 #include "SPathName.h"
 #include "VynErrOut.h"
+#include "VynExplainUrn.h"
 #include "VynRes.h"
 #include "VynUri.h"
 #include "ZemAPICommon.h"
@@ -249,6 +250,7 @@ TEST_F(UrnTest, TellsOfAFileThatItCantUse) {
 
 TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
     std::filesystem::create_directory(m_home / "dir");
+    WriteText(m_home / "file", "");
     std::filesystem::current_path(m_home.Path());
     const std::string missing = "target location not found: '@/none'. Error :'No such file or directory'.\n";
     const struct {
@@ -261,6 +263,7 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
         {"n1", "@/dir/", true, "@/dir/", ""},
         {"n2", "@/none", true, "@/none/", "URN 'n2', " + missing},
         {"n3", "dir", true, "dir/", "URN 'n3', target location must be an absolute path: 'dir'.\n"},
+        {"n4", "@/file/", true, "@/file/", ""},
         {"n5", "c:/none", true, "c:/none/", ""},
         {"n1", "/x", false, "@/dir/", AlreadyDefined("n1", "@/dir/")},
         {"n6", "", true, "",
@@ -334,6 +337,7 @@ TEST_F(UrnTest, CreatesAUrnOfTheFirstNameThatFits) {
         {"/p/", "urn:z:"},
         {"/p", "/p"},
         {"/p/..a", "/p/..a"},
+        {"//server/a", "//server/a"},
         {"local/a", "urn:cwd:a"},
         {"c:\\x\\y", "urn:drive:y"},
         {"urn:z:a", "urn:z:a"},
@@ -361,6 +365,7 @@ TEST_F(UrnTest, StoresThePathOfADocument) {
         {"/lib/parts/doc", "/lib/parts/a", "a", "/lib/parts/a"},
         {"/p/doc.x", "/lib/parts/a", "urn:lib:a", "urn:lib:a"},
         {"/p/doc.x", "/p/", "", "/p/"},
+        {"/lib/parts/doc", "/lib/parts/", "urn:lib:", "urn:lib:"},
         {"/p/doc.x", "a", "../usr/a", "/usr/a"},
         {"doc.x", "/usr/a", "a", "/usr/a"},
         {"doc.x", "/p/a", "/p/a", "/p/a"},  // no way up from a document that isn't absolute
@@ -379,6 +384,92 @@ TEST_F(UrnTest, StoresThePathOfADocument) {
         SUrnResolver::CreateAbsolutePath(row.base, result, result);
         const bool drive = row.base[0] == 'c';
         EXPECT_EQ(result, drive ? "/usr/" + row.absolute : row.absolute) << row.base << " " << row.path;
+    }
+}
+
+TEST_F(UrnTest, ExplainsEachEntryOfAName) {
+    const std::string tooLong(1023, 'x');
+    WriteText(MapFile(), "a:/x\na:/y\nA:/z\nk4user:/u\nlong:" + tooLong + "\n");
+    SUrnResolver::RegisterURNsWithoutOptions();
+    SUrnResolver::RegisterUrn("a", "/w");
+    SUrnResolver::RegisterUrn("B", "urn:");
+    m_messages.Take();
+    SPathName user(VynGetUserDir());
+    user.AddPathElement("f");
+    const struct {
+        const char* urn;
+        int status;
+        std::string path;
+        std::vector<std::string> entries;  // source, name, target and fate
+    } rows[] = {
+        {"urn:A:f", 0, "/z/f", {"1 a /x 2", "1 a /y 1", "1 A /z 0", "2 a /w 1"}},
+        {"urn:b:", 0, "urn:/", {"2 B urn: 0"}},
+        {"urn:k4user:f", 0, user, {std::string("0 k4user ") + VynGetUserDir() + " 0", "1 k4user /u 1"}},
+        {"urn:long:f", 3, "urn:long:f", {"1 long " + tooLong + " 3"}},
+        {"urn:none:f", 3, "urn:none:f", {}},
+        {"urn:a", 2, "urn:a", {}},
+        {"/a", 1, "/a", {}},
+    };
+    for (const auto& row : rows) {
+        const SUrnExplanation explanation = ExplainUrn(row.urn);
+        EXPECT_EQ(explanation.status, row.status) << row.urn;
+        EXPECT_EQ(explanation.path, row.path) << row.urn;
+        std::vector<std::string> entries;
+        for (const SUrnEntry& entry : explanation.entries) {
+            EXPECT_EQ(entry.file, entry.source == eUrnFile ? MapFile() : "") << row.urn;
+            entries.push_back(std::to_string(entry.source) + " " + entry.name + " " + entry.target + " " +
+                              std::to_string(entry.fate));
+        }
+        EXPECT_EQ(entries, row.entries) << row.urn;
+    }
+    EXPECT_EQ(m_messages.Take(), "");
+}
+
+TEST_F(UrnTest, ResolvesBeneathTheTarget) {
+    const std::string root = m_home / "beneath";
+    std::filesystem::create_directories(root + "/sub/deep");
+    std::filesystem::create_directories(root + "er");
+    for (const auto& [name, to] : {std::pair("in", std::string("sub/deep")), std::pair("out", m_home.Path()),
+                                   std::pair("gone", std::string("../nowhere")),
+                                   std::pair("loop", std::string("loop")), std::pair("back", root)}) {
+        std::filesystem::create_symlink(to, root + "/" + name);
+    }
+    SUrnResolver::RegisterURNsFromOptionString("r:" + root + ";link:" + root + "/in;empty;all:/;rel:sub");
+    std::filesystem::current_path(root);
+    const struct {
+        const char* urn;
+        int error;
+    } rows[] = {
+        {"urn:r:", 0},
+        {"urn:r:sub/new/x", 0},
+        {"urn:r:sub/../sub", 0},
+        {"urn:r:..", EXDEV},
+        {"urn:r:none/../..", EXDEV},
+        {"urn:r:../beneath", 0},
+        {"urn:r:../beneather", EXDEV},
+        {"urn:r:in/..", 0},
+        {"urn:r:in/../../..", EXDEV},
+        {"urn:r:out", EXDEV},
+        {"urn:r:out/beneath/sub", 0},
+        {"urn:r:gone", EXDEV},
+        {"urn:r:loop/x", ELOOP},
+        {"urn:r:back/sub", 0},
+        {"urn:link:x", 0},
+        {"urn:link:..", EXDEV},
+        {"urn:empty:x", EINVAL},
+        {"urn:all:etc/..", 0},
+        {"urn:rel:x", 0},
+        {"urn:rel:../x", EXDEV},
+        {"urn:r", EINVAL},
+        {"/x", EINVAL},
+        {"urn:nosuch:x", ENOENT},
+    };
+    for (const auto& row : rows) {
+        SString path(row.urn);
+        errno = 0;
+        EXPECT_EQ(ResolveUrnBeneath(path, path), row.error == 0) << row.urn;
+        EXPECT_EQ(errno, row.error) << row.urn;
+        EXPECT_EQ(path, row.error == 0 ? Resolve(row.urn) : row.urn) << row.urn;
     }
 }
 

@@ -36,7 +36,7 @@ TEST(FilenameExpand, ReplacesReferencesToVariables) {
         {"$(VYN_Y", "$(VYN_Y)"},
         {"$()", "$()"},
         {"a$", "a$"},
-        {"$$$(VYN_X)", "$$1"},
+        {"$$(VYN_X)", "$$(VYN_X)"},
         {"$(VYN_NESTED)(VYN_X)", "$(VYN_X)$(VYN_X)"},
         {"$(VYN_HOME)/a", home + "/a"},
     };

@@ -6,7 +6,6 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
-#include <memory>
 #include <string>
 
 #include "Paths/SPathName_p.h"
@@ -17,12 +16,8 @@ namespace vyn {
 
 namespace {
 
+using detail::MallocText;
 using detail::sizePath;
-
-struct FreeMalloc {
-    void operator()(char* text) const { free(text); }
-};
-using MallocText = std::unique_ptr<char, FreeMalloc>;
 
 MallocText ExpandedFullPath(const SString& text) {
     return MallocText(full_path_name(filename_expand(text.c_str())));

@@ -123,7 +123,7 @@ void VynFileItem::GetFiles(SPathName pattern, std::vector<VynFileItem>& out) {
     const SPathName self = ElementOf(absolute.GetDirectory(), ".");
     const SPathName parent = ElementOf(absolute.GetDirectory(), "..");
 
-    const std::unique_ptr<char, decltype(&free)> text(absolute.GetUnixPath(), free);
+    const detail::MallocText text(absolute.GetUnixPath());
     const Matches matches(text.get());
     if (matches.Status() != 0) {
         ReportFailure(matches.Status(), errno, absolute);

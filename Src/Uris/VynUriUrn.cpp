@@ -113,6 +113,7 @@ bool SUrnResolver::RegisterUrn(const SString& name, const SString& target) {
     auto& map = *VynGetUrnUriMap();
     const auto entry = map.find(name);
     if (entry != map.end()) {
+        detail::EnterUrn(eUrnRegistered, SString(), name, target, map);
         detail::ReportOwnString(detail::eStrUrnAlreadyDefined, {name, entry->second});
         return false;
     }
@@ -120,7 +121,7 @@ bool SUrnResolver::RegisterUrn(const SString& name, const SString& target) {
         !SPathName(target).IsAbsolutePath()) {
         detail::ReportOwnString(detail::eStrUrnTargetNotAbsolute, {name, target});
     }
-    return VynInsertUrn(name.c_str(), target.c_str(), map);
+    return detail::EnterUrn(eUrnRegistered, SString(), name, target, map) == eUrnDecides;
 }
 
 bool SUrnResolver::DoesUrnTargetExist(const SString& name, const SString& target, bool report) {

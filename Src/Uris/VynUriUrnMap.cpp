@@ -31,17 +31,18 @@ bool GetURNMapTextFile(SPathName& path) {
     return true;
 }
 
-void InsertURNsFromList(const SString& text, std::map<SString, SString>& map) {
+void InsertURNsFromList(const SString& text, const SString& file, std::map<SString, SString>& map) {
     std::vector<SString> entries;
     SUrnResolver::DecodeUrnMap(text, entries);
     for (const SString& entry : entries) {
         SString tag;
         SString value;
         SUrnResolver::DecodeUrnMapped(entry, tag, value);
-        if (map.count(tag)) {
+        const SUrnFate fate = detail::EnterUrn(eUrnFile, file, tag, value, map);
+        if (fate == eUrnAlreadyDefined) {
             detail::ReportOwnString(detail::eStrUrnAlreadyDefined, {tag, value});
-        } else if (!VynInsertUrn(tag.c_str(), value.c_str(), map)) {
-            vynerr << strerror(errno) << ": " << value << endl << flush;
+        } else if (fate == eUrnTooLong) {
+            vynerr << strerror(ENAMETOOLONG) << ": " << value << endl << flush;
         }
     }
 }
@@ -58,19 +59,25 @@ void VynParseUrnEnvVariableAndInsertUrns(std::map<SString, SString>& map) {
     }
     text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\0'; }),
                text.end());
-    InsertURNsFromList(text, map);
+    InsertURNsFromList(text, value, map);
 }
 
 void FillMap(std::map<SString, SString>& map) {
     map.clear();
-    VynInsertUrn("k4", VynGetInstallationRoot(), map);
-    VynInsertUrn("k4user", VynGetUserDir(), map);
-    VynInsertUrn("k4useraddins", VynGetUserAddinsDir(), map);
-    VynInsertUrn("k4teamaddins", VynGetTeamAddinsDir(), map);
-    VynInsertUrn("k4companyaddins", VynGetCompanyAddinsDir(), map);
+    detail::UrnEntries().clear();
     SPathName projects;  // stays empty when there is none
     VynGetDefaultUserProjectPath(projects);
-    VynInsertUrn("k4zemprojects", projects.c_str(), map);
+    const std::pair<const char*, SString> predefined[] = {
+        {"k4", VynGetInstallationRoot()},
+        {"k4user", VynGetUserDir()},
+        {"k4useraddins", VynGetUserAddinsDir()},
+        {"k4teamaddins", VynGetTeamAddinsDir()},
+        {"k4companyaddins", VynGetCompanyAddinsDir()},
+        {"k4zemprojects", projects},
+    };
+    for (const auto& [name, target] : predefined) {
+        detail::EnterUrn(eUrnPredefined, SString(), name, target, map);
+    }
     VynParseUrnEnvVariableAndInsertUrns(map);
 }
 
@@ -142,6 +149,7 @@ SURNMapHandler::SURNMapHandler() {
 
 SURNMapHandler::~SURNMapHandler() {
     bMapLives = false;
+    detail::UrnEntries().clear();
 }
 
 std::map<SString, SString>* VynGetUrnUriMap() {
@@ -151,6 +159,31 @@ std::map<SString, SString>* VynGetUrnUriMap() {
     // Reached by the hooks of a resource library, which is loaded before and unloaded after the map.
     static auto* outside = new std::map<SString, SString>;
     return outside;
+}
+
+std::map<SString, std::vector<SUrnEntry>>& detail::UrnEntries() {
+    static auto* entries = new std::map<SString, std::vector<SUrnEntry>>;
+    return *entries;
+}
+
+SUrnFate detail::EnterUrn(SUrnSource source, const SString& file, const SString& name, const SString& target,
+                          std::map<SString, SString>& map) {
+    SUrnFate fate = eUrnAlreadyDefined;
+    if (!map.count(name)) {
+        fate = VynInsertUrn(name.c_str(), target.c_str(), map) ? eUrnDecides : eUrnTooLong;
+    }
+    SString key(name);
+    key.MakeLower();
+    std::vector<SUrnEntry>& entries = UrnEntries()[key];
+    if (fate == eUrnDecides) {
+        const auto former = std::find_if(entries.rbegin(), entries.rend(),
+                                         [](const SUrnEntry& entry) { return entry.fate == eUrnDecides; });
+        if (former != entries.rend()) {
+            former->fate = eUrnReplaced;
+        }
+    }
+    entries.push_back({source, file, name, target, fate});
+    return fate;
 }
 
 bool VynInsertUrn(const char* name, const char* target, std::map<SString, SString>& map) {

@@ -8,6 +8,7 @@
 
 #include "Resources/VynRes_p.h"
 #include "VynErrOut.h"
+#include "VynExplainUrn.h"
 #include "VynUri.h"
 
 namespace vyn {
@@ -35,6 +36,12 @@ void ParseTagValue(const SString& text, SString& tag, SString& value);
 std::list<SUriScheme*>* VynGetUriSchemeList();
 
 namespace detail {
+
+/// \return what there was for each name, in lower case, since the map was last read. Never destroyed.
+std::map<SString, std::vector<SUrnEntry>>& UrnEntries();
+/// Enters \p name and \p target into the map, or not, and notes the entry with what became of it.
+SUrnFate EnterUrn(SUrnSource source, const SString& file, const SString& name, const SString& target,
+                  std::map<SString, SString>& map);
 
 /// Reports one of the library's own strings with \p texts on vynerr.
 inline void ReportOwnString(LibraryString id, std::initializer_list<SString> texts) {
