@@ -370,6 +370,10 @@ public:
     /// another process was saving in that directory for ten seconds, EISDIR or EINVAL when the path isn't a regular file.
     int Save(const char* path);
 
+    /// \return why the last Load or Merge failed: EILSEQ when the text was malformed, else the value of `errno`; 0 when it was
+    /// successful, and when there was none.
+    int GetLoadError() const { return m_nLoadError; }
+
     /// \return the root, owned by the file, never null.
     CRgKey* GetKeyRoot() { return m_pRoot; }
     /// \return the key at \p path; null when an element is missing. It belongs to the tree and lasts until it is
@@ -413,6 +417,7 @@ private:
     CRgKey* MakeKey(const char* path);
 
     bool m_bLoaded = false;  // once a load was successful
+    int m_nLoadError = 0;
 };
 
 }  // namespace vyn

@@ -28,6 +28,8 @@ class COptionManager;
 class COptRgKey;
 class COptRgValue;
 struct COption;
+struct SavePreview;
+VYN_API SavePreview PreviewSave(COptionFile& file, const char* path);
 namespace detail {
 class CMerge;
 class CNewText;
@@ -209,6 +211,12 @@ private:
     std::set<COptRgKey*> m_setKeys;
 };
 
+/// \brief A file that couldn't be saved.
+struct SaveFailure {
+    COptionFile* file;  ///< belongs to its manager
+    int error;          ///< what COptionFile::Save returned
+};
+
 /// \brief The central option store of one tool.
 ///
 /// A value is looked for in the stack of option files from the top, then among the declared defaults; a lower
@@ -245,6 +253,13 @@ public:
     /// Adds the file that GetOptionFile knows by this path, or else loads it.
     /// \return the file, owned by the manager; null when it can't be loaded.
     virtual COptionFile* AddOptionFile(SPathName path);
+    /// Puts the user's own file on top of the stack, to which the changes go, and loads it.
+    ///
+    /// It keeps its place when it can't be loaded, so that no change ends up in a file below it. One that is missing is made
+    /// by the first save that has something to write. While one can't be read, or is malformed, IsEditable is 0, and
+    /// CRgFile::GetLoadError tells the reason; a later Reload that succeeds ends that.
+    /// \return the file, owned by the manager, never null.
+    COptionFile* AddPersonalFile(SPathName path);
     /// Takes the file of this path name out of the stack; the object then belongs to the caller.
     virtual void RemoveOptionFile(SPathName path);
     /// Writes \p value to the top file, or takes the option out of it when \p value is what lies underneath.
@@ -318,6 +333,10 @@ public:
     void ReloadAllFiles();
     /// Saves each file to its own path, from the top; results are dropped.
     void SaveAllFiles();
+    /// The same.
+    /// \param[out] failed the files that couldn't be saved, each with what COptionFile::Save returned; emptied first.
+    /// \return 0 when all were saved, else the first of these results.
+    int SaveAllFiles(SVector<SaveFailure>& failed);
     /// Chooses whether the saves of this manager's files merge; they don't at first.
     ///
     /// A save makes the known values of a file follow memory: what another process has written since the load is undone. A
@@ -652,6 +671,8 @@ public:
     int IsModified() const { return m_bModified; }
     /// \return the old flag.
     int SetModifiedFlag(int flag);
+    /// \return 1 for a file that COptionManager::AddPersonalFile put on top of the stack, else 0.
+    int IsPersonal() const { return m_bPersonal ? 1 : 0; }
     /// A mark for the tool; the library doesn't set it.
     int IsPredefined() const { return m_bPredefined; }
     /// Sets the mark.
@@ -672,12 +693,18 @@ public:
 
 private:
     int Rewrite(const SString& path, bool overwrite);
+    friend class COptionManager;
+    friend SavePreview PreviewSave(COptionFile& file, const char* path);
+
+    bool CanBeWritten() const;
     bool Replay(CIncrSaveContext& context, const std::string& oldText);
     bool Merge(std::string text);
+    int MakeText(const std::string* oldText, std::string& newText);
 
     int m_bPredefined;
     COptionManager* m_pManager;
     int m_bModified;
+    bool m_bPersonal = false;
     SVector<SString> m_listConflicts;  // of the last merging save
 };
 

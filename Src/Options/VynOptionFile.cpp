@@ -85,6 +85,36 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
     return context.m_nStatus;
 }
 
+// The text that a save would write, without one. A null old text means that there is no file. The result is that of Save.
+int COptionFile::MakeText(const std::string* oldText, std::string& newText) {
+    if (oldText && strlen(oldText->c_str()) != oldText->size()) {
+        return EILSEQ;
+    }
+    CIncrSaveContext context(static_cast<COptRgKey*>(m_pRoot));
+    context.m_bNewFile = !oldText;
+    if (oldText && context.Replay(*oldText, m_bContentLost) != 0) {
+        return 1;
+    }
+    context.FlushUnsavedKeys();
+    newText.clear();
+    for (const std::string_view& piece : context.m_pText->GetPieces()) {
+        newText += piece;
+    }
+    return context.m_nStatus;
+}
+
+// Whether changes may go to the file. A personal file that is missing can be made by a save.
+bool COptionFile::CanBeWritten() const {
+    if (m_bPersonal && GetLoadError() != 0 && GetLoadError() != ENOENT) {
+        return false;
+    }
+    if (m_strPath.empty() || access(m_strPath.c_str(), W_OK) == 0) {
+        return true;
+    }
+    const SString directory(SPathName(m_strPath).GetDirectory());
+    return m_bPersonal && errno == ENOENT && access(directory.empty() ? "." : directory.c_str(), W_OK) == 0;
+}
+
 // Makes the new text of the old one. False when that is malformed, which empties the tree.
 bool COptionFile::Replay(CIncrSaveContext& context, const std::string& oldText) {
     bool isSound = !m_pManager->IsMergingSaves() || Merge(oldText);

@@ -42,6 +42,18 @@ COptionFile* COptionManager::AddOptionFile(SPathName path) {
     return Load(path.c_str());
 }
 
+COptionFile* COptionManager::AddPersonalFile(SPathName path) {
+    auto* file = new COptionFile(this);
+    file->m_bPersonal = true;
+    file->Load(path.c_str());
+    MList<COptionFile*> below;
+    below.AddTail(&m_listFiles);
+    m_listFiles.RemoveAll();
+    m_listFiles.AddTail(file);
+    m_listFiles.AddTail(&below);
+    return file;
+}
+
 void COptionManager::RemoveOptionFile(SPathName path) {
     if (COptionFile* file = GetFile(path.c_str())) {
         RemoveFile(file);
@@ -178,7 +190,7 @@ int COptionManager::IsEditable(const char* key, const char* name) {
         return 1;
     }
     COptionFile* top = m_listFiles.GetNext(pos);
-    if (*top->GetPathName() && access(top->GetPathName(), W_OK) != 0) {
+    if (!top->CanBeWritten()) {
         return 0;
     }
     if (top->IsUnredefinable(key, name)) {
@@ -250,6 +262,17 @@ void COptionManager::SaveAllFiles() {
     for (void* pos = m_listFiles.GetHeadPosition(); pos;) {
         m_listFiles.GetNext(pos)->Save(nullptr);
     }
+}
+
+int COptionManager::SaveAllFiles(SVector<SaveFailure>& failed) {
+    failed.clear();
+    for (void* pos = m_listFiles.GetHeadPosition(); pos;) {
+        COptionFile* file = m_listFiles.GetNext(pos);
+        if (const int error = file->Save(nullptr)) {
+            failed.push_back({file, error});
+        }
+    }
+    return failed.empty() ? 0 : failed.front().error;
 }
 
 void COptionManager::SetModified() {

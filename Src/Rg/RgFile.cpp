@@ -51,7 +51,8 @@ int CRgFile::Merge(const char* path) {
 // nothing.
 int CRgFile::Read(const char* path, bool anew) {
     std::string text;
-    if (!*path || detail::ReadFile(path, text) != 0) {
+    m_nLoadError = *path ? detail::ReadFile(path, text) : ENOENT;
+    if (m_nLoadError != 0) {
         m_bContentLost = m_bContentLost || !m_bLoaded;
         return 1;
     }
@@ -60,6 +61,7 @@ int CRgFile::Read(const char* path, bool anew) {
     }
     if (CRgLoader(*m_pRoot).LoadText(text) != 0) {
         LoseContent();
+        m_nLoadError = EILSEQ;
         return 1;
     }
     m_bLoaded = true;
