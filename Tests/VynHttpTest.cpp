@@ -7,6 +7,7 @@
 #include <cstring>
 #include <iostream>
 #include <map>
+#include <random>
 #include <sstream>
 #include <string>
 
@@ -161,12 +162,19 @@ TEST(PercentCoding, AppendsALongTextToItself) {
 TEST(PercentCoding, DecodesWhateverStandsBehindAPercentSign) {
     const struct {
         std::string in, out;
-    } rows[] = {{"a+b%2Bc", "a b+c"}, {"%c3%A4%Ab", "\xC3\xA4\xAB"},
-                {"%00a", "\0a"s},     {"%2541", "%41"},
-                {"%zz%ZZ", "33"},     {"%%4-", "\xE4-"},
-                {"%+ ", "\x49"},      {"%\xFF\x80", "\x89"},
-                {"a%", "a%"},         {"a%4", "a@"},
-                {"a%+", "a@"},        {"", ""}};
+    } rows[] = {{"a+b%2Bc", "a b+c"},
+                {"%c3%A4%Ab", "\xC3\xA4\xAB"},
+                {"%00a", "\0a"s},
+                {"%2541", "%41"},
+                {"%zz%ZZ", "33"},
+                {"%%4-", "\xE4-"},
+                {"%+ ", "\x49"},
+                {"%\xFF\x80", "\x89"},
+                {"a%", "a%"},
+                {"a%4", "a@"},
+                {"a%+", "a@"},
+                {"", ""},
+                {"123456789 123456%41%20123456789 1234567%", "123456789 123456A 123456789 1234567%"}};
     for (const auto& row : rows) {
         UTF8String plain, agent;
         DecodeURL(row.in, plain);
@@ -198,6 +206,28 @@ TEST(Base64, MatchesKnownTexts) {
     const std::string sextets = base64_decode(base64_chars);
     EXPECT_EQ(sextets.size(), 48u);
     EXPECT_EQ(Base64(sextets), base64_chars);
+}
+
+// Pieces of less than 28 bytes, or 32 characters, never go the way of vectors.
+TEST(Base64, GivesTheSameForLongAndShortTexts) {
+    std::mt19937 random(1);
+    for (int round = 0; round < 3000; ++round) {
+        std::string bytes(random() % 5000, '\0'), text, decoded;
+        for (char& c : bytes) {
+            c = static_cast<char>(random());
+        }
+        for (size_t i = 0; i < bytes.size(); i += 21) {
+            text += Base64(bytes.substr(i, 21));
+        }
+        ASSERT_EQ(Base64(bytes), text);
+        if (round % 2 && !text.empty()) {
+            text[random() % text.size()] = static_cast<char>(random());
+        }
+        for (size_t i = 0; i < text.size() && decoded.size() == i / 4 * 3; i += 28) {
+            decoded += base64_decode(text.substr(i, 28));
+        }
+        ASSERT_EQ(base64_decode(text), decoded) << text;
+    }
 }
 
 TEST(Base64, DecodesUpToTheFirstForeignByte) {
