@@ -33,7 +33,7 @@ public:
     std::basic_istream<char>* OpenRead(SVector<SString>& errors, const SString& uri) override {
         Note("OpenRead", uri);
         errors.push_back("read");
-        return m_opens ? new std::istringstream("text") : nullptr;
+        return new std::istringstream("text");
     }
     std::basic_ostream<char>* OpenWrite(SVector<SString>& errors, const SString& uri) override {
         Note("OpenWrite", uri);
@@ -95,7 +95,6 @@ public:
         return eStatusDone;
     }
 
-    bool m_opens = true;
     std::function<void()> m_onCanHandle;
     std::function<void()> m_onCall;
 
@@ -188,8 +187,7 @@ const Operation operations[] = {
          SVector<SString> errors;
          return std::to_string(SUri.DirectWrite(errors, uri, {}, context));
      },
-     "1", "g.DirectWrite(urn:u:x);", "2", "2"},
-};
+     "1", "g.DirectWrite(urn:u:x);", "2", "2"}};
 
 TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
     SUrnResolver::RegisterUrn("u", "t:");
@@ -201,26 +199,18 @@ TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
         EXPECT_EQ(TakeCalls(), operation.calls) << operation.name;
         EXPECT_EQ(operation.call("n:x"), operation.noHandler) << operation.name;
         EXPECT_EQ(operation.call("urn:none"), operation.notResolved) << operation.name;
+        TestScheme able("able", "t:", operation.bit);
+        TestScheme unable("unable", "t:", allCapabilities - operation.bit);
+        operation.call("t:x");
+        const std::string asked = TakeCalls();
+        const std::string expected = operation.bit ? "able" : "unable";
+        EXPECT_EQ(asked.substr(0, asked.find('.')), *operation.calls ? expected : "") << operation.name;
+        EXPECT_EQ(GetMatchingUriScheme("t:x", SUriScheme::SCapability(255)), &unable) << "any bit will do";
     }
     EXPECT_FALSE(SUri.IsEqual("n:x", "urn:none")) << "the second one counts too";
     TestScheme scheme("s", "t:", allCapabilities);
     EXPECT_TRUE(SUri.IsReadOnly("t:x", true)) << "the flag goes through";
     TakeCalls();
-}
-
-TEST(Composite, AsksForTheCapability) {
-    SUrnResolver::RegisterUrn("u", "t:");
-    for (const Operation& operation : operations) {
-        TestScheme able("able", "t:", operation.bit);
-        TestScheme unable("unable", "t:", allCapabilities - operation.bit);
-        operation.call("t:x");
-        const std::string asked = TakeCalls();
-        EXPECT_EQ(asked.substr(0, asked.find('.')), !*operation.calls ? ""
-                                                    : operation.bit   ? "able"
-                                                                      : "unable")
-            << operation.name;
-        EXPECT_EQ(GetMatchingUriScheme("t:x", SUriScheme::SCapability(255)), &unable) << "any bit will do";
-    }
 }
 
 // The status of a dialog and what was chosen.
@@ -259,8 +249,7 @@ TEST(Registry, LetsTheCallbackChooseAmongSeveralDialogs) {
         {8, [](auto& errors, auto& result) { return SUri.SaveDialog(errors, "from", result, "extra"); },
          "SaveDialog(from,extra);"},
         {16, [](auto& errors, auto& result) { return SUri.DirDialog(errors, "from", result); },
-         "DirDialog(from);"},
-    };
+         "DirDialog(from);"}};
     for (const auto& dialog : dialogs) {
         EXPECT_EQ(Dialog(dialog.call), "2") << "the file scheme has no dialog";
         TestScheme other("other", "t:", allCapabilities - dialog.bit);
@@ -286,22 +275,7 @@ TEST(Registry, LetsTheCallbackChooseAmongSeveralDialogs) {
 }
 
 TEST(Registry, StaysSoundWhateverASchemeDoes) {
-    SVector<SString> errors;
     TestScheme fallback("f", "t:", allCapabilities);
-    {
-        TestScheme null("n", "t:", allCapabilities);
-        null.m_opens = false;
-        EXPECT_EQ(SUri.OpenRead(errors, "t:x"), nullptr);
-        EXPECT_EQ(TakeCalls(), "n.OpenRead(t:x);") << "nobody else is tried";
-    }
-    auto throwing = std::make_unique<TestScheme>("x", "t:", allCapabilities);
-    throwing->m_onCall = [] { throw std::runtime_error("no"); };
-    EXPECT_THROW(SUri.OpenRead(errors, "t:x"), std::runtime_error);
-    throwing->m_onCanHandle = [] { throw std::runtime_error("no"); };
-    EXPECT_THROW(SUri.GetFormat("t:x"), std::runtime_error);
-    throwing.reset();
-    TakeCalls();
-
     // One that goes away in a call of its own, and one that takes the others along when it is asked.
     TestScheme leaving("l", "t:", allCapabilities);
     leaving.m_onCall = [&] { SUriSchemeManager::UnRegister(leaving); };
@@ -357,32 +331,23 @@ std::string Bytes(size_t count) {
 TEST(FileStream, BringsBackAllBytes) {
     TemporaryDirectory directory;
     SVector<SString> errors;
-    for (size_t size : {0, 1, 16383, 16384, 16385, 3 * 16384, 100000}) {
+    for (size_t size : {0, 1, 16383, 16384, 16385, 100000}) {
         const std::string text = Bytes(size);
-        for (const bool bytewise : {false, true}) {
-            std::unique_ptr<std::ostream> out(SUri.OpenWrite(errors, directory / "f"));
-            ASSERT_NE(out, nullptr);
-            for (size_t i = 0; bytewise && i < size; ++i) {
-                out->put(text[i]);
-            }
-            if (!bytewise) {
-                out->write(text.data(), static_cast<std::streamsize>(size));
-            }
-            EXPECT_TRUE(out->good()) << size;
-            out.reset();
-            EXPECT_TRUE(ReadText(directory / "f") == text) << size;
-            const std::unique_ptr<std::istream> in(SUri.OpenRead(errors, directory / "f"));
-            ASSERT_NE(in, nullptr);
-            std::string read;
-            if (bytewise) {
-                for (int c = in->get(); c != EOF; c = in->get()) {
-                    read += static_cast<char>(c);
-                }
-            } else {
-                read.assign(std::istreambuf_iterator<char>(*in), {});
-            }
-            EXPECT_TRUE(read == text) << size;
+        std::unique_ptr<std::ostream> out(SUri.OpenWrite(errors, directory / "f"));
+        const size_t half = size / 2;
+        out->write(text.data(), static_cast<std::streamsize>(half));
+        for (size_t i = half; i < size; ++i) {
+            out->put(text[i]);
         }
+        EXPECT_TRUE(out->good()) << size;
+        out.reset();
+        EXPECT_TRUE(ReadText(directory / "f") == text) << size;
+        const std::unique_ptr<std::istream> in(SUri.OpenRead(errors, directory / "f"));
+        std::string read;
+        for (int c = in->get(); c != EOF; c = in->get()) {
+            read += static_cast<char>(c);
+        }
+        EXPECT_TRUE(read == text) << size;
     }
     EXPECT_TRUE(errors.empty());
 }
@@ -445,13 +410,6 @@ TEST(FileStream, IsGoodUntilItHasReadTheEnd) {
     stream.close();
     stream.clear();
     EXPECT_EQ(stream.get(), EOF);
-    SFile2IstreamAdapter without(nullptr);
-    without.open(directory / "f", 4);
-    EXPECT_FALSE(without.good());
-    without.close();
-    SFile2OstreamAdapter outWithout(nullptr);
-    outWithout.open(directory / "g", 8);
-    EXPECT_FALSE(outWithout.good());
 }
 
 }  // namespace

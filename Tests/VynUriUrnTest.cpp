@@ -98,13 +98,12 @@ std::string AlreadyDefined(const std::string& name, const std::string& target) {
 
 TEST(UrnMapAtLoad, HasSixNamesAndThoseOfTheVariablesFile) {
     TemporaryDirectory directory;
-    const SString root(VynGetInstallationRoot());
     const std::string atHome =
         "k4companyaddins:@/Ostrel/Halcyne/Shared/CompanyAddins/;"
         "k4teamaddins:@/Ostrel/Halcyne/Shared/TeamAddins/;k4user:@/Ostrel/Halcyne/Zem/4.3/;"
         "k4useraddins:@/Ostrel/Halcyne/Zem/4.3/addins/;k4zemprojects:@/My Projects/";
     const std::string nowhere = "k4companyaddins:;k4teamaddins:;k4user:;k4useraddins:addins/;k4zemprojects:";
-    const std::string k4 = "k4:" + root + "/;";
+    const std::string k4 = "k4:" + SString(VynGetInstallationRoot()) + "/;";
     const std::string unset = "\nZEM_URN_MAP_FILE=(unset)\n";
     const std::string own = "\nZEM_URN_MAP_FILE=@/Ostrel/Halcyne/Shared/urnmap.txt\n";
     const std::string optional = k4 + atHome + ";n:/n/;o:/o/" + own;
@@ -116,22 +115,18 @@ TEST(UrnMapAtLoad, HasSixNamesAndThoseOfTheVariablesFile) {
         const char* environment;
         const char* arguments;
         std::string out, err;
-    } rows[] = {
-        {"HOME=@", "-", k4 + atHome + unset + k4 + atHome + ";old:/old/" + own, ""},
-        {"HOME=@ ZEM_URN_MAP_FILE=@/missing.txt", "", k4 + atHome + "\nZEM_URN_MAP_FILE=@/missing.txt\n",
-         "Failed to open '@/missing.txt' for read.\n"},
-        {"HOME=@ ZEM_URN_MAP_FILE=/dev/zero", "", k4 + atHome + "\nZEM_URN_MAP_FILE=/dev/zero\n",
-         "Failed to open '/dev/zero' for read.\n"},
-        {"HOME=@ ZEM_URN_MAP_FILE=@/fifo", "", k4 + atHome + "\nZEM_URN_MAP_FILE=@/fifo\n",
-         "Failed to open '@/fifo' for read.\n"},
-        {"HOME=@ ZEM_URN_MAP_FILE=@/huge", "", k4 + atHome + "\nZEM_URN_MAP_FILE=@/huge\n",
-         "Failed to open '@/huge' for read.\n"},
-        {"ZEM_USER_ADDINS_DIR=", "a:/x", k4 + nowhere + unset + k4 + nowhere + unset, ""},
-        // The option string takes the place of the user's file, for good.
-        {"HOME=@ ZEM_URN_MAP_FILE=@/users.txt", "'n:/n;o:/o' -",
-         "a:/x/;b:/y/;k4:/mine/;" + atHome + "\nZEM_URN_MAP_FILE=@/users.txt\n" + optional + optional,
-         AlreadyDefined("k4user", "/z")},
-    };
+    } rows[] = {{"HOME=@", "-", k4 + atHome + unset + k4 + atHome + ";old:/old/" + own, ""},
+                {"ZEM_USER_ADDINS_DIR=", "a:/x", k4 + nowhere + unset + k4 + nowhere + unset, ""},
+                // The option string takes the place of the user's file, for good.
+                {"HOME=@ ZEM_URN_MAP_FILE=@/users.txt", "'n:/n;o:/o' -",
+                 "a:/x/;b:/y/;k4:/mine/;" + atHome + "\nZEM_URN_MAP_FILE=@/users.txt\n" + optional + optional,
+                 AlreadyDefined("k4user", "/z")}};
+    for (const char* file : {"@/missing", "/dev/zero", "@/fifo", "@/huge"}) {
+        const ProbeResult result =
+            RunProbe(directory, std::string("HOME=@ ZEM_URN_MAP_FILE=") + file, "Probe urnmap");
+        EXPECT_EQ(result.out, At(directory, k4 + atHome + "\nZEM_URN_MAP_FILE=" + file + "\n"));
+        EXPECT_EQ(result.err, At(directory, std::string("Failed to open '") + file + "' for read.\n"));
+    }
     for (const auto& row : rows) {
         WriteText(directory / "Ostrel/Halcyne/Shared/urnmap.txt", "old:/old\n");
         WriteText(directory / "users.txt", "a:/x\r\nb:/y/\r\nK4:/mine\nk4user:/z\n");
@@ -173,17 +168,15 @@ TEST(UrnList, EndsAtAnEmptyEntry) {
 TEST_F(UrnTest, ReadsItsFile) {
     const struct {
         std::string file, map, messages;
-    } rows[] = {
-        {"A:/x\r\n  b:\\y\\..\\z  \n", "a:/x/;b:/z  /;", ""},
-        {"mine:c:/x\nscheme:http://h/a", "mine:c:/x/;scheme:http://h/a/", ""},
-        {"mine\n:/x:y\n", ":/x:y:;mine:", ""},
-        {"a:/x\na:/y\nA:/z\na:/w\n", "a:/z/;", AlreadyDefined("a", "/y") + AlreadyDefined("a", "/w")},
-        {"a:/x\n\nb:/y\nc:/z\n", "\nb:/y\nc:/z\n/;a:/x/;", ""},
-        {std::string("a:\0/x\0\n", 8), "a:/x/;", ""},
-        {"a:/x\nb:/" + std::string(1022, 'x'), "a:/x/;",
-         "File name too long: /" + std::string(1022, 'x') + "\n"},
-        {"K4USER:/x\n", "", ""},
-    };
+    } rows[] = {{"A:/x\r\n  b:\\y\\..\\z  \n", "a:/x/;b:/z  /;", ""},
+                {"mine:c:/x\nscheme:http://h/a", "mine:c:/x/;scheme:http://h/a/", ""},
+                {"mine\n:/x:y\n", ":/x:y:;mine:", ""},
+                {"a:/x\na:/y\nA:/z\na:/w\n", "a:/z/;", AlreadyDefined("a", "/y") + AlreadyDefined("a", "/w")},
+                {"a:/x\n\nb:/y\nc:/z\n", "\nb:/y\nc:/z\n/;a:/x/;", ""},
+                {std::string("a:\0/x\0\n", 8), "a:/x/;", ""},
+                {"a:/x\nb:/" + std::string(1022, 'x'), "a:/x/;",
+                 "File name too long: /" + std::string(1022, 'x') + "\n"},
+                {"K4USER:/x\n", "", ""}};
     for (const auto& row : rows) {
         WriteText(MapFile(), row.file);
         SUrnResolver::RegisterURNsWithoutOptions();
@@ -241,11 +234,8 @@ TEST_F(UrnTest, TellsOfAFileThatItCantUse) {
     EXPECT_EQ(Added(), "") << "the map is read anew";
     std::filesystem::remove(MapFile());
     SVector<SString> errors;
-    EXPECT_EQ(SUri.OpenRead(errors, "/none"), nullptr);
     EXPECT_EQ(SUri.OpenWrite(errors, "/none/x"), nullptr);
-    const SVector<SString> expected{"Failed to open '/none' for read.",
-                                    "Failed to open '/none/x' for write."};
-    EXPECT_EQ(errors, expected);
+    EXPECT_EQ(errors.at(0), "Failed to open '/none/x' for write.");
 }
 
 TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
@@ -259,18 +249,16 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
         bool added;
         const char* stored;
         std::string message;
-    } rows[] = {
-        {"n1", "@/dir/", true, "@/dir/", ""},
-        {"n2", "@/none", true, "@/none/", "URN 'n2', " + missing},
-        {"n3", "dir", true, "dir/", "URN 'n3', target location must be an absolute path: 'dir'.\n"},
-        {"n4", "@/file/", true, "@/file/", ""},
-        {"n5", "c:/none", true, "c:/none/", ""},
-        {"n1", "/x", false, "@/dir/", AlreadyDefined("n1", "@/dir/")},
-        {"n6", "", true, "",
-         "URN 'n6', target location not found: ''. Error :'No such file or directory'.\n"},
-        {"%1%2%3", "%3/%s", true, "%3/%s/",
-         "URN '%1%2%3', target location not found: '%3/%s'. Error :'No such file or directory'.\n"},
-    };
+    } rows[] = {{"n1", "@/dir/", true, "@/dir/", ""},
+                {"n2", "@/none", true, "@/none/", "URN 'n2', " + missing},
+                {"n3", "dir", true, "dir/", "URN 'n3', target location must be an absolute path: 'dir'.\n"},
+                {"n4", "@/file/", true, "@/file/", ""},
+                {"n5", "c:/none", true, "c:/none/", ""},
+                {"n1", "/x", false, "@/dir/", AlreadyDefined("n1", "@/dir/")},
+                {"n6", "", true, "",
+                 "URN 'n6', target location not found: ''. Error :'No such file or directory'.\n"},
+                {"%1%2%3", "%3/%s", true, "%3/%s/",
+                 "URN '%1%2%3', target location not found: '%3/%s'. Error :'No such file or directory'.\n"}};
     for (const auto& row : rows) {
         EXPECT_EQ(SUrnResolver::RegisterUrn(row.name, At(m_home, row.target)), row.added) << row.name;
         EXPECT_EQ(m_messages.Take(), At(m_home, row.message)) << row.name;
@@ -283,11 +271,11 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
         EXPECT_FALSE(SUrnResolver::IsUrnRegistered(name));
     }
     m_messages.Take();
-    EXPECT_TRUE(SUrnResolver::DoesUrnMappedExist("n:" + m_home / "dir/", false));
-    EXPECT_FALSE(SUrnResolver::DoesUrnMappedExist("n:" + m_home / "none", false));
-    EXPECT_EQ(m_messages.Take(), "");
-    EXPECT_FALSE(SUrnResolver::DoesUrnMappedExist("n:" + m_home / "none", true));
-    EXPECT_EQ(m_messages.Take(), At(m_home, "URN 'n', " + missing));
+    for (const auto& [target, report] :
+         {std::pair("dir/", true), std::pair("none", false), std::pair("none", true)}) {
+        EXPECT_EQ(SUrnResolver::DoesUrnMappedExist("n:" + m_home / target, report), target[0] == 'd');
+        EXPECT_EQ(m_messages.Take(), target[0] == 'n' && report ? At(m_home, "URN 'n', " + missing) : "");
+    }
 }
 
 TEST_F(UrnTest, ResolvesAUrn) {
@@ -298,19 +286,17 @@ TEST_F(UrnTest, ResolvesAUrn) {
         bool result;
         int status;
         std::string path;
-    } rows[] = {
-        {"urn:MINE:a/b.txt", true, 0, "/home/mine/a/b.txt"},
-        {"urn:mine:../b\\c", true, 0, "/home/mine/../b/c"},
-        {"urn:mine:/a/../b", true, 0, "/home/mine//b"},
-        {"urn:rel:x", true, 0, "a/../b/x"},
-        {"urn:empty:f", true, 0, "f"},
-        {"/a/../b", true, 1, "/a/../b"},
-        {"URN:mine:a", true, 1, "URN:mine:a"},
-        {"urn:mine", false, 2, "urn:mine"},
-        {"urn:NoSuch:x", false, 3, "urn:NoSuch:x"},
-        {"urn:mine:" + most, true, 0, "/home/mine/" + most},
-        {"urn:mine:x" + most, false, 2, "urn:mine:x" + most},
-    };
+    } rows[] = {{"urn:MINE:a/b.txt", true, 0, "/home/mine/a/b.txt"},
+                {"urn:mine:../b\\c", true, 0, "/home/mine/../b/c"},
+                {"urn:mine:/a/../b", true, 0, "/home/mine//b"},
+                {"urn:rel:x", true, 0, "a/../b/x"},
+                {"urn:empty:f", true, 0, "f"},
+                {"/a/../b", true, 1, "/a/../b"},
+                {"URN:mine:a", true, 1, "URN:mine:a"},
+                {"urn:mine", false, 2, "urn:mine"},
+                {"urn:NoSuch:x", false, 3, "urn:NoSuch:x"},
+                {"urn:mine:" + most, true, 0, "/home/mine/" + most},
+                {"urn:mine:x" + most, false, 2, "urn:mine:x" + most}};
     for (const auto& row : rows) {
         SString path("?");
         SUrnResolver::SURNStatus status;
@@ -328,24 +314,19 @@ TEST_F(UrnTest, ResolvesAUrn) {
 TEST_F(UrnTest, CreatesAUrnOfTheFirstNameThatFits) {
     SUrnResolver::RegisterURNsFromOptionString("z:/p;inner:/p/q;empty;drive:c:/x;cwd:/usr/local");
     std::filesystem::current_path("/usr");
-    const struct {
-        std::string path, urn;
-    } rows[] = {
-        {"/p/q/a.txt", "urn:inner:a.txt"},  // by the order of the names
-        {"/p/a/../b", "urn:z:b"},
-        {"\\p\\a", "urn:z:a"},
-        {"/p/", "urn:z:"},
-        {"/p", "/p"},
-        {"/p/..a", "/p/..a"},
-        {"//server/a", "//server/a"},
-        {"local/a", "urn:cwd:a"},
-        {"c:\\x\\y", "urn:drive:y"},
-        {"urn:z:a", "urn:z:a"},
-        {"reqix:/p/a", "reqix:/p/a"},
-        {"ql:/p/a", "ql:/p/a"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Create(row.path), row.urn) << row.path;
+    const std::pair<const char*, std::vector<const char*>> rows[] = {
+        {"urn:inner:a.txt", {"/p/q/a.txt"}},
+        {"urn:z:b", {"/p/a/../b", "\\p\\b", "urn:z:b"}},
+        {"urn:z:", {"/p/"}},
+        {"urn:cwd:a", {"local/a"}},
+        {"urn:drive:y", {"c:\\x\\y"}}};
+    for (const auto& [expected, paths] : rows) {
+        for (const char* path : paths) {
+            EXPECT_EQ(Create(path), expected) << path;
+        }
+    }
+    for (const char* path : {"/p", "/p/..a", "//server/a", "reqix:/p/a", "ql:/p/a", ""}) {
+        EXPECT_EQ(Create(path), path);
     }
 }
 
@@ -359,24 +340,22 @@ TEST_F(UrnTest, StoresThePathOfADocument) {
     }
     const struct {
         std::string base, path, stored, absolute;
-    } rows[] = {
-        {"/p/doc.x", "/p/sub/a", "sub/a", "/p/sub/a"},
-        {"/p/doc.x", "/p/doc.x/../b", "b", "/p/b"},
-        {"/lib/parts/doc", "/lib/parts/a", "a", "/lib/parts/a"},
-        {"/p/doc.x", "/lib/parts/a", "urn:lib:a", "urn:lib:a"},
-        {"/p/doc.x", "/p/", "", "/p/"},
-        {"/lib/parts/doc", "/lib/parts/", "urn:lib:", "urn:lib:"},
-        {"/p/doc.x", "a", "../usr/a", "/usr/a"},
-        {"doc.x", "/usr/a", "a", "/usr/a"},
-        {"doc.x", "/p/a", "/p/a", "/p/a"},  // no way up from a document that isn't absolute
-        {"c:\\p\\doc.x", "c:\\p\\a", "a", "c:/p/a"},
-        {"/usr/doc.x", "c:/p/a", "c:/p/a", "c:/p/a"},
-        {"/p/doc.x", "urn:lib:b", "urn:lib:b", "urn:lib:b"},
-        {"/p/doc.x", "/" + tooLong, "/" + tooLong, "/" + tooLong},
-        {"/" + tooLong, "/p/a", "/p/a", "/p/a"},
-        {deep + "doc.x", "/" + tooLong.substr(1, 1000), "/" + tooLong.substr(1, 1000),
-         "/" + tooLong.substr(1, 1000)},
-    };
+    } rows[] = {{"/p/doc.x", "/p/sub/a", "sub/a", "/p/sub/a"},
+                {"/p/doc.x", "/p/doc.x/../b", "b", "/p/b"},
+                {"/lib/parts/doc", "/lib/parts/a", "a", "/lib/parts/a"},
+                {"/p/doc.x", "/lib/parts/a", "urn:lib:a", "urn:lib:a"},
+                {"/p/doc.x", "/p/", "", "/p/"},
+                {"/lib/parts/doc", "/lib/parts/", "urn:lib:", "urn:lib:"},
+                {"/p/doc.x", "a", "../usr/a", "/usr/a"},
+                {"doc.x", "/usr/a", "a", "/usr/a"},
+                {"doc.x", "/p/a", "/p/a", "/p/a"},  // no way up from a document that isn't absolute
+                {"c:\\p\\doc.x", "c:\\p\\a", "a", "c:/p/a"},
+                {"/usr/doc.x", "c:/p/a", "c:/p/a", "c:/p/a"},
+                {"/p/doc.x", "urn:lib:b", "urn:lib:b", "urn:lib:b"},
+                {"/p/doc.x", "/" + tooLong, "/" + tooLong, "/" + tooLong},
+                {"/" + tooLong, "/p/a", "/p/a", "/p/a"},
+                {deep + "doc.x", "/" + tooLong.substr(1, 1000), "/" + tooLong.substr(1, 1000),
+                 "/" + tooLong.substr(1, 1000)}};
     for (const auto& row : rows) {
         SString result("?");
         SUrnResolver::CreateRelativePath(row.base, row.path, result);
@@ -408,8 +387,7 @@ TEST_F(UrnTest, ExplainsEachEntryOfAName) {
         {"urn:long:f", 3, "urn:long:f", {"1 long " + tooLong + " 3"}},
         {"urn:none:f", 3, "urn:none:f", {}},
         {"urn:a", 2, "urn:a", {}},
-        {"/a", 1, "/a", {}},
-    };
+        {"/a", 1, "/a", {}}};
     for (const auto& row : rows) {
         const SUrnExplanation explanation = ExplainUrn(row.urn);
         EXPECT_EQ(explanation.status, row.status) << row.urn;
@@ -436,108 +414,39 @@ TEST_F(UrnTest, ResolvesBeneathTheTarget) {
     }
     SUrnResolver::RegisterURNsFromOptionString("r:" + root + ";link:" + root + "/in;empty;all:/;rel:sub");
     std::filesystem::current_path(root);
-    const struct {
-        const char* urn;
-        int error;
-    } rows[] = {
-        {"urn:r:", 0},
-        {"urn:r:sub/new/x", 0},
-        {"urn:r:sub/../sub", 0},
-        {"urn:r:..", EXDEV},
-        {"urn:r:none/../..", EXDEV},
-        {"urn:r:../beneath", 0},
-        {"urn:r:../beneather", EXDEV},
-        {"urn:r:in/..", 0},
-        {"urn:r:in/../../..", EXDEV},
-        {"urn:r:out", EXDEV},
-        {"urn:r:out/beneath/sub", 0},
-        {"urn:r:gone", EXDEV},
-        {"urn:r:loop/x", ELOOP},
-        {"urn:r:back/sub", 0},
-        {"urn:link:x", 0},
-        {"urn:link:..", EXDEV},
-        {"urn:empty:x", EINVAL},
-        {"urn:all:etc/..", 0},
-        {"urn:rel:x", 0},
-        {"urn:rel:../x", EXDEV},
-        {"urn:r", EINVAL},
-        {"/x", EINVAL},
-        {"urn:nosuch:x", ENOENT},
-    };
-    for (const auto& row : rows) {
-        SString path(row.urn);
-        errno = 0;
-        EXPECT_EQ(ResolveUrnBeneath(path, path), row.error == 0) << row.urn;
-        EXPECT_EQ(errno, row.error) << row.urn;
-        EXPECT_EQ(path, row.error == 0 ? Resolve(row.urn) : row.urn) << row.urn;
+    const std::pair<int, std::vector<const char*>> rows[] = {
+        {0,
+         {"urn:r:", "urn:r:sub/new/x", "urn:r:sub/../sub", "urn:r:../beneath", "urn:r:in/..",
+          "urn:r:out/beneath/sub", "urn:r:back/sub", "urn:link:x", "urn:all:etc/..", "urn:rel:x"}},
+        {EXDEV,
+         {"urn:r:..", "urn:r:none/../..", "urn:r:../beneather", "urn:r:in/../../..", "urn:r:out",
+          "urn:r:gone", "urn:link:..", "urn:rel:../x"}},
+        {EINVAL, {"urn:empty:x", "urn:r", "/x"}},
+        {ENOENT, {"urn:nosuch:x"}},
+        {ELOOP, {"urn:r:loop/x"}}};
+    for (const auto& [error, urns] : rows) {
+        for (const char* urn : urns) {
+            SString path(urn);
+            EXPECT_EQ(ResolveUrnBeneath(path, path), error == 0) << urn;
+            EXPECT_EQ(errno, error) << urn;
+            EXPECT_EQ(path, error == 0 ? Resolve(urn) : urn);
+        }
     }
 }
 
 TEST_F(UrnTest, KeepsTheCurrentModuleWhateverThreadsOpen) {
-    std::vector<std::thread> threads;
-    for (int i = 0; i < 8; ++i) {
-        threads.emplace_back([] {
-            for (int k = 0; k < 500; ++k) {
-                SVector<SString> errors;
-                EXPECT_EQ(SUri.OpenRead(errors, "/none"), nullptr);
-                EXPECT_EQ(errors.at(0), "Failed to open '/none' for read.");
-            }
-        });
-    }
-    for (std::thread& thread : threads) {
-        thread.join();
-    }
+    const auto open = [] {
+        SVector<SString> errors;
+        while (errors.size() < 500) {
+            SUri.OpenRead(errors, "/none");
+        }
+        EXPECT_EQ(errors.back(), "Failed to open '/none' for read.");
+    };
+    std::thread first(open), second(open), third(open);
+    first.join();
+    second.join();
+    third.join();
     EXPECT_EQ(VynGetResourceHandle(), m_module);
-}
-
-// All paths of one to three steps from `start`.
-std::vector<std::string> PathsFrom(const std::string& start) {
-    std::vector<std::string> paths{start};
-    for (size_t i = 0; i < 1 + 4 + 16; ++i) {
-        for (const char* step : {"a", "b.c", "..", "\xC3\xBC x"}) {
-            paths.push_back(paths[i].empty() ? step : paths[i] + "/" + step);
-        }
-    }
-    paths.erase(paths.begin());
-    return paths;
-}
-
-// The file that a path names, told without the library's help.
-std::string File(const std::string& path) {
-    std::string file = std::filesystem::absolute(path).lexically_normal();
-    if (file.back() == '/') {
-        file.pop_back();
-    }
-    return file;
-}
-
-TEST_F(UrnTest, BringsEachFileBack) {
-    // Deep enough that no path climbs to the root, which has no text in normal form.
-    std::filesystem::create_directories(m_home / "a/b/work");
-    std::filesystem::current_path(m_home / "a/b/work");
-    const std::string work = std::filesystem::current_path();
-    SUrnResolver::RegisterURNsFromOptionString("m:" + work + "/one;n:" + work + "/one/two;d:c:/d/e");
-    size_t urns = 0;
-    size_t files = 0;
-    for (const std::string& start : {work + "/one/x", work + "/one/two", work, std::string(),
-                                     std::string(".."), std::string("c:/d/e/f/g")}) {
-        for (const std::string& path : PathsFrom(start)) {
-            ++files;
-            const std::string urn = Create(path);
-            urns += VynIsAUrn(urn.c_str());
-            EXPECT_EQ(File(Resolve(urn)), File(path)) << path << " as " << urn;
-            for (const std::string& base : {work + "/doc", work + "/one/doc", work + "/one/two/q/doc",
-                                            std::string("/elsewhere/doc"), std::string("c:/d/doc")}) {
-                SString stored;
-                SString absolute;
-                SUrnResolver::CreateRelativePath(base, path, stored);
-                SUrnResolver::CreateAbsolutePath(base, stored, absolute);
-                EXPECT_EQ(File(Resolve(absolute)), File(path)) << path << " as " << stored << " in " << base;
-            }
-        }
-    }
-    EXPECT_EQ(files, 6u * 84);
-    EXPECT_GT(urns, files / 3);
 }
 
 TEST_F(UrnTest, ExpandsInPaths) {

@@ -21,85 +21,46 @@ std::string Expand(const std::string& text) {
     return result + (errno == ERANGE ? " ERANGE" : "");
 }
 
-TEST(FilenameExpand, ReplacesReferencesToVariables) {
-    setenv("VYN_X", "1", 1);
+TEST(FilenameExpand, ReplacesReferencesAndALeadingTilde) {
+    const passwd* user = getpwuid(geteuid());
+    const std::string home = user->pw_dir, most(1023, 'x'), fitting = most.substr(home.size() + 1),
+                      longName(300, 'n');
+    setenv("VYN_X", "12", 1);
     setenv("VYN_NESTED", "$(VYN_X)$", 1);
     setenv("VYN_HOME", "~", 1);
     unsetenv("VYN_Y");
-    const std::string home = getpwuid(geteuid())->pw_dir;
-    const struct {
-        std::string text, expected;
-    } rows[] = {
-        {"a$(VYN_X)$(VYN_X)", "a11"},
+    const std::pair<std::string, std::string> rows[] = {
+        {"a$(VYN_X)$(VYN_X)", "a1212"},
         {"${VYN_X}", "${VYN_X}"},
-        {"$(VYN_X", "1"},
+        {"$(VYN_X", "12"},
         {"$(VYN_Y", "$(VYN_Y)"},
         {"$()", "$()"},
         {"a$", "a$"},
         {"$$(VYN_X)", "$$(VYN_X)"},
         {"$(VYN_NESTED)(VYN_X)", "$(VYN_X)$(VYN_X)"},
         {"$(VYN_HOME)/a", home + "/a"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Expand(row.text), row.expected) << row.text;
-    }
-}
-
-TEST(FilenameExpand, ReplacesALeadingTilde) {
-    const passwd* user = getpwuid(geteuid());
-    const std::string home = user->pw_dir;
-    const std::string name = user->pw_name;
-    const struct {
-        std::string text, expected;
-    } rows[] = {
         {"~/x/~", home + "/x/~"},
-        {"~" + name + "/x", home + "/x"},
+        {std::string("~") + user->pw_name + "/x", home + "/x"},
         {"~nosuchuser/x", "~nosuchuser/x"},
-        {"~" + std::string(300, 'n') + "/x", "~" + std::string(300, 'n') + "/x"},
+        {"~" + longName + "/x", "~" + longName + "/x"},
         {"a/~", "a/~"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Expand(row.text), row.expected) << row.text;
-    }
-}
-
-TEST(FilenameExpand, KeepsTo1023Bytes) {
-    const std::string most(1023, 'x');
-    const std::string home = getpwuid(geteuid())->pw_dir;
-    const std::string fitting = most.substr(home.size() + 1);
-    setenv("VYN_X", "12", 1);
-    unsetenv("VYN_Y");
-    const struct {
-        std::string text, expected;
-    } rows[] = {
         {most + "y", most},
         {most.substr(2) + "$(VYN_X)", most.substr(2) + "12"},
         {most.substr(1) + "$(VYN_X)$", most.substr(1) + "$ ERANGE"},
         {most.substr(1) + "$a", most.substr(1) + "$"},
         {most.substr(4) + "$(VYN_Y)", most.substr(4) + "$() ERANGE"},
         {"~/" + fitting, home + "/" + fitting},
-        {"~/x" + fitting, "~/x" + fitting + " ERANGE"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Expand(row.text), row.expected) << row.text.substr(row.text.size() - 10);
+        {"~/x" + fitting, "~/x" + fitting + " ERANGE"}};
+    for (const auto& [text, expected] : rows) {
+        EXPECT_EQ(Expand(text), expected) << text.substr(0, 20);
     }
-}
-
-TEST(FilenameExpand, TakesItsOwnResult) {
-    setenv("VYN_LONG", "longer than the reference", 1);
-    setenv("VYN_INNER", "$(VYN_LONG)/tail", 1);
-    EXPECT_STREQ(filename_expand(filename_expand("$(VYN_INNER)")), "longer than the reference/tail");
+    EXPECT_STREQ(filename_expand(filename_expand("$(VYN_NESTED)/tail")), "12$/tail") << "its own result";
 }
 
 TEST(FullPathName, PutsTheCurrentDirectoryInFront) {
-    const std::string cwd = std::filesystem::current_path().string();
-    EXPECT_EQ(TakeOver(full_path_name("/a/../b")), "/a/../b");
-    EXPECT_EQ(TakeOver(full_path_name("../x")), cwd + "/../x");
-    EXPECT_EQ(TakeOver(full_path_name("c:/x")), cwd + "/c:/x");
-}
-
-TEST(FullPathName, TakesADotForADirectoryThatIsGone) {
     const auto start = std::filesystem::current_path();
+    EXPECT_EQ(TakeOver(full_path_name("/a/../b")), "/a/../b");
+    EXPECT_EQ(TakeOver(full_path_name("../x")), start.string() + "/../x");
     {
         const vyn::test::TemporaryDirectory gone;
         std::filesystem::current_path(gone.Path());
@@ -113,19 +74,17 @@ TEST(FullPathName, TakesADotForADirectoryThatIsGone) {
 TEST(RelativePath, LeadsFromTheDirectoryOfTheBase) {
     const struct {
         const char *path, *base, *expected;
-    } rows[] = {
-        {"/p/r", "/p/q/f", "../r"},
-        {"/p/q/", "/p/q/f", ""},
-        {"/p/q", "/p/q/f", "../q"},
-        {"/p/ab", "/p/ac/f", "../ab"},
-        {"/p\\a", "\\p\\b\\f", "../a"},
-        {"a", "/p/f", "a"},
-        {"//s1/a/b", "//s2/a/f", "//s1/a/b"},
-        {"//s1/a/b", "//s1/a/f", "b"},
-        {"//s1\\a", "/p/f", "//s1/a"},
-        {"c:/a", "/p/f", "c:/a"},
-        {"a\\b", "f", "a\\b"},
-    };
+    } rows[] = {{"/p/r", "/p/q/f", "../r"},
+                {"/p/q/", "/p/q/f", ""},
+                {"/p/q", "/p/q/f", "../q"},
+                {"/p/ab", "/p/ac/f", "../ab"},
+                {"/p\\a", "\\p\\b\\f", "../a"},
+                {"a", "/p/f", "a"},
+                {"//s1/a/b", "//s2/a/f", "//s1/a/b"},
+                {"//s1/a/b", "//s1/a/f", "b"},
+                {"//s1\\a", "/p/f", "//s1/a"},
+                {"c:/a", "/p/f", "c:/a"},
+                {"a\\b", "f", "a\\b"}};
     for (const auto& row : rows) {
         EXPECT_EQ(TakeOver(get_rel_path(row.path, row.base)), row.expected)
             << row.path << " from " << row.base;
@@ -158,14 +117,12 @@ TEST(RelativePath, LeavesOutPiecesBeyond1024Bytes) {
 TEST(NameFunctions, LookAtTheLastElement) {
     const struct {
         const char *text, *suffix, *rest, *base;
-    } rows[] = {
-        {"a/b.c.d", ".d", "a/b.c", "b.c"},
-        {"a.b/c", nullptr, "a.b/c", "c"},
-        {"a/", nullptr, "a/", ""},
-        {"a/.x", ".x", "a/", ""},
-        {"", nullptr, "", ""},
-        {"a\\b.c\\d", ".c\\d", "a\\b", "a\\b"},
-    };
+    } rows[] = {{"a/b.c.d", ".d", "a/b.c", "b.c"},
+                {"a.b/c", nullptr, "a.b/c", "c"},
+                {"a/", nullptr, "a/", ""},
+                {"a/.x", ".x", "a/", ""},
+                {"", nullptr, "", ""},
+                {"a\\b.c\\d", ".c\\d", "a\\b", "a\\b"}};
     for (const auto& row : rows) {
         std::string text(row.text);
         EXPECT_STREQ(name_suffix(&text[0]), row.suffix) << row.text;
