@@ -63,20 +63,16 @@ TEST(Map, IsUsableBeforeTheFirstEntryAndAfterRemoveAll) {
     map.RemoveAll();
     EXPECT_EQ(map.Lookup(SString("a"), value), 0);
     map["b"] = &n;
-    EXPECT_EQ(map.Lookup("b", value), 1);
-    EXPECT_EQ(value, &n);
+    EXPECT_TRUE(map.Lookup("b", value) == 1 && value == &n);
 }
 
 TEST(Map, ComparesWholeKeys) {
     MMap<SString, int> map;
-    const SString withNul(std::string("a\0b", 3));
     map["a"] = 1;
-    map[withNul] = 2;
+    map[SString(std::string("a\0b", 3))] = 2;
     int value = 0;
     EXPECT_EQ(map.Lookup("a", value), 1);
     EXPECT_EQ(value, 1);
-    EXPECT_EQ(map.Lookup("A", value), 0);
-    EXPECT_EQ(map.Lookup("ab", value), 0);
 }
 
 template <class Key, class Value>
@@ -132,10 +128,8 @@ TEST(Map, HashesNumbersByTheirUpperBits) {
 }
 
 TEST(Vector, CountsPositionsFromOne) {
-    SVector<SString> v;
-    EXPECT_EQ(v.Find("a"), nullptr);
-    v.push_back("a");
-    v.push_back("b");
+    EXPECT_EQ(SVector<SString>().Find("a"), nullptr);
+    const SVector<SString> v = {"a", "b"};
     void* pos = v.Find("a");
     EXPECT_EQ(pos, reinterpret_cast<void*>(1));
     EXPECT_EQ(v.GetNext(pos), "a");

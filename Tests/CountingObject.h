@@ -4,6 +4,7 @@
 /// An object of the runtime that tests count the references of. It has two interfaces with an IUnknown each,
 /// so that the pointers to it differ.
 
+#include <atomic>
 #include <list>
 #include <string>
 
@@ -21,24 +22,23 @@ protected:
     ~IModelElement() = default;
 };
 
-/// Starts with one reference, of whoever made it, and isn't destroyed by the last Release.
+/// Starts with one reference, of whoever made it, and isn't destroyed by the last Release. Threads may share it.
 class CountingObject final : public k4::IObjectInfo, public IModelElement {
 public:
     void QueryInterface(const k4::GUID& guid, void** out) override {
         *out = nullptr;
-        if (m_bRefusesAll) {
-            return;
-        }
         if (guid == k4::IUnknown::guid_) {
             *out = Canonical();
         } else if (guid == k4::IObjectInfo::guid_ && m_bHasInfo) {
             *out = static_cast<k4::IObjectInfo*>(this);
         } else if (guid == IModelElement::guid_) {
             *out = static_cast<IModelElement*>(this);
-        } else {
-            return;
         }
-        AddRef();
+        if (m_bRefusesAll) {
+            *out = nullptr;
+        } else if (*out) {
+            AddRef();
+        }
     }
     unsigned long AddRef() override {
         ++m_nAdded;
@@ -53,8 +53,8 @@ public:
     k4::IUnknown* Canonical() { return static_cast<k4::IObjectInfo*>(this); }
     k4::IUnknown* ThroughOtherInterface() { return static_cast<IModelElement*>(this); }
 
-    int m_nReferences = 1;
-    int m_nAdded = 0;  // how many times a reference was added
+    std::atomic<int> m_nReferences{1};
+    std::atomic<int> m_nAdded{0};  // how many times a reference was added
     std::list<std::string> m_listNames = {"IModelElement", "IOther"};
     bool m_bHasInfo = true;
     bool m_bRefusesAll = false;

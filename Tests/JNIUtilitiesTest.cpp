@@ -4,11 +4,12 @@
 #include <gtest/gtest.h>
 #include <pthread.h>
 
+#include <array>
 #include <atomic>
 #include <cstdarg>
+#include <functional>
 #include <mutex>
 #include <thread>
-#include <vector>
 
 #include "CountingObject.h"
 
@@ -21,6 +22,7 @@ const char* const kElement = "com/dravmoor/zem/IModelElement";
 const char* const kElementImpl = "com/dravmoor/zem/IModelElementImpl";
 const char* const kJavaElement = "com/dravmoor/zem/JavaModelElement";
 const char* const kWrapper = "com/dravmoor/zem/CppObjectWrapper";
+const char* const kError = "com/dravmoor/zem/APIError";
 
 // The one virtual machine of the process. What it prints is kept: the checks of -Xcheck:jni have to be
 // silent.
@@ -29,7 +31,6 @@ public:
     void SetUp() override {
         ASSERT_EQ(dlopen("libjvm.so", RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library brings no machine";
         void* library = dlopen(VYN_JVM, RTLD_NOW);
-        ASSERT_NE(library, nullptr) << dlerror();
         const auto create = reinterpret_cast<decltype(&JNI_CreateJavaVM)>(dlsym(library, "JNI_CreateJavaVM"));
         JavaVMOption options[] = {
             {const_cast<char*>("-Djava.class.path=" VYN_CLASS_PATH), nullptr},
@@ -67,16 +68,11 @@ private:
 
 const auto* const environment = ::testing::AddGlobalTestEnvironment(new VirtualMachine);
 
-// As the glue of a tool has it: registered before main, unregistered after it.
-struct StaticRegistration {
-    StaticRegistration() { RegisterCppWrapperObjectCreator("Bare", nullptr); }
-    ~StaticRegistration() { UnregisterCppWrapperObjectCreator("Bare"); }
-} staticRegistration;
-
-// While it lives, the look-up of one name fails in this thread, as that of an unknown name does.
-class FailingLookUp {
+// While it lives, the look-up of one name fails in this thread, as that of an unknown name does, and the weak
+// reference that was deleted last is kept.
+class AlteredFunctions {
 public:
-    explicit FailingLookUp(const char* name) : m_table(*VirtualMachine::env->functions) {
+    explicit AlteredFunctions(const char* name = "") : m_table(*VirtualMachine::env->functions) {
         m_szName = name;
         m_pReal = VirtualMachine::env->functions;
         m_table.FindClass = [](JNIEnv* env, const char* n) { return m_pReal->FindClass(env, Replace(n)); };
@@ -86,11 +82,17 @@ public:
         m_table.GetFieldID = [](JNIEnv* env, jclass c, const char* n, const char* signature) {
             return m_pReal->GetFieldID(env, c, Replace(n), signature);
         };
+        m_table.DeleteWeakGlobalRef = [](JNIEnv* env, jweak reference) {
+            m_deleted = reference;
+            m_pReal->DeleteWeakGlobalRef(env, reference);
+        };
         VirtualMachine::env->functions = &m_table;
     }
-    FailingLookUp(const FailingLookUp&) = delete;
-    FailingLookUp& operator=(const FailingLookUp&) = delete;
-    ~FailingLookUp() { VirtualMachine::env->functions = m_pReal; }
+    AlteredFunctions(const AlteredFunctions&) = delete;
+    AlteredFunctions& operator=(const AlteredFunctions&) = delete;
+    ~AlteredFunctions() { VirtualMachine::env->functions = m_pReal; }
+
+    static inline jobject m_deleted = nullptr;
 
 private:
     static const char* Replace(const char* name) { return strcmp(name, m_szName) == 0 ? "missing" : name; }
@@ -103,13 +105,12 @@ private:
 struct CountingCreator : ICppWrapperObjectCreator {
     k4::IUnknown* CreateCppWrapperObject(const std::string& name, JNIEnv*, jobject object) override {
         m_strCalls += name + " ";
-        m_lastObject = object;
+        EXPECT_NE(object, nullptr);
         return m_object.Canonical();
     }
 
     CountingObject m_object;
     std::string m_strCalls;
-    jobject m_lastObject = nullptr;
 };
 
 class Bridge : public ::testing::Test {
@@ -144,9 +145,9 @@ protected:
         return env->GetStaticObjectField(
             kinds, env->GetStaticFieldID(kinds, name, "Lcom/dravmoor/zem/EElementKind;"));
     }
-    jobject NewJavaElement() {
+    jobject NewJavaElement(const std::string& name = "orders") {
         return CreateNewJavaObject(env, kJavaElement, "(Ljava/lang/String;Lcom/dravmoor/zem/EElementKind;)V",
-                                   GetString(env, "orders"), Kind("DIAGRAM"));
+                                   GetString(env, name), Kind("DIAGRAM"));
     }
     // A Java object with the address, which isn't registered.
     jobject NewKey(k4::IUnknown* object) {
@@ -171,57 +172,52 @@ protected:
     JNIEnv* env = VirtualMachine::env;
 };
 
-// The class in the text of an exception. What follows it differs between virtual machines.
-std::string ClassOf(const std::string& exception) {
-    return exception.substr(0, exception.find(':'));
-}
-
 const char* const kNotRegistered = "Internal error: Attempt to unregister non-existing Java object!\n";
 
-TEST_F(Bridge, PassesTextsInModifiedUtf8) {
+TEST_F(Bridge, PassesTextsAndObjects) {
     // An umlaut, a NUL, a character of two code units.
     const std::string text = "\xC3\xB6\xC0\x80\xED\xA0\xBD\xED\xB8\x80";
-    const jstring java = GetString(env, text);
-    EXPECT_EQ(env->GetStringLength(java), 4);
-    EXPECT_EQ(GetString(env, java), text);
-    EXPECT_EQ(GetNarrowString(env, java), text);
+    const jobject element = NewJavaElement(text);
+    const jstring name = static_cast<jstring>(Call(element, "getName", "()Ljava/lang/String;"));
+    EXPECT_EQ(env->GetStringLength(name), 4);
+    EXPECT_EQ(GetString(env, name), text);
+    EXPECT_EQ(GetNarrowString(env, name), text);
     EXPECT_EQ(GetString(env, jstring{nullptr}), "");
-}
-
-TEST_F(Bridge, GivesTheOrdinalOfAnEnum) {
-    const jobject kind = Kind("CLASS");
-    EXPECT_EQ(ConvertEnumToInt(env, kind), 1);
-    EXPECT_EQ(ConvertEnumToInt(env, nullptr), 0);
-    for (const char* lookUp : {"java/lang/Enum", "ordinal"}) {
-        {
-            const FailingLookUp failing(lookUp);
-            EXPECT_EQ(ConvertEnumToInt(env, kind), 0) << lookUp;
-        }
-        EXPECT_NE(TakeException().find("missing"), std::string::npos) << lookUp;
-    }
-}
-
-TEST_F(Bridge, MakesJavaObjectsWithAnyArguments) {
-    const jobject element = NewJavaElement();
-    EXPECT_EQ(GetString(env, static_cast<jstring>(Call(element, "getName", "()Ljava/lang/String;"))),
-              "orders");
     EXPECT_EQ(ConvertEnumToInt(env, Call(element, "getKind", "()Lcom/dravmoor/zem/EElementKind;")), 2);
+    EXPECT_EQ(ConvertEnumToInt(env, nullptr), 0);
 }
 
-TEST_F(Bridge, LeavesTheExceptionOfAFailedCreation) {
+TEST_F(Bridge, LeavesTheExceptionOfAFailedLookUp) {
+    CountingObject object;
+    CountingCreator creator;
+    RegisterCppWrapperObjectCreator("IModelElement", &creator);
+    const jobject kind = Kind("CLASS");
+    const jobject key = NewKey(object.Canonical());
+    const jstring noNumber = GetString(env, "x");
     struct {
-        const char* className;
-        const char* signature;
+        const char* lookUp;
         const char* exception;
+        std::function<bool()> isEmpty;
     } rows[] = {
-        {"no/such/Class", "()V", "java.lang.NoClassDefFoundError"},
-        {"java/lang/Object", "(J)V", "java.lang.NoSuchMethodError"},
-        {"java/lang/Integer", "(Ljava/lang/String;)V", "java.lang.NumberFormatException"},
+        {"java/lang/Enum", "NoClassDefFoundError", [&] { return ConvertEnumToInt(env, kind) == 0; }},
+        {"ordinal", "NoSuchMethodError", [&] { return ConvertEnumToInt(env, kind) == 0; }},
+        {kWrapper, "NoClassDefFoundError", [&] { return !GetIUnknownFromJavaObject(env, key, kElement); }},
+        {"address", "NoSuchFieldError", [&] { return !GetIUnknownFromJavaObject(env, key, kElement); }},
+        {kElement, "NoClassDefFoundError", [&] { return !CreateNewJavaObject(env, kElement, "()V"); }},
+        {"<init>", "NoSuchMethodError", [&] { return !CreateNewJavaObject(env, kJavaElement, "()V"); }},
+        {"none", "NumberFormatException",
+         [&] { return !CreateNewJavaObject(env, "java/lang/Integer", "(Ljava/lang/String;)V", noNumber); }},
+        {kError, "NoClassDefFoundError", [&] { return ThrowJavaAPIErrorException(env, "lost"), true; }},
     };
     for (const auto& row : rows) {
-        EXPECT_EQ(CreateNewJavaObject(env, row.className, row.signature, GetString(env, "x")), nullptr);
-        EXPECT_EQ(ClassOf(TakeException()), row.exception) << row.className;
+        {
+            const AlteredFunctions failing(row.lookUp);
+            EXPECT_TRUE(row.isEmpty()) << row.lookUp;
+        }
+        EXPECT_NE(TakeException().find(row.exception), std::string::npos) << row.lookUp;
     }
+    EXPECT_EQ(creator.m_strCalls, "") << "a failed look-up isn't taken for a Java implementation";
+    UnregisterCppWrapperObjectCreator("IModelElement");
 }
 
 TEST_F(Bridge, GivesAnObjectOneWrapperThroughAllItsInterfaces) {
@@ -243,17 +239,9 @@ TEST_F(Bridge, GivesAnObjectOneWrapperThroughAllItsInterfaces) {
     EXPECT_EQ(object.m_nAdded, 5);
 
     // Any object with the address stands for the entry, whose weak reference ends with it.
-    static const JNINativeInterface_* real = env->functions;
-    static jobject deleted = nullptr;
-    JNINativeInterface_ watching = *real;
-    watching.DeleteWeakGlobalRef = [](JNIEnv* e, jweak reference) {
-        deleted = reference;
-        real->DeleteWeakGlobalRef(e, reference);
-    };
-    env->functions = &watching;
+    const AlteredFunctions watching;
     EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
-    env->functions = real;
-    EXPECT_EQ(deleted, stored);
+    EXPECT_EQ(watching.m_deleted, stored);
     EXPECT_EQ(Unregister(wrapper), kNotRegistered) << "there was one entry";
     EXPECT_EQ(object.m_nReferences, 1);
 }
@@ -284,17 +272,11 @@ TEST_F(Bridge, KeepsTheNullOfAFailedWrapperUntilItIsUnregistered) {
     EXPECT_EQ(TakeException(), "");
     EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
 
-    EXPECT_EQ(CreateNewWrappingJavaObject(env, kJavaElement, object.Canonical()), nullptr);
-    EXPECT_EQ(ClassOf(TakeException()), "java.lang.NoSuchMethodError");
-    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
-
     EXPECT_EQ(object.m_nReferences, 1);
 }
 
 TEST_F(Bridge, ReadsTheNativePointerOfAWrapperOnly) {
     CountingObject object;
-    CountingCreator creator;
-    RegisterCppWrapperObjectCreator("IModelElement", &creator);
     const jobject key = NewKey(object.Canonical());
     EXPECT_EQ(GetIUnknownFromJavaObject(env, nullptr, kElement), nullptr);
     EXPECT_EQ(GetIUnknownFromJavaObject(env, key, kElement), object.Canonical());
@@ -303,42 +285,29 @@ TEST_F(Bridge, ReadsTheNativePointerOfAWrapperOnly) {
     object.m_bHasInfo = false;
     EXPECT_EQ(GetInterfacePtr<k4::IObjectInfo>(env, key, nullptr), nullptr);
     EXPECT_EQ(object.m_nReferences, 2);
-
-    const jobject element = NewJavaElement();
-    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, nullptr), nullptr);
-    for (const char* lookUp : {"address", kWrapper}) {
-        {
-            const FailingLookUp failing(lookUp);
-            EXPECT_EQ(GetIUnknownFromJavaObject(env, key, kElement), nullptr) << lookUp;
-        }
-        EXPECT_NE(TakeException().find("missing"), std::string::npos) << lookUp;
-        EXPECT_EQ(creator.m_strCalls, "") << "a failed look-up isn't taken for a Java implementation";
-    }
-    UnregisterCppWrapperObjectCreator("IModelElement");
+    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, NewJavaElement(), nullptr), nullptr);
 }
 
 TEST_F(Bridge, WrapsAJavaImplementationByTheCreatorOfItsInterface) {
-    CountingCreator first;
-    CountingCreator second;
+    CountingCreator creator;
     const jobject element = NewJavaElement();
-    RegisterCppWrapperObjectCreator("IModelElement", &first);
-    EXPECT_EQ(GetIUnknownFromJavaObject(env, element, kElement), first.m_object.Canonical());
-    EXPECT_EQ(first.m_lastObject, element);
+    RegisterCppWrapperObjectCreator("IModelElement", &creator);
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, element, kElement), creator.m_object.Canonical());
     EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, kElement),
-              static_cast<IModelElement*>(&first.m_object));
-    EXPECT_EQ(first.m_object.m_nReferences, 2);
-    EXPECT_EQ(first.m_strCalls, "IModelElement IModelElement ");
+              static_cast<IModelElement*>(&creator.m_object));
+    EXPECT_EQ(creator.m_object.m_nReferences, 2);
+    EXPECT_EQ(creator.m_strCalls, "IModelElement IModelElement ");
 
-    RegisterCppWrapperObjectCreator("IModelElement", &second);
-    EXPECT_EQ(CreateNewWrappingCppObject(env, element, kElement), second.m_object.Canonical());
     UnregisterCppWrapperObjectCreator("IModelElement");
     UnregisterCppWrapperObjectCreator("IModelElement");
 
     const jobject bare = CreateNewJavaObject(env, "Bare", "()V");
-    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), nullptr) << "registered before main";
-    RegisterCppWrapperObjectCreator("Bare", &first);
-    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), first.m_object.Canonical());
+    RegisterCppWrapperObjectCreator("Bare", nullptr);
+    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), nullptr);
+    RegisterCppWrapperObjectCreator("Bare", &creator);
+    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), creator.m_object.Canonical());
     EXPECT_EQ(CreateNewWrappingCppObject(env, nullptr, "Bare"), nullptr);
+    UnregisterCppWrapperObjectCreator("Bare");
 }
 
 TEST_F(Bridge, ThrowsWhatCannotBeWrapped) {
@@ -353,21 +322,9 @@ TEST_F(Bridge, ThrowsWhatCannotBeWrapped) {
     EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: no/such/IClass");
     EXPECT_TRUE(IsInstanceOf(env, nullptr, kWrapper));
     EXPECT_FALSE(IsInstanceOf(env, nullptr, "no/such/Class"));
-    EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: no/such/Class");
+    ThrowJavaAPIErrorException(env, "in place of the pending exception");
+    EXPECT_EQ(TakeException(), "com.dravmoor.zem.APIError: in place of the pending exception");
     UnregisterCppWrapperObjectCreator(kElement);
-}
-
-TEST_F(Bridge, RaisesAnApiErrorInPlaceOfAPendingException) {
-    ThrowJavaAPIErrorException(env, "no such element");
-    EXPECT_EQ(TakeException(), "com.dravmoor.zem.APIError: no such element");
-    EXPECT_NE(ErrorOfWrapping(NewJavaElement(), "no/such/IClass"), "");
-    ThrowJavaAPIErrorException(env, "replaced");
-    EXPECT_EQ(TakeException(), "com.dravmoor.zem.APIError: replaced");
-    {
-        const FailingLookUp failing("com/dravmoor/zem/APIError");
-        ThrowJavaAPIErrorException(env, "lost");
-    }
-    EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: missing");
 }
 
 TEST_F(Bridge, MakesAWrapperAnewThatTheCollectorTook) {
@@ -388,67 +345,33 @@ TEST_F(Bridge, MakesAWrapperAnewThatTheCollectorTook) {
     EXPECT_EQ(object.m_nReferences, 1);
 }
 
-// References are added by several threads at once here.
-class SharedObject final : public k4::IUnknown {
-public:
-    void QueryInterface(const k4::GUID& guid, void** out) override {
-        *out = guid == k4::IUnknown::guid_ ? this : nullptr;
-        m_nReferences += *out ? 1 : 0;
-    }
-    unsigned long AddRef() override { return ++m_nReferences; }
-    unsigned long Release() override { return --m_nReferences; }
-
-    std::atomic<unsigned long> m_nReferences{1};
-};
-
-TEST_F(Bridge, MakesOneWrapperForEightThreadsAtOnce) {
-    const int threads = 8;
+TEST_F(Bridge, MakesOneWrapperForFourThreadsAtOnce) {
     const int rounds = 1000;
-    SharedObject object;
+    static std::array<CountingObject, rounds> objects;  // no other object gets the address of an entry
     pthread_barrier_t barrier;
-    pthread_barrier_init(&barrier, nullptr, threads);
-    jobject made = nullptr;  // a global reference, of the thread that made the wrapper
+    pthread_barrier_init(&barrier, nullptr, 4);
     std::atomic<int> makers{0};
-    std::atomic<int> others{0};
-    std::atomic<int> differing{0};
-
     const auto run = [&] {
         void* attached = nullptr;
         ASSERT_EQ(VirtualMachine::machine->AttachCurrentThread(&attached, nullptr), JNI_OK);
         JNIEnv* own = static_cast<JNIEnv*>(attached);
-        for (int i = 0; i < rounds; ++i) {
+        // A wrapper lives until all threads are through. Nothing but the wrappers may stay behind.
+        own->PushLocalFrame(rounds);
+        for (CountingObject& object : objects) {
             pthread_barrier_wait(&barrier);
-            const jobject wrapper = CreateNewWrappingJavaObject(own, kElementImpl, &object);
-            const bool maker = own->GetObjectRefType(wrapper) == JNILocalRefType;
-            if (maker) {
-                ++makers;
-                made = own->NewGlobalRef(wrapper);
-            }
-            pthread_barrier_wait(&barrier);
-            differing += own->IsSameObject(wrapper, made) ? 0 : 1;
-            others += GetIUnknownFromJavaObject(own, wrapper, nullptr) == &object && !maker ? 1 : 0;
-            pthread_barrier_wait(&barrier);
-            if (maker) {
-                UnregisterJavaObject(own, wrapper);
-                own->DeleteGlobalRef(made);
-                own->DeleteLocalRef(wrapper);
-            }
+            const jobject wrapper = CreateNewWrappingJavaObject(own, kElementImpl, object.Canonical());
+            makers += own->GetObjectRefType(wrapper) == JNILocalRefType ? 1 : 0;
         }
+        pthread_barrier_wait(&barrier);
         VirtualMachine::machine->DetachCurrentThread();
     };
-    std::vector<std::thread> running;
-    for (int i = 0; i < threads; ++i) {
-        running.emplace_back(run);
-    }
-    for (std::thread& thread : running) {
+    std::thread threads[] = {std::thread(run), std::thread(run), std::thread(run), std::thread(run)};
+    for (std::thread& thread : threads) {
         thread.join();
     }
     pthread_barrier_destroy(&barrier);
     EXPECT_EQ(makers, rounds);
-    EXPECT_EQ(others, rounds * (threads - 1));
-    EXPECT_EQ(differing, 0);
-    EXPECT_EQ(object.m_nReferences, 1u);
-    EXPECT_EQ(Unregister(NewKey(&object)), kNotRegistered);
+    EXPECT_EQ(objects[0].m_nReferences, 1);
 }
 
 }  // namespace

@@ -87,8 +87,10 @@ TEST(CurrentDirectory, FailsOnALongPath) {
     EXPECT_EQ(dir[0], '/');
 
     const test::TemporaryDirectory root;
-    const std::string name(200, 'd');
-    const std::string deep = root / name + "/" + name + "/" + name + "/" + name + "/" + name + "/" + name;
+    std::string deep = root.Path();
+    while (deep.length() < 1024) {
+        deep += "/" + std::string(200, 'd');
+    }
     std::filesystem::create_directories(deep);
     std::filesystem::current_path(deep);
     EXPECT_FALSE(VynGetCurrentDirectory(dir));

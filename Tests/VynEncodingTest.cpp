@@ -59,28 +59,10 @@ TEST(WideText, EndsAtTheFirstNulAndIsEmptyForNull) {
     const char* noBytes = nullptr;
     SString text("x");
     text = noWide;
-    WString wide(L"x");
-    wide = noBytes;
-    UTF8String utf8("x");
-    utf8 = noWide;
-    EXPECT_EQ(text + utf8 + UTF8String(noWide), "");
-    EXPECT_EQ(wide, L"");
-    text.CreateFromSystemLocaleEncodedString(noBytes);
+    EXPECT_EQ(text + (UTF8String("x") = noWide) + UTF8String(noWide), "");
+    EXPECT_EQ(WString(L"x") = noBytes, L"");
+    (text = "x").CreateFromSystemLocaleEncodedString(noBytes);
     EXPECT_EQ(text, "");
-}
-
-TEST(WideText, MayBeLong) {
-    std::string utf8;
-    std::wstring expected;
-    while (utf8.length() < 1 << 20) {
-        utf8 += "a\xC3\xA9\xE2\x82\xAC\xF0\x9F\x98\x80";
-        expected += L"a\u00E9\u20AC\U0001F600";
-    }
-    const CType locale("C.UTF-8");
-    const WString wide{UTF8String(utf8)};
-    EXPECT_TRUE(wide == expected);
-    EXPECT_TRUE(UTF8String(wide) == utf8);
-    EXPECT_TRUE(ANSIString(wide) == utf8);
 }
 
 // The bytes of an empty cell stand for text that the locale can't hold.
@@ -154,7 +136,7 @@ TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
     } rows[] = {
         {"plain", false, "nothing good"},
         {"\xC3\xA9", false, "the continuation byte weighs as much as the sequence"},
-        {"\xC3\x89", true, "0x89 ends the test"},
+        {"\xC3\x8D", true, "0x8D ends the test"},
         {"\xC3\x9F", true, "0x9F ends the test"},
         {"\xE2\xA2\xA2", false, "two continuation bytes against one sequence"},
         {"\xF1\xA0\xA0\x80", true, "four bytes"},
@@ -162,7 +144,7 @@ TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
         {"\xFD\xA0\xA0\xA0\xA0\x80", true, "six bytes"},
         {"\xFD\xA0\xA0\xA0\x80", false, "a sixth byte is missing"},
         {"\xC3\xA9\xA9\x80", false, "too many continuation bytes are invalid"},
-        {"\xFE\xC3\x89", false, "0xFE is invalid, and nothing is good after it"},
+        {"\xFE\xA0\xA0\xA0\xA0\xA0\xC3\x89", false, "0xFE is invalid, and nothing is good after it"},
         {"\xC3\x41\xC3\x89", false, "a sequence cut short is invalid"},
         {"\x85\xC3\x89", false, "ended before the sequence"},
         {"\xA9\xC3\x89", true, "a bare continuation byte isn't invalid"},

@@ -98,27 +98,20 @@ private:
 };
 
 TEST(MsgOut, DeliversAMessageOfSeveralLinesAtOnce) {
-    Recorder handler(true);
-    testing::internal::CaptureStdout();
-    CMsgOut stream(CMsgOut::eOutput);
-    stream.SetOutput(&handler);
-    stream << "a" << endl << SString(std::string("b\0c", 3)) << 0 << 1234567u << -8LL << endl;
-    EXPECT_EQ(handler.m_strLog, "");
-    stream << flush << flush;
-    EXPECT_EQ(handler.m_strLog, std::string("[a\nb\0c01234567-8\n]|[]|", 22));
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
-}
-
-TEST(MsgOut, SendsToTheConsoleWhatTheHandlerDeclines) {
-    Recorder handler(false);
+    Recorder handler(true), declining(false);
     testing::internal::CaptureStdout();
     {
         CMsgOut stream(CMsgOut::eOutput);
         stream.SetOutput(&handler);
+        stream << "a" << endl << SString(std::string("b\0c", 3)) << 0 << 1234567u << -8LL << endl;
+        EXPECT_EQ(handler.m_strLog, "");
+        stream << flush << flush;
+        EXPECT_EQ(handler.m_strLog, std::string("[a\nb\0c01234567-8\n]|[]|", 22));
+        stream.SetOutput(&declining);
         stream << "a";
     }
-    EXPECT_EQ(handler.m_strLog, "[a]|") << "the destructor flushes";
-    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a");
+    EXPECT_EQ(declining.m_strLog, "[a]|") << "the destructor flushes";
+    EXPECT_EQ(testing::internal::GetCapturedStdout(), "a") << "what the handler declines";
 }
 
 TEST(MsgOut, DeliversNothingTwiceWhenAHandlerThrows) {
@@ -138,17 +131,20 @@ TEST(MsgOut, DeliversNothingTwiceWhenAHandlerThrows) {
 
 TEST(MsgOut, StacksHandlers) {
     Recorder a(true), b(true);
-    CMsgOut stream(CMsgOut::eOutput);
-    stream.PushOutput(&a);
-    stream.PushOutput(&b);
-    stream.SetOutput(&b);
-    stream.PopOutput();
-    EXPECT_EQ(stream.GetOutput(), &a);
-    stream.PopOutput();
-    EXPECT_EQ(stream.GetOutput(), nullptr);
-    stream.SetOutput(&a);
-    stream.PopOutput();
-    EXPECT_EQ(stream.GetOutput(), &a) << "an empty stack leaves the handler alone";
+    {
+        CMsgOut stream(CMsgOut::eOutput);
+        stream.PushOutput(&a);
+        stream.PushOutput(&b);
+        stream.SetOutput(&b);
+        stream.PopOutput();
+        EXPECT_EQ(stream.GetOutput(), &a);
+        stream.PopOutput();
+        EXPECT_EQ(stream.GetOutput(), nullptr);
+        stream.SetOutput(&a);
+        stream.PopOutput();
+        EXPECT_EQ(stream.GetOutput(), &a) << "an empty stack leaves the handler alone";
+    }
+    EXPECT_EQ(a.m_strLog, "") << "nothing was pending";
 }
 
 TEST(MsgOut, ReportsNullTextBehindTheMessage) {

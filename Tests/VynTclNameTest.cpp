@@ -7,8 +7,7 @@ namespace {
 
 TEST(LegalTclName, ReplacesWhatTclTreatsSpecially) {
     struct {
-        SString name;
-        SString legal;
+        SString name, legal;
     } rows[] = {
         {"{}\\/[]\"'$;: ", "____________"},
         {"\xC3\xB6-(m)\t\n#%&", "\xC3\xB6-(m)\t\n#%&"},

@@ -32,15 +32,6 @@ TEST(Ptr, HoldsOneReferenceForItsLife) {
     EXPECT_EQ(object.m_nReferences, 1);
 }
 
-TEST(Ptr, StaysEmptyWhenAnInterfaceIsMissing) {
-    CountingObject object;
-    object.m_bHasInfo = false;
-    k4::Ptr<k4::IObjectInfo> info;
-    object.QueryInterface(k4::IObjectInfo::guid_, info.Address());
-    EXPECT_FALSE(info);
-    EXPECT_EQ(object.m_nReferences, 1);
-}
-
 TEST(APIError, KeepsItsTextUntilTheNextOne) {
     const char* first = nullptr;
     try {
