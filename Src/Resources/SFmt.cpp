@@ -1,5 +1,6 @@
 #include <string>
 
+#include "Text/CharClass_p.h"
 #include "VynErrOut.h"
 #include "VynRes.h"
 
@@ -42,7 +43,7 @@ SFmt& SFmt::operator<<(long value) {
 
 const SString& SFmt::str() {
     for (const char* p = c_str(); *p; ++p) {
-        if (p[0] == '%' && p[1] >= '0' && p[1] <= '9') {
+        if (p[0] == '%' && detail::IsDigit(p[1])) {
             vynerr << IntErr << "SFmt: actual parameter missing " << c_str() << endl << flush;
         }
     }

@@ -2,6 +2,7 @@
 #include <cstring>
 
 #include "SString.h"
+#include "Text/CharClass_p.h"
 #include "VynRes.h"
 
 namespace vyn {
@@ -58,7 +59,7 @@ bool OrderWords(const char* text, int count, SString& format, WordList& words) {
         if (!TakesOneWord(p)) {
             return false;
         }
-        if (p[1] == '$' && p[2] >= '0' && p[2] <= '9') {
+        if (p[1] == '$' && detail::IsDigit(p[2])) {
             index = p[2] - '1';
             if (index < 0 || index >= count) {
                 return false;

@@ -13,6 +13,8 @@
 #include <utility>
 #include <vector>
 
+#include "Text/CharClass_p.h"
+
 namespace vyn::detail {
 
 /// The attributes of a heading or of a value, as they stand in the text.
@@ -61,11 +63,6 @@ private:
         eSlash,
         eEnd
     };
-
-    // The classes of the format, whatever the locale: bytes from 0x80 upward are in none of them.
-    static bool IsSpace(char c) { return c == ' ' || (c >= '\t' && c <= '\r'); }
-    static bool IsDigit(char c) { return c >= '0' && c <= '9'; }
-    static bool IsLetter(char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); }
 
     // False at the end of the input.
     bool SkipSpace() {

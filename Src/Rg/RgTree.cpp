@@ -8,6 +8,7 @@
 #include "Rg/RgFile_p.h"
 #include "Rg/StructureStamp_p.h"
 #include "RgFile.h"
+#include "Text/CharClass_p.h"
 #include "VynErrOut.h"
 
 namespace vyn {
@@ -20,16 +21,14 @@ void ReportUnwritable(const char* name) {
 
 // Whether the loader reads the bare text as one token with the same text.
 bool ReadsBackBare(const char* text) {
-    auto isDigit = [](char c) { return c >= '0' && c <= '9'; };
-    auto isLetter = [](char c) { return (c >= 'a' && c <= 'z') || (c >= 'A' && c <= 'Z'); };
     const char* p = text;
-    if (isLetter(*p)) {
-        while (isLetter(*p) || isDigit(*p) || *p == '_') {
+    if (detail::IsLetter(*p)) {
+        while (detail::IsLetter(*p) || detail::IsDigit(*p) || *p == '_') {
             ++p;
         }
         return !*p;
     }
-    while (isDigit(*p)) {
+    while (detail::IsDigit(*p)) {
         ++p;
     }
     // A number is read in 32 bits and loses its leading zeros.
