@@ -7,6 +7,7 @@
 /// has the access by path, RgTree.cpp the keys, values and the writer, RgLoader.cpp the parser.
 
 #include <cstdio>
+#include <memory>
 
 #include "SMap.h"
 #include "SString.h"
@@ -17,6 +18,7 @@ namespace vyn {
 class CIncrSaveContext;
 class CRgKey;
 namespace detail {
+class AddressTable;
 class CReplay;
 class CRgTreeBuilder;
 bool DumpTree(FILE* file, const CRgKey& root, const char* parentPath);
@@ -411,13 +413,20 @@ protected:
     /// Empties the tree, whose file turned out malformed.
     void LoseContent();
 
+    /// \return the value \p name in the key at \p path, found at the first look-up and remembered; null when it is
+    /// missing.
+    CRgValue* FindValue(const char* path, const char* name);
+    /// The same by a walk from the root.
+    /// \param[in,out] certain becomes false when a key on the way may answer otherwise the next time.
+    CRgValue* WalkToValue(const char* path, const char* name, bool& certain) const;
+
 private:
     int Read(const char* path, bool anew);
-    CRgValue* FindValue(const char* path, const char* name);
     CRgKey* MakeKey(const char* path);
 
     bool m_bLoaded = false;  // once a load was successful
     int m_nLoadError = 0;
+    std::unique_ptr<detail::AddressTable> m_pFound;  // the values that were looked up
 };
 
 }  // namespace vyn

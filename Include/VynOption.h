@@ -398,11 +398,23 @@ protected:
     static int m_bPredefinedAlreadyLoaded;
 
 private:
+    // Where an option was found: its values from the top file down, or without any its declaration.
+    struct Found {
+        const char* Text() const;
+
+        CRgValue* const* values;
+        size_t count;
+        const COption* declared;  // null when it isn't declared, or has values
+    };
+
+    Found Find(const char* key, const char* name, std::vector<CRgValue*>& walked) const;
+    const COption* WalkToDeclared(const char* key, const char* name) const;
     template <class Set>
     const CMgrOptionSet* MakeComponent(const Set* set, const char* name);
 
     bool m_bMergingSaves = false;
     bool m_bSyncedSaves = true;
+    std::unique_ptr<detail::AddressTable> m_pFound;  // the options that were looked up
 };
 
 /// \brief The value of one declared option in an option file.
@@ -692,6 +704,8 @@ public:
     void SetPathName(const char* path) { m_strPath = path; }
 
 private:
+    friend class COptionManager;
+
     int Rewrite(const SString& path, bool overwrite);
     friend class COptionManager;
     friend SavePreview PreviewSave(COptionFile& file, const char* path);

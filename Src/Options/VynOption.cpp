@@ -70,6 +70,7 @@ void CMgrOptionSet::IndexOptions(const CMgrOptionSet* set) {
 }
 
 void CMgrOptionSet::MergeOptions(const COptionSet* set) {
+    // Without a set too: it is called where a category comes.
     detail::StructureStamp::Raise();
     if (!set || set->nOptions < 1) {
         return;
@@ -122,7 +123,6 @@ CMgrCategory::CMgrCategory(const CCategory* category, CMgrCategory* owner)
         }
     }
     m_pOptionSet = new CMgrOptionSet(category->pOptionSet, GetManager());
-    detail::StructureStamp::Raise();
 }
 
 CMgrCategory::CMgrCategory(CMgrCategory* category, CMgrCategory* owner, int merged)
@@ -136,7 +136,6 @@ CMgrCategory::CMgrCategory(CMgrCategory* category, CMgrCategory* owner, int merg
         m_mapCategories[subcategory->m_strName] = new CMgrCategory(subcategory, this, merged);
     }
     m_pOptionSet = new CMgrOptionSet(category->GetOptionSet(), GetManager());
-    detail::StructureStamp::Raise();
 }
 
 CMgrCategory::~CMgrCategory() {

@@ -6,6 +6,7 @@
 
 #include "Files/File_p.h"
 #include "Options/VynOptionSave_p.h"
+#include "Options/VynOption_p.h"
 #include "VynOption.h"
 
 namespace vyn {
@@ -132,8 +133,8 @@ int COptionFile::SetModifiedFlag(int flag) {
 }
 
 int COptionFile::IsUnredefinable(const char* key, const char* name) {
-    const char* mark = GetAttributeValue(key, name, szUnRefinable);
-    return mark && strcmp(mark, "true") == 0 ? 1 : 0;
+    CRgValue* value = FindValue(key, name);
+    return value && detail::IsFixed(*value) ? 1 : 0;
 }
 
 void COptionFile::SetRedefineFlag(const char* key, const char* name, const char* value, int flag) {

@@ -2,7 +2,11 @@
 
 #include <cstdlib>
 #include <cstring>
+#include <typeinfo>
 
+#include "Options/VynOption_p.h"
+#include "Rg/AddressTable_p.h"
+#include "Rg/StructureStamp_p.h"
 #include "Text/InitOrder_p.h"
 #include "VynOption.h"
 
@@ -11,7 +15,7 @@ namespace vyn {
 VYN_INIT(VYN_INIT_OPTION_FILES) MMap<SString, COptionFile*> COptionManager::m_mapOptionFiles;
 int COptionManager::m_bPredefinedAlreadyLoaded = 0;
 
-COptionManager::COptionManager() = default;
+COptionManager::COptionManager() : m_pFound(std::make_unique<detail::AddressTable>()) {}
 
 COptionManager::~COptionManager() {
     for (void* pos = m_mapComponents.GetStartPosition(); pos;) {
@@ -90,18 +94,56 @@ void COptionManager::SetValue(const char* key, const char* name, const char* val
     }
 }
 
-const char* COptionManager::GetFileValue(const char* key, const char* name) const {
-    const char* value = nullptr;
+// The text of the top value, unless a lower one is fixed: then of the lowest such. Null without values.
+const char* COptionManager::Found::Text() const {
+    if (count == 0) {
+        return nullptr;
+    }
+    size_t i = count - 1;
+    while (i > 0 && !detail::IsFixed(*values[i])) {
+        --i;
+    }
+    return values[i]->GetValue();
+}
+
+// Remembers what an address leads to as long as it leads anywhere and only keys of this library's own classes are on
+// the way. Texts and attributes, so "fixed" too, are read from the values each time.
+// \param walked holds the values that couldn't be remembered.
+COptionManager::Found COptionManager::Find(const char* key, const char* name,
+                                           std::vector<CRgValue*>& walked) const {
+    const detail::Address address(key, name);
+    m_pFound->SetOrigin(m_listFiles.GetChangeCount());
+    if (const detail::AddressTable::Entry* found = m_pFound->Find(address)) {
+        return {found->Values(), found->m_nValues, found->m_pDeclared};
+    }
+    const uint64_t stamp = detail::StructureStamp::Take();
+    bool certain = true;
     for (void* pos = m_listFiles.GetHeadPosition(); pos;) {
-        COptionFile* file = m_listFiles.GetNext(pos);
-        if (!value || file->IsUnredefinable(key, name)) {
-            value = file->GetValue(key, name);
+        const COptionFile* file = m_listFiles.GetNext(pos);
+        certain = certain && typeid(*file) == typeid(COptionFile);  // a subclass may change its root
+        if (CRgValue* value = file->WalkToValue(key, name, certain)) {
+            walked.push_back(value);
         }
     }
-    return value;
+    const COption* declared = walked.empty() ? WalkToDeclared(key, name) : nullptr;
+    if (certain && (declared || !walked.empty())) {
+        m_pFound->Remember(address, stamp, declared, walked.data(), walked.size());
+    }
+    return {walked.data(), walked.size(), declared};
+}
+
+const char* COptionManager::GetFileValue(const char* key, const char* name) const {
+    std::vector<CRgValue*> walked;
+    return Find(key, name, walked).Text();
 }
 
 const COption* COptionManager::FindDeclared(const char* key, const char* name) const {
+    std::vector<CRgValue*> walked;
+    const Found found = Find(key, name, walked);
+    return found.count == 0 ? found.declared : WalkToDeclared(key, name);
+}
+
+const COption* COptionManager::WalkToDeclared(const char* key, const char* name) const {
     char buffer[512];
     if (strlen(key) + strlen(name) + 2 > sizeof buffer) {
         return FindOption((std::string(key) + '/' + name).c_str());
@@ -111,11 +153,12 @@ const COption* COptionManager::FindDeclared(const char* key, const char* name) c
 }
 
 const char* COptionManager::GetValue(const char* key, const char* name) const {
-    if (const char* value = GetFileValue(key, name)) {
-        return value;
+    std::vector<CRgValue*> walked;
+    const Found found = Find(key, name, walked);
+    if (found.count > 0) {
+        return found.Text();
     }
-    const COption* option = FindDeclared(key, name);
-    return option ? option->szDefault : "";
+    return found.declared ? found.declared->szDefault : "";
 }
 
 const char* COptionManager::GetStrValue(const char* key, const char* name) const {
@@ -176,12 +219,8 @@ const char* COptionManager::GetUnderneathValue(COptionFile* file, const char* ke
 }
 
 int COptionManager::IsRedefined(const char* key, const char* name) {
-    for (void* pos = m_listFiles.GetHeadPosition(); pos;) {
-        if (m_listFiles.GetNext(pos)->GetValue(key, name)) {
-            return 1;
-        }
-    }
-    return 0;
+    std::vector<CRgValue*> walked;
+    return Find(key, name, walked).count > 0 ? 1 : 0;
 }
 
 int COptionManager::IsEditable(const char* key, const char* name) {
@@ -193,12 +232,11 @@ int COptionManager::IsEditable(const char* key, const char* name) {
     if (!top->CanBeWritten()) {
         return 0;
     }
-    if (top->IsUnredefinable(key, name)) {
-        return 1;
-    }
-    while (pos) {
-        if (m_listFiles.GetNext(pos)->IsUnredefinable(key, name)) {
-            return 0;
+    std::vector<CRgValue*> walked;
+    const Found found = Find(key, name, walked);
+    for (size_t i = 0; i < found.count; ++i) {
+        if (detail::IsFixed(*found.values[i])) {
+            return top->IsUnredefinable(key, name);
         }
     }
     return 1;

@@ -3,6 +3,8 @@
 /// \file
 /// What the keys of option files and of style files share.
 
+#include <cstring>
+
 #include "VynOption.h"
 
 namespace vyn::detail {
@@ -12,5 +14,14 @@ namespace vyn::detail {
 /// \param attributes taken over, also when nothing is made; may be null.
 /// \return the value, which belongs to the caller; null without an option.
 COptRgValue* MakeOptionValue(const COption* option, const char* value, MList<CRgAttribute*>* attributes);
+
+/// \return true when \p value isn't to be redefined by the files above its own.
+inline bool IsFixed(CRgValue& value) {
+    if (value.GetAttributeCount() == 0) {
+        return false;
+    }
+    const char* mark = value.GetAttributeValue(szUnRefinable);
+    return mark && strcmp(mark, "true") == 0;
+}
 
 }  // namespace vyn::detail

@@ -5,7 +5,9 @@
 #include <cstring>
 
 #include "Files/File_p.h"
+#include "Rg/AddressTable_p.h"
 #include "Rg/RgFile_p.h"
+#include "Rg/StructureStamp_p.h"
 
 namespace vyn {
 
@@ -30,7 +32,8 @@ const char* SplitKeyPath(const char* path, char (&element)[kKeyElementSize]) {
 
 }  // namespace detail
 
-CRgFile::CRgFile(CRgKey* root) : m_pRoot(root ? root : new CDefRgKey("")) {}
+CRgFile::CRgFile(CRgKey* root)
+    : m_pRoot(root ? root : new CDefRgKey("")), m_pFound(std::make_unique<detail::AddressTable>()) {}
 
 CRgFile::~CRgFile() {
     delete m_pRoot;
@@ -141,9 +144,35 @@ CRgKey* CRgFile::MakeKey(const char* path) {
     return key;
 }
 
+// A missing value isn't remembered: there is no end to the addresses that aren't there.
 CRgValue* CRgFile::FindValue(const char* path, const char* name) {
-    const CRgKey* key = FindKey(path);
-    return key ? key->FindValue(name) : nullptr;
+    const detail::Address address(path, name);
+    m_pFound->SetOrigin(reinterpret_cast<uintptr_t>(m_pRoot));
+    if (const detail::AddressTable::Entry* found = m_pFound->Find(address)) {
+        return *found->Values();
+    }
+    const uint64_t stamp = detail::StructureStamp::Take();
+    bool certain = true;
+    CRgValue* value = WalkToValue(path, name, certain);
+    if (value && certain) {
+        m_pFound->Remember(address, stamp, nullptr, &value, 1);
+    }
+    return value;
+}
+
+CRgValue* CRgFile::WalkToValue(const char* path, const char* name, bool& certain) const {
+    const CRgKey* key = m_pRoot;
+    char element[detail::kKeyElementSize];
+    while (key && path) {
+        certain = certain && key->IsOfOwnClass();
+        path = detail::SplitKeyPath(path, element);
+        key = key->FindKey(element);
+    }
+    if (!key) {
+        return nullptr;
+    }
+    certain = certain && key->IsOfOwnClass();
+    return key->FindValue(name);
 }
 
 const char* CRgFile::GetValue(const char* path, const char* name) {

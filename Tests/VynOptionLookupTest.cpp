@@ -1,0 +1,301 @@
+// What look-ups remember: after each change, by every public road, they give what a plain walk gives.
+
+#include <gtest/gtest.h>
+#include <malloc.h>
+
+#include <cerrno>
+#include <cstring>
+#include <functional>
+#include <memory>
+#include <random>
+#include <thread>
+#include <vector>
+
+#include "TestSupport.h"
+#include "VynOptionTables.h"
+
+namespace vyn {
+namespace {
+
+using namespace test;
+
+const char* const keys[] = {"Editor", "Editor/Text", "Build", "New", "Editor/Text/None"};
+const char* const names[] = {"Wrap", "Name", "Font", "Text/Font", "Target", "Extra"};
+
+CRgValue* Walk(CRgFile& file, const std::string& path, const char* name) {
+    CRgKey* key = file.GetKeyRoot();
+    for (size_t begin = 0, end = 0; key && end != std::string::npos; begin = end + 1) {
+        end = path.find('/', begin);
+        key = key->FindKey(path.substr(begin, end - begin).c_str());
+    }
+    return key ? key->FindValue(name) : nullptr;
+}
+
+// Two of its files and the second manager come and go.
+class Lookups {
+public:
+    Lookups() {
+        const COption rows[] = {{"Wrap", 1, "no", 0, 0}, {"Extra", 1, "e", 0, 0}};
+        m_rows.assign(std::begin(rows), std::end(rows));
+        m_set = {"Other", m_rows.data(), 2, nullptr};
+        m_categories[0] = {"Editor", nullptr, 0, &m_set};
+        m_categories[1] = {"New", nullptr, 0, &m_set};
+        for (const CCategory& category : m_categories) {
+            m_other.AddCategory(&category);
+        }
+        for (const char* name : {"a", "b", "c", "d", "e"}) {
+            WriteText(m_directory / name, "[Editor]\"Wrap\"=\"" + std::string(name) +
+                                              "\" [Editor/Text]\"Font\"=\"F\"(\"fixed\"=\"true\")");
+            m_manager.Load((m_directory / name).c_str());
+        }
+    }
+    ~Lookups() {
+        for (COptionFile* file : m_aside) {
+            delete file;
+        }
+    }
+
+    void Change() {
+        const std::function<void()> changes[] = {
+            [&] { m_manager.SetValue(Key(), Name(), Text()); },
+            [&] { File().SetValue(Key(), Name(), Text()); },
+            [&] { File().SetAttributeValue(Key(), Name(), Text(), "fixed", Pick(2) ? "true" : "false"); },
+            [&] { OptionFile().SetRedefineFlag("Editor", "Wrap", Text(), Pick(2) ? 1 : 0); },
+            [&] { File().CreateKey(Key(), Pick(2) ? "k" : nullptr, "v"); },
+            [&] {
+                InKey([&](CRgFile&, CRgKey* key) {
+                    key->CreateValue(Name(), CRgValue::eText, Text(), nullptr);
+                });
+            },
+            [&] { InKey([&](CRgFile&, CRgKey* key) { RemoveValue(key, key->FindValue(Name())); }); },
+            [&] { InKey([&](CRgFile&, CRgKey* key) { key->Empty(); }); },
+            [&] { InKey([&](CRgFile& file, CRgKey* key) { Dispose(key, [&] { file.RemoveKey(key); }); }); },
+            [&] { InKey([&](CRgFile& file, CRgKey* key) { Dispose(key, [&] { file.DestroyKey(key); }); }); },
+            [&] { m_manager.Reset(); },
+            [&] { OptionFile().Reset(); },
+            [&] {
+                Pick(9) ? void(m_manager.Reload(OptionFile().GetPathName())) : m_manager.ReloadAllFiles();
+            },
+            [&] { Pick(9) ? void(OptionFile().Save(nullptr)) : m_manager.SaveAllFiles(); },
+            [&] { Remove(OptionFile()); },
+            [&] { Add(); },
+            [&] { Pick(9) ? void() : RemoveAll(); },
+            [&] { delete const_cast<CMgrCategory*>(m_manager.FindCategory("Build", 0)); },
+            [&] { MoveSubtree(); },
+            [&] { m_plain.Merge((m_directory / "a").c_str()); },
+            [&] { m_manager.MergeManager(&m_other); },
+            // The last one takes categories along, and with them the keys of all files.
+            [&] { m_manager.RemoveManager(&m_other); },
+            [&] { m_manager.AddCategory(Pick(2) ? &catEditor : &catBuild); },
+            [&] { m_manager.AddCategory(&m_categories[Pick(2)]); },
+        };
+        m_nChange = Pick(std::size(changes));
+        changes[m_nChange]();
+    }
+
+    void Compare() {
+        for (const char* key : keys) {
+            for (const char* name : names) {
+                const CRgValue* plain = Walk(m_plain, key, name);
+                ASSERT_EQ(m_plain.GetValue(key, name), plain ? plain->GetValue() : nullptr)
+                    << What(key, name);
+                CompareManager(key, name);
+            }
+        }
+    }
+
+private:
+    // The pointers are compared: what is remembered too long is found without touching it.
+    void CompareManager(const char* key, const char* name) {
+        const char* expected = nullptr;
+        int fixed = -1;  // index of the topmost file that marks the option fixed
+        int index = 0;
+        bool redefined = false;
+        for (void* pos = m_manager.GetFirstFilePosition(); pos; ++index) {
+            COptionFile* file = m_manager.GetNextFile(pos);
+            CRgValue* value = Walk(*file, key, name);
+            ASSERT_EQ(file->GetValue(key, name), value ? value->GetValue() : nullptr) << What(key, name);
+            const char* mark = value ? value->GetAttributeValue("fixed") : nullptr;
+            ASSERT_EQ(file->GetAttributeValue(key, name, "fixed"), mark) << What(key, name);
+            const bool isFixed = mark && strcmp(mark, "true") == 0;
+            expected = value && (!redefined || isFixed) ? value->GetValue() : expected;
+            fixed = isFixed && fixed < 0 ? index : fixed;
+            redefined = redefined || value;
+        }
+        const COption* option = m_manager.FindOption((std::string(key) + "/" + name).c_str());
+        if (!redefined && option) {
+            expected = option->szDefault;
+        }
+        ASSERT_EQ(m_manager.IsRedefined(key, name), redefined) << What(key, name);
+        ASSERT_EQ(m_manager.IsEditable(key, name), fixed <= 0) << What(key, name);
+        const char* value = m_manager.GetValue(key, name);
+        ASSERT_TRUE(expected ? value == expected : !*value) << What(key, name);
+    }
+
+    std::string What(const char* key, const char* name) const {
+        return std::string(key) + "/" + name + " after change " + std::to_string(m_nChange);
+    }
+    size_t Pick(size_t count) { return m_random() % count; }
+    const char* Key() { return keys[Pick(std::size(keys))]; }
+    const char* Name() { return names[Pick(std::size(names))]; }
+    const char* Text() { return Pick(2) ? "true" : "other"; }
+    COptionFile& OptionFile() {
+        if (m_manager.GetFileCount() == 0) {
+            Add();
+        }
+        void* pos = m_manager.GetFirstFilePosition();
+        COptionFile* file = m_manager.GetNextFile(pos);
+        for (size_t skip = Pick(static_cast<size_t>(m_manager.GetFileCount())); skip > 0; --skip) {
+            file = m_manager.GetNextFile(pos);
+        }
+        return *file;
+    }
+    CRgFile& File() { return Pick(4) ? static_cast<CRgFile&>(OptionFile()) : m_plain; }
+    template <class Use>
+    void InKey(Use use) {
+        CRgFile& file = File();
+        if (CRgKey* key = file.FindKey(Key())) {
+            use(file, key);
+        }
+    }
+    static void RemoveValue(CRgKey* key, CRgValue* value) {
+        if (value) {
+            key->RemoveValue(value);
+            delete value;
+        }
+    }
+    // Deletes a key of an option file when `remove` has handed it over; plain keys stay.
+    template <class Remove>
+    static void Dispose(CRgKey* key, Remove remove) {
+        const bool empty = key->GetKeyCount() == 0 && key->GetValueCount() == 0;
+        remove();
+        if (empty && dynamic_cast<COptRgKey*>(key)) {
+            delete key;
+        }
+    }
+    void Remove(COptionFile& file) {
+        m_manager.RemoveFile(&file);
+        m_aside.push_back(&file);
+    }
+    void RemoveAll() {
+        for (void* pos = m_manager.GetFirstFilePosition(); pos;) {
+            m_aside.push_back(m_manager.GetNextFile(pos));
+        }
+        m_manager.RemoveAllFiles();
+    }
+    // Takes a key out of the plain tree with all that it holds, or brings it back.
+    void MoveSubtree() {
+        CRgKey* parent = m_plain.CreateKey("Editor", nullptr, nullptr);
+        if (m_loose) {
+            parent->AddKey(m_loose.release());
+        } else if (CRgKey* key = parent->FindKey("Text")) {
+            parent->RemoveKey(key);
+            m_loose.reset(key);
+        }
+    }
+    // Brings a file back, or loads it anew under the same path.
+    void Add() {
+        if (m_aside.empty()) {
+            return;
+        }
+        COptionFile* file = m_aside.back();
+        m_aside.pop_back();
+        if (Pick(2)) {
+            m_manager.AddFile(file);
+            return;
+        }
+        const std::string path = file->GetPathName();
+        delete file;
+        m_manager.AddOptionFile(path.c_str());
+    }
+
+    TemporaryDirectory m_directory;
+    std::mt19937 m_random{1};
+    std::vector<COption> m_rows;
+    COptionSet m_set;
+    CCategory m_categories[2];
+    COptionManager m_other;
+    Manager m_manager;
+    CRgFile m_plain;
+    std::unique_ptr<CRgKey> m_loose;
+    std::vector<COptionFile*> m_aside;
+    size_t m_nChange = 0;
+};
+
+TEST(Lookup, GivesWhatAPlainWalkGivesAfterEachChange) {
+    Lookups lookups;
+    for (int i = 0; i < 5000 && !testing::Test::HasFailure(); ++i) {
+        lookups.Change();
+        lookups.Compare();
+    }
+}
+
+// A key of a tool's own class: it answers differently each time.
+struct MovingKey : COptRgKey {
+    MovingKey() : COptRgKey(nullptr) {}
+    const char* GetName() const override { return "Moving"; }
+    CRgValue* FindValue(const char*) const override {
+        m_value.SetValue(std::to_string(++m_nAsked).c_str());
+        return &m_value;
+    }
+    mutable COptRgValue m_value{optEditor, ""};
+    mutable int m_nAsked = 0;
+};
+
+TEST(Lookup, AsksAKeyOfAForeignClassEachTime) {
+    Manager manager;
+    COptionFile* file = new COptionFile(&manager);
+    manager.AddFile(file);
+    file->GetKeyRoot()->AddKey(new MovingKey);
+    for (const char* expected : {"1", "2", "3"}) {
+        EXPECT_STREQ(manager.GetValue("Moving", "Wrap"), expected);
+    }
+    EXPECT_STREQ(file->GetValue("Moving", "Wrap"), "4");
+    EXPECT_STREQ(file->GetValue("Moving", "Wrap"), "5");
+}
+
+TEST(Lookup, ReportsAnElementThatIsTooLongEachTime) {
+    CRgFile file;
+    file.SetValue("", "x", "1");
+    for (int i = 0; i < 2; ++i) {
+        errno = 0;
+        EXPECT_STREQ(file.GetValue(std::string(256, 'k').c_str(), "x"), "1") << "it counts as the empty name";
+        EXPECT_EQ(errno, EINVAL);
+    }
+}
+
+// Each round brings a new value, asks for it, and asks again when it is gone.
+void AskForEverNewAddresses(CRgFile& file, int rounds) {
+    file.SetValue("a/b", "kept", "k");
+    CRgKey* key = file.FindKey("a/b");
+    for (int i = 0; i < rounds; ++i) {
+        const std::string name = "value" + std::to_string(i);
+        file.SetValue("a/b", name.c_str(), name.c_str());
+        ASSERT_EQ(file.GetValue("a/b", name.c_str()), name);
+        ASSERT_STREQ(file.GetValue("a/b", "kept"), "k");
+        const std::unique_ptr<CRgValue> value(key->FindValue(name.c_str()));
+        key->RemoveValue(value.get());
+        ASSERT_EQ(file.GetValue("a/b", name.c_str()), nullptr);
+    }
+}
+
+TEST(Lookup, KeepsNothingOfWhatIsGone) {
+    CRgFile file;
+    AskForEverNewAddresses(file, 100);
+    const size_t before = mallinfo2().uordblks;
+    AskForEverNewAddresses(file, 10000);
+    EXPECT_LT(mallinfo2().uordblks, before + 100000);
+}
+
+TEST(Lookup, ServesSeveralThreadsWithFilesOfTheirOwn) {
+    const auto ask = [] {
+        CRgFile file;
+        AskForEverNewAddresses(file, 5000);
+    };
+    std::thread other(ask);
+    ask();
+    other.join();
+}
+
+}  // namespace
+}  // namespace vyn
