@@ -26,11 +26,16 @@ inline std::string Value(int i) {
     return "text of the value number " + std::to_string(i);
 }
 
-/// Counts the time of one value, which should be the same for every size.
-inline void PerValue(benchmark::State& state) {
+/// Counts the time of one of the values of an iteration, which should be the same for every size.
+inline void PerValue(benchmark::State& state, size_t values) {
     state.counters["per_value"] =
-        benchmark::Counter(static_cast<double>(state.range(0)),
+        benchmark::Counter(static_cast<double>(values),
                            benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+}
+
+/// The same where an iteration serves them all.
+inline void PerValue(benchmark::State& state) {
+    PerValue(state, static_cast<size_t>(state.range(0)));
 }
 
 inline void Sizes(benchmark::internal::Benchmark* benchmark) {

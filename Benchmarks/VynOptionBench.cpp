@@ -5,10 +5,15 @@
 
 #include <algorithm>
 #include <deque>
+#include <random>
 #include <vector>
 
 #include "BenchData.h"
 #include "VynOption.h"
+
+#ifdef VYN_BENCH_GLIB
+#include <glib.h>
+#endif
 
 namespace {
 
@@ -44,28 +49,98 @@ private:
     std::deque<vyn::CCategory> m_categories;
 };
 
-// All values stand in the lowest of the three files.
-void BM_OptionLookupThroughThreeFiles(benchmark::State& state) {
-    const int values = static_cast<int>(state.range(0));
-    const Tables tables(values);
-    const bench::TemporaryFile top("[Section0]\"Value0\"=\"top\"");
-    const bench::TemporaryFile middle(bench::Text(bench::kValuesPerSection, "\""));
-    const bench::TemporaryFile bottom(bench::Text(values, "\""));
+// Where a value stands in a stack of three files. Each kind has a quarter of the values.
+enum Kind { eTop, eBottom, eDefault, eFixed };
+const char* const kindNames[] = {"top of three", "bottom of three", "default", "overruled by a fixed value"};
+
+// The text of one of the files, the top one first: quoted as Rg text, bare as a GLib key file.
+std::string Layer(int values, int layer, const char* quote) {
+    std::string text;
+    for (int i = 0; i < values; ++i) {
+        const int kind = i % 4;
+        if (i % bench::kValuesPerSection == 0) {
+            text += "\n[" + bench::Section(i) + "]\n\n";
+        }
+        if (kind == eDefault || (kind == eBottom && layer != 2)) {
+            continue;
+        }
+        text += quote + bench::Name(i) + quote + "=" + quote + bench::Value(i) + quote;
+        text += *quote && kind == eFixed && layer == 2 ? " (\"fixed\"=\"true\" )\n" : "\n";
+    }
+    return text;
+}
+
+// Three files, and the values of one kind in a random order.
+struct Stack {
+    Stack(const benchmark::State& state, const char* quote)
+        : values(static_cast<int>(state.range(0))),
+          tables(values),
+          files{bench::TemporaryFile(Layer(values, 0, quote)), bench::TemporaryFile(Layer(values, 1, quote)),
+                bench::TemporaryFile(Layer(values, 2, quote))} {
+        for (int i = static_cast<int>(state.range(1)); i < values; i += 4) {
+            asked.push_back(static_cast<size_t>(i));
+        }
+        std::shuffle(asked.begin(), asked.end(), std::mt19937(1));
+    }
+
+    // Measures `find` with section and name of each value.
+    template <class Find>
+    void Run(benchmark::State& state, Find find) const {
+        for (auto _ : state) {
+            for (const size_t i : asked) {
+                find(tables.Section(i), tables.Name(i));
+            }
+        }
+        bench::PerValue(state, asked.size());
+        state.SetLabel(kindNames[state.range(1)]);
+    }
+
+    int values;
+    Tables tables;
+    bench::TemporaryFile files[3];
+    std::vector<size_t> asked;
+};
+
+void BM_OptionLookup(benchmark::State& state) {
+    const Stack stack(state, "\"");
     vyn::COptionManager manager;
-    tables.Declare(manager);
-    for (const bench::TemporaryFile* file : {&top, &middle, &bottom}) {
-        if (!manager.Load(file->Path())) {
+    stack.tables.Declare(manager);
+    for (const bench::TemporaryFile& file : stack.files) {
+        if (!manager.Load(file.Path())) {
             state.SkipWithError("load failed");
         }
     }
-    for (auto _ : state) {
-        for (size_t i = 0; i < static_cast<size_t>(values); ++i) {
-            benchmark::DoNotOptimize(manager.GetValue(tables.Section(i), tables.Name(i)));
-        }
-    }
-    bench::PerValue(state);
+    stack.Run(state, [&](const char* section, const char* name) {
+        benchmark::DoNotOptimize(manager.GetValue(section, name));
+    });
 }
-BENCHMARK(BM_OptionLookupThroughThreeFiles)->Apply(bench::Sizes);
+BENCHMARK(BM_OptionLookup)->ArgsProduct({{100, 2000, 50000}, {eTop, eBottom, eDefault, eFixed}});
+
+#ifdef VYN_BENCH_GLIB
+
+// GLib has neither layers nor fixed values: the stack is a loop.
+void BM_GKeyFileLookupInStack(benchmark::State& state) {
+    const Stack stack(state, "");
+    GKeyFile* files[3];
+    for (int i = 0; i < 3; ++i) {
+        files[i] = g_key_file_new();
+        g_key_file_load_from_file(files[i], stack.files[i].Path(), G_KEY_FILE_NONE, nullptr);
+    }
+    stack.Run(state, [&](const char* section, const char* name) {
+        gchar* value = nullptr;
+        for (int i = 0; i < 3 && !value; ++i) {
+            value = g_key_file_get_value(files[i], section, name, nullptr);
+        }
+        benchmark::DoNotOptimize(value);
+        g_free(value);
+    });
+    for (GKeyFile* file : files) {
+        g_key_file_free(file);
+    }
+}
+BENCHMARK(BM_GKeyFileLookupInStack)->ArgsProduct({{100, 2000, 50000}, {eTop, eBottom, eDefault}});
+
+#endif
 
 void BM_OptionSaveIncrementally(benchmark::State& state) {
     const int values = static_cast<int>(state.range(0));

@@ -31,27 +31,21 @@ CRgValue* Walk(CRgFile& file, const std::string& path, const char* name) {
     return key ? key->FindValue(name) : nullptr;
 }
 
-// Two of its files and the second manager come and go.
+const COption optOther[] = {{"Wrap", 1, "no", 0, 0}, {"Extra", 1, "e", 0, 0}};
+const COptionSet setOther = {"Other", optOther, 2, nullptr};
+const CCategory catOther = {"Editor", nullptr, 0, &setOther};
+const CCategory catNew = {"New", nullptr, 0, &setOther};
+const CCategory* const categories[] = {&catEditor, &catBuild, &catOther, &catNew};
+
 class Lookups {
 public:
     Lookups() {
-        const COption rows[] = {{"Wrap", 1, "no", 0, 0}, {"Extra", 1, "e", 0, 0}};
-        m_rows.assign(std::begin(rows), std::end(rows));
-        m_set = {"Other", m_rows.data(), 2, nullptr};
-        m_categories[0] = {"Editor", nullptr, 0, &m_set};
-        m_categories[1] = {"New", nullptr, 0, &m_set};
-        for (const CCategory& category : m_categories) {
-            m_other.AddCategory(&category);
-        }
+        m_other.AddCategory(&catOther);
+        m_other.AddCategory(&catNew);
         for (const char* name : {"a", "b", "c", "d", "e"}) {
             WriteText(m_directory / name, "[Editor]\"Wrap\"=\"" + std::string(name) +
                                               "\" [Editor/Text]\"Font\"=\"F\"(\"fixed\"=\"true\")");
             m_manager.Load((m_directory / name).c_str());
-        }
-    }
-    ~Lookups() {
-        for (COptionFile* file : m_aside) {
-            delete file;
         }
     }
 
@@ -59,7 +53,7 @@ public:
         const std::function<void()> changes[] = {
             [&] { m_manager.SetValue(Key(), Name(), Text()); },
             [&] { File().SetValue(Key(), Name(), Text()); },
-            [&] { File().SetAttributeValue(Key(), Name(), Text(), "fixed", Pick(2) ? "true" : "false"); },
+            [&] { File().SetAttributeValue(Key(), Name(), Text(), "fixed", Text()); },
             [&] { OptionFile().SetRedefineFlag("Editor", "Wrap", Text(), Pick(2) ? 1 : 0); },
             [&] { File().CreateKey(Key(), Pick(2) ? "k" : nullptr, "v"); },
             [&] {
@@ -69,25 +63,23 @@ public:
             },
             [&] { InKey([&](CRgFile&, CRgKey* key) { RemoveValue(key, key->FindValue(Name())); }); },
             [&] { InKey([&](CRgFile&, CRgKey* key) { key->Empty(); }); },
-            [&] { InKey([&](CRgFile& file, CRgKey* key) { Dispose(key, [&] { file.RemoveKey(key); }); }); },
-            [&] { InKey([&](CRgFile& file, CRgKey* key) { Dispose(key, [&] { file.DestroyKey(key); }); }); },
+            [&] { InKey([&](CRgFile& file, CRgKey* key) { RemoveKey(file, key, &CRgFile::RemoveKey); }); },
+            [&] { InKey([&](CRgFile& file, CRgKey* key) { RemoveKey(file, key, &CRgFile::DestroyKey); }); },
             [&] { m_manager.Reset(); },
             [&] { OptionFile().Reset(); },
             [&] {
                 Pick(9) ? void(m_manager.Reload(OptionFile().GetPathName())) : m_manager.ReloadAllFiles();
             },
             [&] { Pick(9) ? void(OptionFile().Save(nullptr)) : m_manager.SaveAllFiles(); },
-            [&] { Remove(OptionFile()); },
-            [&] { Add(); },
-            [&] { Pick(9) ? void() : RemoveAll(); },
-            [&] { delete const_cast<CMgrCategory*>(m_manager.FindCategory("Build", 0)); },
+            [&] { SetAside(Pick(9) ? 1 : 5); },
+            [&] { BringBack(); },
             [&] { MoveSubtree(); },
             [&] { m_plain.Merge((m_directory / "a").c_str()); },
             [&] { m_manager.MergeManager(&m_other); },
             // The last one takes categories along, and with them the keys of all files.
             [&] { m_manager.RemoveManager(&m_other); },
-            [&] { m_manager.AddCategory(Pick(2) ? &catEditor : &catBuild); },
-            [&] { m_manager.AddCategory(&m_categories[Pick(2)]); },
+            [&] { delete const_cast<CMgrCategory*>(m_manager.FindCategory("Build", 0)); },
+            [&] { m_manager.AddCategory(categories[Pick(std::size(categories))]); },
         };
         m_nChange = Pick(std::size(changes));
         changes[m_nChange]();
@@ -141,7 +133,7 @@ private:
     const char* Text() { return Pick(2) ? "true" : "other"; }
     COptionFile& OptionFile() {
         if (m_manager.GetFileCount() == 0) {
-            Add();
+            BringBack();
         }
         void* pos = m_manager.GetFirstFilePosition();
         COptionFile* file = m_manager.GetNextFile(pos);
@@ -164,24 +156,33 @@ private:
             delete value;
         }
     }
-    // Deletes a key of an option file when `remove` has handed it over; plain keys stay.
-    template <class Remove>
-    static void Dispose(CRgKey* key, Remove remove) {
+    // A key of an option file is handed over when it is empty, a plain one never.
+    static void RemoveKey(CRgFile& file, CRgKey* key, void (CRgFile::*remove)(CRgKey*)) {
         const bool empty = key->GetKeyCount() == 0 && key->GetValueCount() == 0;
-        remove();
+        (file.*remove)(key);
         if (empty && dynamic_cast<COptRgKey*>(key)) {
             delete key;
         }
     }
-    void Remove(COptionFile& file) {
-        m_manager.RemoveFile(&file);
-        m_aside.push_back(&file);
-    }
-    void RemoveAll() {
-        for (void* pos = m_manager.GetFirstFilePosition(); pos;) {
-            m_aside.push_back(m_manager.GetNextFile(pos));
+    void SetAside(size_t count) {
+        for (; count > 0 && m_manager.GetFileCount() > 0; --count) {
+            COptionFile& file = OptionFile();
+            m_manager.RemoveFile(&file);
+            m_aside.emplace_back(&file);
         }
-        m_manager.RemoveAllFiles();
+    }
+    // As it is, or loaded anew under the same path.
+    void BringBack() {
+        if (m_aside.empty()) {
+            return;
+        }
+        std::unique_ptr<COptionFile> file = std::move(m_aside.back());
+        m_aside.pop_back();
+        if (Pick(2)) {
+            m_manager.AddFile(file.release());
+        } else {
+            m_manager.AddOptionFile(file->GetPathName());
+        }
     }
     // Takes a key out of the plain tree with all that it holds, or brings it back.
     void MoveSubtree() {
@@ -193,32 +194,14 @@ private:
             m_loose.reset(key);
         }
     }
-    // Brings a file back, or loads it anew under the same path.
-    void Add() {
-        if (m_aside.empty()) {
-            return;
-        }
-        COptionFile* file = m_aside.back();
-        m_aside.pop_back();
-        if (Pick(2)) {
-            m_manager.AddFile(file);
-            return;
-        }
-        const std::string path = file->GetPathName();
-        delete file;
-        m_manager.AddOptionFile(path.c_str());
-    }
 
     TemporaryDirectory m_directory;
     std::mt19937 m_random{1};
-    std::vector<COption> m_rows;
-    COptionSet m_set;
-    CCategory m_categories[2];
     COptionManager m_other;
     Manager m_manager;
     CRgFile m_plain;
     std::unique_ptr<CRgKey> m_loose;
-    std::vector<COptionFile*> m_aside;
+    std::vector<std::unique_ptr<COptionFile>> m_aside;
     size_t m_nChange = 0;
 };
 
