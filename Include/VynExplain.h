@@ -78,10 +78,10 @@ enum SaveChangeKind {
 
 /// \brief One entry that a save changes.
 struct SaveChange {
-    SaveChangeKind kind;
-    SString address;  ///< path of the section and name of the value, joined by `/`
-    SString oldText;  ///< empty for eAdded
-    SString newText;  ///< empty for eDropped
+    SaveChangeKind kind;  ///< what happens to it
+    SString address;      ///< path of the section and name of the value, joined by `/`
+    SString oldText;      ///< empty for eAdded
+    SString newText;      ///< empty for eDropped
 };
 
 /// \brief What a save would do.
