@@ -57,7 +57,7 @@ enum ChangeObstacle {
 
 /// \brief Whether an option can be changed, and if not, why.
 struct ChangeAnswer {
-    ChangeObstacle obstacle = eNoObstacle;
+    ChangeObstacle obstacle = eNoObstacle;  ///< why it can't
     SString file;  ///< path name of the file that stands in the way; empty when none does
     int line =
         0;  ///< of the fixed value in it; 0 when that was set since the load, and for the other obstacles
