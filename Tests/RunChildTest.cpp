@@ -8,7 +8,6 @@
 #include <cerrno>
 #include <csignal>
 #include <filesystem>
-#include <iterator>
 #include <stdexcept>
 #include <string>
 #include <thread>
@@ -44,10 +43,6 @@ int MarkedProcesses() {
     return count;
 }
 
-auto OpenDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
-
 // Checks that nothing is left of a run: descriptors, children, and their descendants, which take a moment to die.
 class CNothingLeft {
 public:
@@ -56,12 +51,12 @@ public:
             usleep(10000);
         }
         EXPECT_EQ(0, MarkedProcesses());
-        EXPECT_EQ(m_nOpen, OpenDescriptors());
+        EXPECT_EQ(m_nOpen, test::OpenDescriptors());
         EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
     }
 
 private:
-    const decltype(OpenDescriptors()) m_nOpen = OpenDescriptors();
+    const decltype(test::OpenDescriptors()) m_nOpen = test::OpenDescriptors();
 };
 
 }  // namespace

@@ -9,8 +9,6 @@
 
 #include <cerrno>
 #include <cstring>
-#include <filesystem>
-#include <iterator>
 #include <memory>
 #include <string>
 
@@ -20,10 +18,6 @@ namespace vyn {
 namespace {
 
 using namespace std::string_literals;
-
-auto OpenDescriptors() {
-    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
-}
 
 // Sees what only derived classes see.
 class Server : public SocketServer {
@@ -71,7 +65,7 @@ std::string Thrown(F f) {
 }
 
 TEST(Socket, ClosesItsDescriptorWithTheLastCopy) {
-    const auto before = OpenDescriptors();
+    const auto before = test::OpenDescriptors();
     const int live = Server::LiveSockets();
     Pair pair;
     const int fd = pair.fd;
@@ -82,7 +76,7 @@ TEST(Socket, ClosesItsDescriptorWithTheLastCopy) {
     EXPECT_EQ(pair.b->ReceiveLine(), "x\r\n");
     copy.reset();
     pair.b.reset();
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(test::OpenDescriptors(), before);
     EXPECT_EQ(Server::LiveSockets(), live);
 }
 
@@ -146,7 +140,7 @@ int LowestFreeDescriptor() {
 }
 
 TEST(Socket, TalksOverAPortAndIsNotInheritedByPrograms) {
-    const auto before = OpenDescriptors();
+    const auto before = test::OpenDescriptors();
     {
         Server server;
         SocketClient client("localhost", server.Port());
@@ -160,7 +154,7 @@ TEST(Socket, TalksOverAPortAndIsNotInheritedByPrograms) {
         peer.reset();
         EXPECT_EQ(client.ReceiveLine(), "pong");
     }
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(test::OpenDescriptors(), before);
 }
 
 TEST(SocketServer, DoesNotWaitWhenItIsNonBlocking) {
@@ -176,16 +170,16 @@ TEST(SocketServer, DoesNotWaitWhenItIsNonBlocking) {
 
 TEST(SocketServer, RefusesATakenPortAndLeavesNothingOpen) {
     Server server;
-    const auto before = OpenDescriptors();
+    const auto before = test::OpenDescriptors();
     const int live = Server::LiveSockets();
     EXPECT_EQ(Thrown([&] { Server second(eBlockingSocket, server.Port()); }), "INVALID_SOCKET");
     EXPECT_EQ(errno, EADDRINUSE);
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(test::OpenDescriptors(), before);
     EXPECT_EQ(Server::LiveSockets(), live);
 }
 
 TEST(SocketClient, ThrowsTheSystemsMessage) {
-    const auto before = OpenDescriptors();
+    const auto before = test::OpenDescriptors();
     int port;
     {
         Server server;
@@ -200,7 +194,7 @@ TEST(SocketClient, ThrowsTheSystemsMessage) {
             EXPECT_EQ(message, strerror(errno)) << host;
         }
     }
-    EXPECT_EQ(OpenDescriptors(), before);
+    EXPECT_EQ(test::OpenDescriptors(), before);
 }
 
 TEST(SocketSelect, TellsWhichOfItsSocketsCanBeRead) {

@@ -48,6 +48,11 @@ inline std::string ReadText(const std::string& path) {
     return std::string(std::istreambuf_iterator<char>(file), {});
 }
 
+/// \return the number of open descriptors, always one too many.
+inline long OpenDescriptors() {
+    return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
+}
+
 /// Frees the text. \return a copy of it.
 inline std::string TakeOver(char* text) {
     const std::string copy(text);

@@ -191,6 +191,9 @@ TEST(SThread, LeavesAThreadAloneThatHasTheIdOfAJoinedOne) {
         waiter.semaphore.put(1);
         next.Wait();
         EXPECT_TRUE(waiter.woken) << row.message;
+        ASSERT_TRUE(next.Launch(PutOne, &semaphore));
+        next.Wait();
+        EXPECT_EQ(0, errno) << "a thread of its own";
     }
 }
 
