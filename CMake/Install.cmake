@@ -8,6 +8,7 @@ install(FILES ${VYN_HEADERS} DESTINATION ${CMAKE_INSTALL_INCLUDEDIR}/vyn COMPONE
 install(EXPORT vynTargets NAMESPACE vyn:: DESTINATION ${package_dir} COMPONENT dev)
 configure_package_config_file(CMake/vynConfig.cmake.in vynConfig.cmake INSTALL_DESTINATION ${package_dir})
 write_basic_package_version_file(vynConfigVersion.cmake COMPATIBILITY SameMajorVersion)
+install(FILES CMake/vynLanguages.cmake CMake/CheckLanguage.cpp DESTINATION ${package_dir} COMPONENT dev)
 install(FILES ${PROJECT_BINARY_DIR}/vynConfig.cmake ${PROJECT_BINARY_DIR}/vynConfigVersion.cmake
     DESTINATION ${package_dir} COMPONENT dev)
 

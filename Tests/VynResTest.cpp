@@ -9,6 +9,7 @@
 
 #include "Platform.h"
 #include "RunProbe.h"
+#include "VynToolMessages.h"
 
 namespace vyn {
 namespace {
@@ -142,16 +143,6 @@ TEST(ResourceFormat, PutsNumberedArgumentsInTheOrderOfTheText) {
     EXPECT_EQ(text, "1-23456790") << "there is no argument behind the ninth";
 }
 
-// The placeholders of a text. Those of the printf family have a fixed order, the numbered ones have not.
-std::vector<std::string> Placeholders(const std::string& text, bool numbered) {
-    const std::regex placeholder(numbered ? "%[0-9]+" : "%[^%]");
-    std::vector<std::string> found(std::sregex_token_iterator(text.begin(), text.end(), placeholder), {});
-    if (numbered) {
-        std::sort(found.begin(), found.end());
-    }
-    return found;
-}
-
 TEST(Translation, KeepsThePlaceholdersOfEachString) {
     int languages = 0;
     for (const auto& folder :
@@ -159,12 +150,9 @@ TEST(Translation, KeepsThePlaceholdersOfEachString) {
         HINSTANCE handle = VynLoadLibrary((folder.path() / "VYN10_R.DLL").c_str());
         ASSERT_NE(handle, nullptr) << folder.path();
         ++languages;
-        SString english, translated;
-        for (unsigned id = 1; id <= 16; ++id) {
-            ASSERT_EQ(LoadStringA(VynhDllInstance, id, english), 1);
-            ASSERT_EQ(LoadStringA(handle, id, translated), 1) << folder.path() << " " << id;
-            EXPECT_EQ(Placeholders(translated, id >= 15), Placeholders(english, id >= 15)) << translated;
-        }
+        SVector<SString> findings;
+        EXPECT_EQ(VynCheckTranslation(VynGetEnglishMessages(), handle, findings), 0)
+            << folder.path() << " " << findings[0];
         VynUnregisterStringTable(handle);
         VynFreeLibrary(handle);
     }
@@ -192,6 +180,10 @@ TEST(Language, ChoosesTheStrings) {
     } rows[] = {
         {"", english, ""},
         {"DRAVMOOR_STUDIO_LANGUAGE=", english, ""},
+        {"DRAVMOOR_STUDIO_LANGUAGE=x-pseudo",
+         "x-pseudo\n@/opt/locale/x-pseudo\n@/opt/locale/en\n[Fáíléd tó ópén '%s' fór "
+         "wríté.~~~~~~~~~~]\nown\n",
+         ""},
         {"DRAVMOOR_STUDIO_LANGUAGE=de",
          "de\n@/opt/locale/de\n@/opt/locale/en\n'%s' konnte nicht zum Schreiben geöffnet werden.\nother\n",
          ""},

@@ -11,6 +11,7 @@
 #include "SPathName.h"
 #include "Text/Environment_p.h"
 #include "Text/InitOrder_p.h"
+#include "VynToolMessages.h"
 
 namespace vyn {
 
@@ -88,14 +89,9 @@ const char* KeepLocaleDir(SString& kept, const char* language) {
     return kept.c_str();
 }
 
-// Whether a language's name can be that of a folder: it comes from outside and mustn't lead out of `locale/`.
-bool IsFolderName(const SString& language) {
-    return language.find('/') == SString::npos && language.find("..") == SString::npos;
-}
-
 // Loads the resource library `path`; null, with the reason in `error`, when there is none.
 HINSTANCE LoadResourceLibrary(const SPathName& path, SString& error) {
-    if (!IsFolderName(VynGetLocale()) || path.IsEmpty()) {
+    if (!detail::IsFolderName(VynGetLocale()) || path.IsEmpty()) {
         error = "no such language";
         return nullptr;
     }
@@ -112,29 +108,45 @@ HINSTANCE LoadResourceLibrary(const SPathName& path, SString& error) {
     return handle;
 }
 
+constexpr VynMessage englishMessages[] = {
+    {detail::eStrDuringWrite, "%s: during write of %s"},
+    {detail::eStrDuringRead, "%s: during read of %s"},
+    {detail::eStrInputStreamFailed, "Failed to read from input stream while transfering to %s."},
+    {detail::eStrInputStreamBroken, "Internal error in input stream detected while transfering to %s."},
+    {detail::eStrErrorWhileReading, "Error: %s, while reading from file: %s."},
+    {detail::eStrOutputStreamFailed, "Failed to write to output stream while transfering from %s."},
+    {detail::eStrOutputStreamBroken, "Internal error in output stream detected while transfering from %s."},
+    {detail::eStrMyProjects, "My Projects"},
+    {detail::eStrOpenForWriteFailed, "Failed to open '%s' for write."},
+    {detail::eStrOpenForReadFailed, "Failed to open '%s' for read."},
+    {detail::eStrUrnTargetNotFoundPlain, "URN '%s', target location not found: '%s'."},
+    {detail::eStrUrnTargetNotAbsolute, "URN '%s', target location must be an absolute path: '%s'."},
+    {detail::eStrUrnUnknown,
+     "The URN Name '%s' was not found. Please define it in ZEM->Options->General->URNMap."},
+    {detail::eStrUrnAlreadyDefined,
+     "The URN name '%s' is already defined to '%s'. Please check environment variable ZEM_URN_MAP_FILE and "
+     "ZEM->Options->General->URNMap."},
+    {detail::eStrUrnTargetNotFound, "URN '%1', target location not found: '%2'. Error :'%3'."},
+    {detail::eStrInvalidFilter, "The filter '%1' is invalid.\n%2"},
+    {}};
+
+bool IsPseudoLanguage() {
+    return strcmp(VynGetLocale(), detail::kPseudoLanguage) == 0;
+}
+
+// Whether the strings are those that are compiled in.
+bool IsCompiledIn() {
+    return strcmp(VynGetLocale(), detail::kEnglish) == 0 || IsPseudoLanguage();
+}
+
 void InitializeLibResources(HINSTANCE handle) {
     pStringTable = new SStringTable(handle);
-    pStringTable->Add(1, "%s: during write of %s");
-    pStringTable->Add(2, "%s: during read of %s");
-    pStringTable->Add(3, "Failed to read from input stream while transfering to %s.");
-    pStringTable->Add(4, "Internal error in input stream detected while transfering to %s.");
-    pStringTable->Add(5, "Error: %s, while reading from file: %s.");
-    pStringTable->Add(6, "Failed to write to output stream while transfering from %s.");
-    pStringTable->Add(7, "Internal error in output stream detected while transfering from %s.");
-    pStringTable->Add(detail::eStrMyProjects, "My Projects");
-    pStringTable->Add(detail::eStrOpenForWriteFailed, "Failed to open '%s' for write.");
-    pStringTable->Add(detail::eStrOpenForReadFailed, "Failed to open '%s' for read.");
-    pStringTable->Add(11, "URN '%s', target location not found: '%s'.");
-    pStringTable->Add(detail::eStrUrnTargetNotAbsolute,
-                      "URN '%s', target location must be an absolute path: '%s'.");
-    pStringTable->Add(detail::eStrUrnUnknown,
-                      "The URN Name '%s' was not found. Please define it in ZEM->Options->General->URNMap.");
-    pStringTable->Add(detail::eStrUrnAlreadyDefined,
-                      "The URN name '%s' is already defined to '%s'. Please check environment variable "
-                      "ZEM_URN_MAP_FILE and ZEM->Options->General->URNMap.");
-    pStringTable->Add(detail::eStrUrnTargetNotFound,
-                      "URN '%1', target location not found: '%2'. Error :'%3'.");
-    pStringTable->Add(detail::eStrInvalidFilter, "The filter '%1' is invalid.\n%2");
+    for (const VynMessage* message = englishMessages; message->text; ++message) {
+        // Tables keep pointers: the altered texts stay, like the others.
+        const char* text =
+            IsPseudoLanguage() ? (new SString(VynPseudoText(message->text)))->c_str() : message->text;
+        pStringTable->Add(message->id, text);
+    }
 }
 
 // Sets the library's handle while it loads: the address of the one object of this class.
@@ -286,9 +298,17 @@ SString detail::OwnMessage(LibraryString id, std::initializer_list<SString> text
     return message;
 }
 
+bool detail::IsFolderName(const SString& language) {
+    return language.find('/') == SString::npos && language.find("..") == SString::npos;
+}
+
+const VynMessage* VynGetEnglishMessages() {
+    return englishMessages;
+}
+
 const char* VynGetLocale() {
     const char* language = detail::Environment("DRAVMOOR_STUDIO_LANGUAGE");
-    return language && *language ? language : "en";
+    return language && *language ? language : detail::kEnglish;
 }
 
 const char* VynGetLocaleDir() {
@@ -298,7 +318,7 @@ const char* VynGetLocaleDir() {
 
 const char* VynGetDefaultLocaleDir() {
     static auto& directory = *new SString;  // never destroyed: valid to the very end of the process
-    return KeepLocaleDir(directory, "en");
+    return KeepLocaleDir(directory, detail::kEnglish);
 }
 
 int DllMain(void* handle, unsigned long reason, void*) {
@@ -334,7 +354,7 @@ VynHandleResourceDLL::VynHandleResourceDLL(const char* name, void (*install)(HIN
                                << Number(this) << ")" << endl
                                << flush;
     }
-    if (strcmp(VynGetLocale(), "en") == 0) {
+    if (IsCompiledIn()) {
         if (install) {
             install(_vynResourceHandle);
         }

@@ -10,15 +10,29 @@
 
 namespace vyn::detail {
 
+constexpr char kEnglish[] = "en";               // the language that is compiled in
+constexpr char kPseudoLanguage[] = "x-pseudo";  // English, as VynPseudoText alters it
+
+/// \return whether a language's name can be that of a folder: it comes from outside and mustn't lead out of `locale/`.
+bool IsFolderName(const SString& language);
+
 enum LibraryString : unsigned {
-    eStrMyProjects = 8,             // the directory of the user's projects
-    eStrOpenForWriteFailed = 9,     // path
-    eStrOpenForReadFailed = 10,     // path
-    eStrUrnTargetNotAbsolute = 12,  // URN, target
-    eStrUrnUnknown = 13,            // URN
-    eStrUrnAlreadyDefined = 14,     // URN, target
-    eStrUrnTargetNotFound = 15,     // URN, target, error
-    eStrInvalidFilter = 16          // pattern, error
+    eStrDuringWrite = 1,              // whatever failed, path
+    eStrDuringRead = 2,               // whatever failed, path
+    eStrInputStreamFailed = 3,        // path
+    eStrInputStreamBroken = 4,        // path
+    eStrErrorWhileReading = 5,        // error, path
+    eStrOutputStreamFailed = 6,       // path
+    eStrOutputStreamBroken = 7,       // path
+    eStrMyProjects = 8,               // the directory of the user's projects
+    eStrOpenForWriteFailed = 9,       // path
+    eStrOpenForReadFailed = 10,       // path
+    eStrUrnTargetNotFoundPlain = 11,  // URN, target
+    eStrUrnTargetNotAbsolute = 12,    // URN, target
+    eStrUrnUnknown = 13,              // URN
+    eStrUrnAlreadyDefined = 14,       // URN, target
+    eStrUrnTargetNotFound = 15,       // URN, target, error
+    eStrInvalidFilter = 16            // pattern, error
 };
 
 /// \return the string \p id with each "%s" replaced by the next of \p texts, and "%1" to "%9" by the one of that
