@@ -22,7 +22,7 @@ TEST(SFmt, FillsPlaceholdersInTheOrderOfTheirNumbers) {
         {"%1", {"%2", "x"}, "x", {}},
         {"%1", {nullptr, "x"}, "x", {"NULL TCHAR* parameter %1"}},
         {"%% %a %", {}, "%% %a %", {}},
-        {"%1 %2", {}, "%1 %2", {"actual parameter missing %1 %2", "actual parameter missing %1 %2"}},
+        {"%0 %9", {}, "%0 %9", {"actual parameter missing %0 %9", "actual parameter missing %0 %9"}},
         {nullptr, {}, "", {}},
     };
     for (const auto& row : rows) {

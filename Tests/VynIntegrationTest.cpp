@@ -22,11 +22,5 @@ TEST(ReqixUri, LosesAllItsParameters) {
     }
 }
 
-TEST(Reqix, IsNeverInstalled) {
-    EXPECT_FALSE(VynIsReqixIntegrationInstalled());
-    EXPECT_FALSE(VynIsReqixIntegrationInstalled());
-    EXPECT_EQ(GetReqixIntegraionKey() + GetIntegrationKey(), "REQIXKey\\Integration");
-}
-
 }  // namespace
 }  // namespace vyn

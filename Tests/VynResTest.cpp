@@ -80,19 +80,6 @@ TEST(LoadString, ReportsOnlyFromTheFormForMessages) {
     EXPECT_EQ(text, "before");
 }
 
-TEST(LoadString, BringsTextOfAnyLengthBackWhole) {
-    SStringTable table(module);
-    VynDllHrscState current(module);
-    for (int length : {0, 508, 509, 1000}) {
-        const std::string text(static_cast<size_t>(length), 'x');
-        table.Add(1, text.c_str());
-        SString loaded("?");
-        EXPECT_EQ(loaded.LoadStringA(1), 1);
-        EXPECT_EQ(loaded, text);
-        EXPECT_EQ(VynLoadString(module, 1, loaded), length);
-    }
-}
-
 TEST(ResourceHandle, ComesBackInReverseOrder) {
     const HINSTANCE before = VynGetResourceHandle();
     {

@@ -24,16 +24,6 @@ public:
     SStatus m_eStatus;
 };
 
-TEST(Numbers, AreInclusiveAtBothEnds) {
-    EXPECT_TRUE(IsIDInRange(5, 5, 5));
-    EXPECT_FALSE(IsIDInRange(10, 5, 9));
-    EXPECT_TRUE(IsRangeContained(1, 5, 1, 5));
-    EXPECT_FALSE(IsRangeContained(1, 6, 1, 5));
-    EXPECT_TRUE(DoRangesOverlap(1, 5, 5, 9));
-    EXPECT_TRUE(DoRangesOverlap(1, 9, 2, 3));
-    EXPECT_FALSE(DoRangesOverlap(1, 5, 6, 9));
-}
-
 TEST(Range, MayShareItsBaseButNoOtherNumber) {
     const struct {
         const char* prefix;
