@@ -711,7 +711,6 @@ private:
     friend SavePreview PreviewSave(COptionFile& file, const char* path);
 
     bool CanBeWritten() const;
-    bool Replay(CIncrSaveContext& context, const std::string& oldText);
     bool Merge(std::string text);
     int MakeText(const std::string* oldText, std::string& newText);
 

@@ -270,13 +270,48 @@ TEST_F(RgFileTest, PlainKeysKnowNoParent) {
     delete key;
 }
 
+TEST_F(RgFileTest, LeavesOutSectionsWhoseNameNoHeadingHolds) {
+    for (const char* name : {"", " a", "\ta", "a]", "a/b"}) {
+        CRgFile file;
+        for (const char* parent : {"first", "second"}) {
+            CRgKey* key = file.CreateKey(parent, nullptr, nullptr)->CreateKey(name, nullptr);
+            key->CreateValue("x", CRgValue::eText, "1", nullptr);
+            key->CreateKey("below", nullptr)->CreateValue("x", CRgValue::eText, "1", nullptr);
+        }
+        file.SetValue("second/z", "x", "2");
+        test::Reports reports;
+        EXPECT_EQ(file.Save(Path().c_str()), EILSEQ) << name;
+        EXPECT_EQ(std::count(reports.text.begin(), reports.text.end(), '\n'), 1) << reports.text;
+        EXPECT_EQ(ReadText(Path()), "\n[second/z]\n\n\"x\"=\"2\" \n") << name;
+    }
+}
+
+TEST_F(RgFileTest, RenamedValueIsFoundByTheNameItCameWith) {
+    CDefRgKey key("");
+    key.CreateValue("a", CRgValue::eText, "loaded", nullptr);
+    key.AddValue(new CDefRgValue("b", CRgValue::eText, "added"));
+    for (const char* name : {"a", "b"}) {
+        void* pos = key.GetFirstValuePosition();
+        CRgValue* value = key.GetNextValue(pos);
+        value->SetName("c");
+        EXPECT_EQ(key.FindValue("c"), nullptr);
+        EXPECT_EQ(key.FindValue(name), value);
+        EXPECT_EQ(key.RemoveValue(value), 1);
+        EXPECT_EQ(key.FindValue(name), nullptr);
+        delete value;
+    }
+}
+
 TEST_F(RgFileTest, DeepTreeNeedsNoDeepStack) {
     std::string text = "[a";
     for (int i = 0; i < 300000; ++i) {
         text += "/a";
     }
+    text = "\n" + text + "]\n\n\"x\"=\"1\" \n";
     CRgFile file;
-    EXPECT_EQ(file.Load(Write(text + "]\"x\"=1")), 0);
+    EXPECT_EQ(file.Load(Write(text)), 0);
+    EXPECT_EQ(file.Save(Path("saved").c_str()), 0);
+    EXPECT_EQ(ReadText(Path("saved")), text);
     file.GetKeyRoot()->Empty();
     EXPECT_EQ(file.GetKeyRoot()->GetKeyCount(), 0);
 }

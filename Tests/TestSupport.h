@@ -1,7 +1,7 @@
 #pragma once
 
 /// \file
-/// What tests share: a directory of their own, whole files as text, texts to free, a full system,
+/// What tests share: a directory of their own, whole files as text, texts to free, what arrives on vynerr, a full system,
 /// signals that interrupt.
 
 #include <sys/resource.h>
@@ -15,6 +15,9 @@
 #include <functional>
 #include <iterator>
 #include <string>
+
+#include "VynErrOut.h"
+#include "ZemAPICommon.h"
 
 namespace vyn::test {
 
@@ -59,6 +62,18 @@ inline std::string TakeOver(char* text) {
     free(text);
     return copy;
 }
+
+/// Gathers what arrives on vynerr.
+struct Reports : k4::IMessageOutputHandler {
+    Reports() { vynerr.PushOutput(this); }
+    ~Reports() override { vynerr.PopOutput(); }
+    bool OnMessage(const std::string& message) override {
+        text += message;
+        return true;
+    }
+    void OnFlush() override {}
+    std::string text;
+};
 
 /// Lets no file grow beyond a number of bytes, as on a full disk, while the object lives.
 class FullDisk {

@@ -1,34 +1,23 @@
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
 #include <sys/stat.h>
-#include <sys/wait.h>
 
+#include <atomic>
 #include <cerrno>
 #include <map>
 #include <random>
+#include <thread>
 #include <vector>
 
 #include "TestSupport.h"
-#include "VynErrOut.h"
 #include "VynOption.h"
 #include "VynOptionTables.h"
-#include "ZemAPICommon.h"
 
 namespace vyn {
 namespace {
 
 using namespace test;
-
-// Gathers what arrives on vynerr.
-struct Reports : k4::IMessageOutputHandler {
-    Reports() { vynerr.PushOutput(this); }
-    ~Reports() override { vynerr.PopOutput(); }
-    bool OnMessage(const std::string& message) override {
-        text += message;
-        return true;
-    }
-    void OnFlush() override {}
-    std::string text;
-};
 
 class IncrementalSave : public testing::Test {
 protected:
@@ -259,16 +248,6 @@ TEST_F(IncrementalSave, ReportsWhatCannotBeWritten) {
     EXPECT_EQ(file->Save("/dev/null"), EINVAL);
 }
 
-TEST_F(IncrementalSave, KeepsThePermissionsOfTheFile) {
-    Manager manager;
-    WriteText(m_path, "[Editor]\"Name\"=\"n\"");
-    ASSERT_EQ(chmod(m_path.c_str(), 0600), 0);
-    ASSERT_EQ(manager.Load(m_path.c_str())->Save(nullptr), 0);
-    struct stat status;
-    ASSERT_EQ(stat(m_path.c_str(), &status), 0);
-    EXPECT_EQ(status.st_mode & 07777, 0600u);
-}
-
 // Makes a file of `text`, loads it, sets options, and saves.
 struct Tool : Manager {
     Tool(const std::string& path, const std::string& text) {
@@ -278,6 +257,120 @@ struct Tool : Manager {
     int Save() { return file->Save(nullptr); }
     COptionFile* file;
 };
+
+int SavePlainly(COptionFile& file) {
+    return file.CRgFile::Save(nullptr);
+}
+int SaveOver(COptionFile& file) {
+    return file.Save(nullptr);
+}
+int SaveBeside(COptionFile& file) {
+    return file.SaveAs(nullptr);
+}
+
+TEST_F(IncrementalSave, KeepsOwnerAndPermissionsOrSaysWhyNot) {
+    constexpr uid_t kNobody = 65534;
+    const uid_t us = geteuid();
+    const gid_t group = getegid();
+    const struct {
+        const char* what;
+        uid_t user, directoryOwner;
+        mode_t directoryMode;
+        uid_t owner;
+        gid_t group, newGroup;
+        mode_t mode, newMode;
+        int (*save)(COptionFile& file);
+        int status;
+    } rows[] = {
+        {"one's own", us, us, 0755, us, group, group, 0604, 0604, SaveOver, 0},
+        {"another's", us, us, 0755, 12345, 12346, 12346, 0640, 0640, SaveOver, 0},
+        {"of a group one isn't in", kNobody, us, 0777, kNobody, 12346, group, 0674, 0644, SaveOver, 0},
+        {"not to be replaced", kNobody, 12345, 01777, 12346, group, group, 0666, 0666, SaveOver, 0},
+        {"not to be replaced", kNobody, 12345, 01777, 12346, group, group, 0666, 0666, SaveBeside, EPERM},
+        {"read-only", kNobody, us, 0777, 12346, group, group, 0444, 0444, SaveOver, EACCES},
+        {"read-only", kNobody, us, 0777, 12346, group, group, 0444, 0444, SavePlainly, EACCES},
+    };
+    for (const auto& row : rows) {
+        if (us != 0 && row.directoryOwner + row.owner + row.user != 3 * us) {
+            continue;  // only root can give files away
+        }
+        Tool tool(m_path, "[Editor]\"Wrap\"=\"a somewhat longer text\"");
+        tool.SetValue("Editor", "Wrap", "false");
+        ASSERT_EQ(chown(m_path.c_str(), row.owner, row.group) + chmod(m_path.c_str(), row.mode), 0);
+        ASSERT_EQ(chown(m_directory.Path().c_str(), row.directoryOwner, group), 0);
+        ASSERT_EQ(chmod(m_directory.Path().c_str(), row.directoryMode), 0);
+        ASSERT_EQ(seteuid(row.user), 0);
+        EXPECT_EQ(row.save(*tool.file), row.status) << row.what;
+        ASSERT_EQ(seteuid(us), 0);
+        EXPECT_EQ(ReadText(m_path) == "\n[Editor]\n\n\"Wrap\"=\"false\" \n", row.status == 0) << row.what;
+        EXPECT_FALSE(std::filesystem::exists(m_path + "~")) << row.what;
+        struct stat now;
+        ASSERT_EQ(stat(m_path.c_str(), &now), 0);
+        EXPECT_EQ(std::tie(now.st_uid, now.st_gid), std::tie(row.owner, row.newGroup)) << row.what;
+        EXPECT_EQ(now.st_mode & 07777, row.newMode) << row.what;
+    }
+}
+
+TEST_F(IncrementalSave, FullDiskLeavesTheOldText) {
+    for (const auto save : {SaveOver, SaveBeside, SavePlainly}) {
+        for (const std::string old : {"", "[Editor]\"Wrap\"=\"true\""}) {
+            Tool tool(m_path, old);
+            tool.SetValue("Editor", "Wrap", std::string(60000, 'x').c_str());
+            tool.file->SetModifiedFlag(1);
+            if (old.empty()) {
+                std::filesystem::remove(m_path);
+            }
+            {
+                const FullDisk full(20000);
+                EXPECT_EQ(save(*tool.file), EFBIG);
+            }
+            EXPECT_EQ(std::filesystem::exists(m_path), !old.empty());
+            EXPECT_EQ(ReadText(m_path), old);
+            EXPECT_FALSE(std::filesystem::exists(m_path + "~"));
+            EXPECT_EQ(tool.file->IsModified(), 1);
+            EXPECT_EQ(save(*tool.file), 0);
+            EXPECT_EQ(ReadText(m_path).size(), 60000 + strlen("\n[Editor]\n\n\"Wrap\"=\"\" \n"));
+        }
+    }
+}
+
+TEST_F(IncrementalSave, WaitsForAnotherOneInTheDirectory) {
+    Tool tool(m_path, "");
+    tool.SetValue("Editor", "Wrap", "false");
+    const int directory = open(m_directory.Path().c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(directory, LOCK_EX), 0);
+    std::atomic<bool> released{false};
+    std::thread other([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(300));
+        EXPECT_EQ(ReadText(m_path), "");
+        released = true;
+        close(directory);
+    });
+    EXPECT_EQ(tool.Save(), 0);
+    EXPECT_TRUE(released);
+    other.join();
+}
+
+TEST_F(IncrementalSave, LeavesOutCategoriesWhoseNameNoHeadingHolds) {
+    const COption rows[] = {{"x", 1, "", 0, 0}};
+    const COptionSet set = {"Odd", rows, 1, nullptr};
+    for (const char* name : {"", " odd", "o]d"}) {
+        const CCategory below = {"Below", nullptr, 0, &set};
+        const CCategory* const sub[] = {&below};
+        const CCategory odd = {name, sub, 1, &set};
+        Tool tool(m_path, "");
+        tool.AddCategory(&odd);
+        for (const char* key : {"", "Below"}) {
+            CRgKey* made = tool.file->GetKeyRoot()->CreateKey(name, nullptr);
+            (*key ? made->CreateKey(key, nullptr) : made)->CreateValue("x", CRgValue::eText, "1", nullptr);
+        }
+        tool.SetValue("Build", "Target", "new");
+        Reports reports;
+        EXPECT_EQ(tool.Save(), EILSEQ) << name;
+        EXPECT_EQ(std::count(reports.text.begin(), reports.text.end(), '\n'), 1) << reports.text;
+        EXPECT_EQ(ReadText(m_path), "\n[Build]\n\n\"Target\"=\"new\" \n") << name;
+    }
+}
 
 TEST_F(IncrementalSave, WhatCannotBeStoredKeepsItsOldLine) {
     Tool tool(m_path, "[Editor]\"Name\"=\"n\"[Build]\"Target\"=\"t\"");
@@ -326,7 +419,8 @@ TEST_F(IncrementalSave, FollowsLinksToTheFileAndNoneToTheTemporaryOne) {
     const std::string stranger = m_directory / "stranger";
     WriteText(stranger, "mine");
     Tool tool(target, "");
-    std::filesystem::create_symlink(target, m_path);
+    std::filesystem::create_symlink("link2", m_path);
+    std::filesystem::create_symlink(target, m_directory / "link2");
     std::filesystem::create_symlink(stranger, m_path + "~");
     tool.SetValue("Editor", "Name", "n");
     EXPECT_EQ(tool.file->Save(m_path.c_str()), 0);
@@ -400,6 +494,9 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
     EXPECT_EQ(conflicts, "Editor/Owner Editor/Wrap ");
     ASSERT_EQ(ours.Save(), 0);
     EXPECT_TRUE(ours.file->GetSaveConflicts().empty()) << "what was saved is no longer a change";
+    WriteText(m_path + "2", "[Editor]\"Name\"=\"of an old copy\"");
+    ASSERT_EQ(ours.file->SaveAs((m_path + "2").c_str()), 0);
+    EXPECT_EQ(ReadText(m_path + "2"), ReadText(m_path)) << "another file isn't merged";
 }
 
 // Random files with repeated sections and values, headings with attributes and unknown entries.

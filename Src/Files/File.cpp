@@ -270,7 +270,9 @@ int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces, D
     const auto end = static_cast<off_t>(size);
     int error = 0;
     if (size > old.size()) {
-        error = posix_fallocate(file.Get(), 0, end);
+        do {
+            error = posix_fallocate(file.Get(), 0, end);
+        } while (error == EINTR);
     }
     if (error == 0) {
         error = WriteAll(file.Get(), pieces);

@@ -46,8 +46,8 @@ bool IsBelow(const char* path, const char* directory) {
     return file && top && strncmp(file.get(), top.get(), length) == 0 && file.get()[length] == '/';
 }
 
-// A file of the user's that was read to its end and is malformed gives way to an empty one, and is kept beside it under the name followed by
-// ".bad", or ".bad2" and so on when there is such a file already.
+// A file of the user's that was read to its end and is malformed gives way to an empty one, and is kept beside it under
+// the name followed by ".bad", or ".bad2" and so on when there is such a file already.
 bool ReplaceByEmptyFile(const SPathName& path, const SPathName& userDirectory) {
     std::string text;
     if (detail::ReadFile(path.c_str(), text) != 0) {

@@ -43,8 +43,8 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
     if (path.empty()) {
         return 1;
     }
-    if (access(path.c_str(), W_OK) != 0 && errno != ENOENT) {
-        return errno;
+    if (const int error = detail::CheckWritable(path.c_str())) {
+        return error;
     }
     detail::FileReplacement replacement(path.c_str());
     if (const int error = replacement.Lock()) {
@@ -62,7 +62,10 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
 
     CIncrSaveContext context(static_cast<COptRgKey*>(m_pRoot));
     context.m_bNewFile = isNew;
-    if (!isNew && !Replay(context, oldText)) {
+    // Only of its own file memory knows what has changed since the load.
+    const bool merges = path == m_strPath && m_pManager->IsMergingSaves();
+    if (!isNew && ((merges && !Merge(oldText)) || context.Replay(oldText, m_bContentLost) != 0)) {
+        LoseContent();
         return 1;
     }
     context.FlushUnsavedKeys();
@@ -114,16 +117,6 @@ bool COptionFile::CanBeWritten() const {
     }
     const SString directory(SPathName(m_strPath).GetDirectory());
     return m_bPersonal && errno == ENOENT && access(directory.empty() ? "." : directory.c_str(), W_OK) == 0;
-}
-
-// Makes the new text of the old one. False when that is malformed, which empties the tree.
-bool COptionFile::Replay(CIncrSaveContext& context, const std::string& oldText) {
-    bool isSound = !m_pManager->IsMergingSaves() || Merge(oldText);
-    isSound = isSound && context.Replay(oldText, m_bContentLost) == 0;
-    if (!isSound) {
-        LoseContent();
-    }
-    return isSound;
 }
 
 int COptionFile::SetModifiedFlag(int flag) {

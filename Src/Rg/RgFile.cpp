@@ -84,6 +84,9 @@ int CRgFile::Save(const char* path) {
     if (!*path) {
         return 1;
     }
+    if (const int error = detail::CheckWritable(path)) {
+        return error;
+    }
     char* text = nullptr;
     size_t size = 0;
     FILE* file = open_memstream(&text, &size);

@@ -159,7 +159,7 @@ bool DumpTree(FILE* file, const CRgKey& root, const char* parentPath) {
         const CRgKey* key = level.key->GetNextKey(level.pos);
         if (key->IsOfOwnClass()) {
             enter(*key, false, level.isWritable);
-        } else {
+        } else if (level.isWritable) {
             key->Dump(file, path.c_str());
         }
     }
