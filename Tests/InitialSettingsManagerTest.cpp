@@ -96,14 +96,20 @@ TEST_F(PredefinedFiles, MalformedOnesGiveWayToEmptyOnes) {
 TEST_F(PredefinedFiles, LeaveAloneWhatIsNotTheUsersOrCannotBeRead) {
     const std::string profile = m_directory / ".profile";
     WriteText(profile, "alias l=ls");
-    WriteText(m_shared + "/company.zop", "[Editor] stray");
+    const std::string beside = m_user + "2/x.zop";
+    std::filesystem::create_directory(m_user + "2");
+    for (const std::string& path : {beside, m_shared + "/company.zop"}) {
+        WriteText(path, "[Editor] stray");
+    }
     std::filesystem::create_directory(m_user + "/dir.zop");
-    WriteList("dir.zop;" + m_user + "/../../../.profile;company.zop");
+    WriteList("dir.zop;" + m_user + "/../../../.profile;company.zop;" + beside);
     Manager manager;
     manager.LoadPredefinedOptionFiles();
     EXPECT_EQ(Stack(manager), "");
     EXPECT_EQ(ReadText(profile), "alias l=ls");
-    EXPECT_EQ(ReadText(m_shared + "/company.zop"), "[Editor] stray");
+    for (const std::string& path : {beside, m_shared + "/company.zop"}) {
+        EXPECT_EQ(ReadText(path), "[Editor] stray") << path;
+    }
     EXPECT_TRUE(std::filesystem::is_directory(m_user + "/dir.zop"));
 }
 
@@ -136,10 +142,11 @@ TEST_F(PredefinedFiles, AreAddedByTheVirtualOperation) {
         }
         std::string names;
     };
+    WriteText(m_user + "/user.zop", "[Editor]");
     Recorder manager;
     manager.LoadPredefinedOptionFiles();
-    EXPECT_EQ(manager.names, "user.zop user.zop company.zop company.zop ")
-        << "each is tried again when empty";
+    EXPECT_EQ(manager.names, "user.zop company.zop company.zop ") << "one is tried again when empty";
+    EXPECT_EQ(ReadText(m_user + "/user.zop"), "[Editor]") << "a sound one isn't set aside";
 }
 
 TEST(OptionDescriptionList, FitsWithOneHit) {

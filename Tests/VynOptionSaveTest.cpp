@@ -129,6 +129,10 @@ TEST_F(IncrementalSave, WritesAValueOfRepeatedEntriesOnce) {
 }
 
 TEST_F(IncrementalSave, QuotesWhatWouldNotReadBackBare) {
+    EXPECT_EQ(Save("\n[Editor]\n\n\"Width\"=\"5\" \n\"Name\"=\"n\" \n",
+                   [](Manager&, COptionFile& file) { file.SetRedefineFlag("Editor", "Name", "", 1); }),
+              "\n[Editor]\n\n\"Width\"=5 \n\"Name\"=\"n\" (\"fixed\"=\"true\" )\n")
+        << "the old line has the text, but not the form";
     const struct {
         const char* value;
         const char* written;
@@ -144,14 +148,16 @@ TEST_F(IncrementalSave, QuotesWhatWouldNotReadBackBare) {
     }
 }
 
-TEST_F(IncrementalSave, LeavesOutHeadingAttributesThatNoHeadingCanHold) {
-    EXPECT_EQ(Save("[Build]\"Target\"=\"t\"",
+TEST_F(IncrementalSave, WritesHeadingAttributesOnceAndOnlyWhatAHeadingCanHold) {
+    EXPECT_EQ(Save("[Build]\"Target\"=\"t\"[Build]\"x\"=\"1\"",
                    [](Manager& manager, COptionFile& file) {
+                       file.CreateKey("Build", "of", "memory");
                        file.CreateKey("Editor", "a", "")->CreateValue("Name", CRgValue::eText, "n", nullptr);
                        manager.SetValue("Editor/Text", "Font", "f");
                        file.CreateKey("Editor/Text", "k", "v");
                    }),
-              "\n[Build]\n\n\"Target\"=\"t\" \n\n[Editor]\n\n\"Name\"=\"n\" \n"
+              "\n[Build] (of=memory)\n\n\"Target\"=\"t\" \n\n[Build]\n\n\"x\"=\"1\" "
+              "\n\n[Editor]\n\n\"Name\"=\"n\" \n"
               "\n[Editor/Text] (k=v)\n\n\"Font\"=\"f\" \n");
 }
 
@@ -375,7 +381,7 @@ TEST_F(IncrementalSave, LeavesOutCategoriesWhoseNameNoHeadingHolds) {
 TEST_F(IncrementalSave, WhatCannotBeStoredKeepsItsOldLine) {
     Tool tool(m_path, "[Editor]\"Name\"=\"n\"[Build]\"Target\"=\"t\"");
     tool.SetValue("Editor", "Name", "a \"word\"");
-    tool.SetValue("Editor", "Owner", "\"");
+    tool.file->SetAttributeValue("Editor", "Owner", "o", "a", "\"");
     tool.SetValue("Build", "Target", "new");
     tool.file->SetModifiedFlag(1);
     Reports reports;
@@ -385,10 +391,11 @@ TEST_F(IncrementalSave, WhatCannotBeStoredKeepsItsOldLine) {
     EXPECT_EQ(tool.file->IsModified(), 1);
     EXPECT_STREQ(tool.GetValue("Editor", "Name"), "a \"word\"");
     tool.SetValue("Editor", "Name", "word");
-    tool.SetValue("Editor", "Owner", "o");
+    tool.file->SetAttributeValue("Editor", "Owner", "", "a", "b");
     EXPECT_EQ(tool.Save(), 0);
     EXPECT_EQ(ReadText(m_path),
-              "\n[Editor]\n\n\"Name\"=\"word\" \n\"Owner\"=\"o\" \n\n[Build]\n\n\"Target\"=\"new\" \n");
+              "\n[Editor]\n\n\"Name\"=\"word\" \n\"Owner\"=\"o\" (\"a\"=\"b\" "
+              ")\n\n[Build]\n\n\"Target\"=\"new\" \n");
 }
 
 TEST_F(IncrementalSave, RefusesAFileThatIsNoOptionFile) {
@@ -405,12 +412,15 @@ TEST_F(IncrementalSave, RefusesAFileThatIsNoOptionFile) {
 TEST_F(IncrementalSave, TouchesTheFileOnlyForAChange) {
     Tool tool(m_path, "\n[Editor]\n\n\"Name\"=\"n\" \n");
     WriteText(m_path + "~", "left by a killed process");
-    struct stat before;
-    struct stat after;
-    ASSERT_EQ(stat(m_path.c_str(), &before), 0);
-    EXPECT_EQ(tool.Save(), 0);
-    ASSERT_EQ(stat(m_path.c_str(), &after), 0);
-    EXPECT_EQ(before.st_ino, after.st_ino);
+    const int old = open(m_path.c_str(), O_RDONLY);
+    for (const auto save : {SaveOver, SaveBeside, SavePlainly}) {
+        EXPECT_EQ(save(*tool.file), 0);
+        struct stat before;
+        struct stat after;
+        ASSERT_EQ(fstat(old, &before) + stat(m_path.c_str(), &after), 0);
+        EXPECT_EQ(before.st_ino, after.st_ino);
+    }
+    close(old);
     EXPECT_FALSE(std::filesystem::exists(m_path + "~"));
 }
 
@@ -463,39 +473,88 @@ TEST_F(IncrementalSave, FailedLoadCostsNothingOfTheFile) {
         file->SetValue("Editor", "Wrap", "false");
         EXPECT_EQ(file->Save(nullptr), 0) << row.what;
         EXPECT_EQ(ReadText(m_path), withWrap) << row.what;
+        EXPECT_EQ(file->Load(m_path.c_str()), 0);
+        manager.SetValue("Editor", "Wrap", "true");
+        EXPECT_EQ(file->Save(nullptr), 0);
+        EXPECT_EQ(ReadText(m_path), text) << row.what << ": memory knows the file again";
     }
 }
 
 TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
-    const std::string text =
-        "\n[Editor]\n\n\"Name\"=\"n\" \n\"Owner\"=\"o\" \n\"Wrap\"=\"w\" \n\n[Build]\n\n\"Target\"=\"t\" \n";
-    Tool ours(m_path, text);
-    Tool theirs(m_path, text);
-    ours.SetMergingSaves(1);
-    theirs.SetValue("Editor", "Name", "theirs");      // changed there alone
-    theirs.SetValue("Editor", "Wrap", "true");        // removed there, changed here
-    theirs.SetValue("Editor/Text", "Font", "Serif");  // new there
-    theirs.SetValue("Editor", "Owner", "p");          // changed there, removed here
-    theirs.SetValue("Build", "Target", "all");        // removed there alone
-    ASSERT_EQ(theirs.Save(), 0);
-    ours.SetValue("Editor", "Wrap", "x");
-    ours.SetValue("Editor", "Owner", "nobody");
-    ours.SetIntValue("Editor", "Width", 5);
-    ASSERT_EQ(ours.Save(), 0);
-    EXPECT_EQ(ReadText(m_path),
-              "\n[Editor]\n\n\"Name\"=\"theirs\" \n\"Wrap\"=\"x\" \n\"Width\"=5 \n"
-              "\n[Editor/Text]\n\n\"Font\"=\"Serif\" \n");
-    EXPECT_STREQ(ours.GetValue("Editor/Text", "Font"), "Serif");
-    EXPECT_STREQ(ours.GetValue("Build", "Target"), "all");
-    std::string conflicts;
-    for (const SString& address : ours.file->GetSaveConflicts()) {
-        conflicts += address + " ";
+    // Each letter is a step: a text for the option, `-` takes it out, `!` fixes it, `0` resets the file, `R` loads
+    // it again, `S` saves it and `C` saves a copy.
+    const auto act = [&](Tool& tool, const std::string& steps) {
+        for (const char step : steps) {
+            switch (step) {
+                case '!':
+                    tool.file->SetRedefineFlag("Editor", "Name", "", 1);
+                    break;
+                case '0':
+                    tool.file->Reset();
+                    break;
+                case 'R':
+                    EXPECT_EQ(tool.file->Load(m_path.c_str()), 0);
+                    break;
+                case 'S':
+                    EXPECT_EQ(tool.Save(), 0);
+                    break;
+                case 'C':
+                    EXPECT_EQ(tool.file->Save((m_path + "2").c_str()), 0);
+                    break;
+                default:
+                    tool.SetValue("Editor", "Name", step == '-' ? "editor" : std::string(1, step).c_str());
+            }
+        }
+    };
+    const std::string plain = "\"n\" ", open = "\"n\" (\"fixed\"=\"false\" )",
+                      fixed = "\"n\" (\"fixed\"=\"true\" )";
+    const struct {
+        std::string old;
+        const char* ours;
+        const char* theirs;
+        std::string text;  // "" when the value is gone
+        bool isConflict;
+    } rows[] = {
+        {plain, "", "x", "\"x\" ", false},   {plain, "x", "", "\"x\" ", false},
+        {plain, "x", "y", "\"x\" ", true},   {plain, "x", "x", "\"x\" ", false},
+        {plain, "-", "", "", false},         {plain, "-", "x", "", true},
+        {plain, "", "-", "", false},         {plain, "x", "-", "\"x\" ", true},
+        {plain, "!", "", fixed, false},      {plain, "", "!", fixed, false},
+        {open, "!", "", fixed, false},       {open, "", "!", fixed, false},
+        {plain, "0", "", "", false},         {plain, "-R", "x", "\"x\" ", false},
+        {plain, "-S", "x", "\"x\" ", false}, {plain, "xS", "y", "\"y\" ", false},
+        {plain, "xC", "y", "\"x\" ", true},
+    };
+    const auto text = [](const std::string& value) { return "\n[Editor]\n\n\"Name\"=" + value + "\n"; };
+    for (const auto& row : rows) {
+        const std::string what = std::string(row.ours) + " and " + row.theirs;
+        Tool ours(m_path, text(row.old));
+        Tool theirs(m_path, text(row.old));
+        ours.SetMergingSaves(1);
+        act(ours, row.ours);
+        act(theirs, std::string(row.theirs) + "S");
+        ASSERT_EQ(ours.Save(), 0);
+        std::string saved = ReadText(m_path);
+        EXPECT_EQ(saved.find("Name") == std::string::npos ? "" : saved,
+                  row.text.empty() ? "" : text(row.text))
+            << what;
+        const SVector<SString>& conflicts = ours.file->GetSaveConflicts();
+        EXPECT_EQ(conflicts.empty() ? "" : conflicts[0], row.isConflict ? "Editor/Name" : "") << what;
+        ASSERT_EQ(ours.Save(), 0);
+        EXPECT_TRUE(ours.file->GetSaveConflicts().empty())
+            << what << ": what was saved is no longer a change";
     }
-    EXPECT_EQ(conflicts, "Editor/Owner Editor/Wrap ");
-    ASSERT_EQ(ours.Save(), 0);
-    EXPECT_TRUE(ours.file->GetSaveConflicts().empty()) << "what was saved is no longer a change";
-    WriteText(m_path + "2", "[Editor]\"Name\"=\"of an old copy\"");
-    ASSERT_EQ(ours.file->SaveAs((m_path + "2").c_str()), 0);
+    Tool ours(m_path, text(plain));
+    Tool theirs(m_path, text(plain));
+    ours.SetMergingSaves(1);
+    ours.SetIntValue("Editor", "Width", 5);
+    theirs.SetValue("Editor/Text", "Font", "Serif");
+    act(theirs, "S");
+    act(ours, "S");
+    EXPECT_EQ(ReadText(m_path), text(plain) + "\"Width\"=5 \n\n[Editor/Text]\n\n\"Font\"=\"Serif\" \n");
+    EXPECT_STREQ(ours.GetValue("Editor/Text", "Font"), "Serif");
+    WriteText(m_path + "2", text("\"old copy\" "));
+    act(ours, "C");
     EXPECT_EQ(ReadText(m_path + "2"), ReadText(m_path)) << "another file isn't merged";
 }
 

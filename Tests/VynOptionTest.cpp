@@ -79,6 +79,8 @@ TEST(Category, MergesAManagerAndTakesItOutAgain) {
     const CCategory catNew = {"New", nullptr, 0, &set};
     other.AddCategory(&catOther);
     other.AddCategory(&catNew);
+    manager.RemoveManager(&other);
+    EXPECT_NE(manager.FindOption("Editor/Name"), nullptr) << "nothing was merged yet";
     manager.MergeManager(&other);
     EXPECT_STREQ(manager.FindOption("Editor/Extra")->szDefault, "e");
     EXPECT_STREQ(manager.FindOption("New/Wrap")->szDefault, "false");
@@ -125,6 +127,24 @@ TEST_F(OptionFileTest, LoadKeepsWhatIsDeclared) {
     EXPECT_EQ(key->CreateValue("Other", CRgValue::eText, "x", &attributes), nullptr);
 }
 
+TEST_F(OptionFileTest, ValueIsOfTheLastDeclarationOfItsName) {
+    const COption twice[] = {{"Target", 1, "", 0, 0}, {"Target", 2, "", 0, 0}};
+    const COptionSet setTwice = {"Twice", twice, 2, nullptr};
+    const CCategory table = {"Twice", nullptr, 0, &setTwice};
+    const COptionSet setOnce = {"Once", twice + 1, 1, nullptr};
+    const CCategory merged = {"Build", nullptr, 0, &setOnce};
+    Manager manager;
+    COptionManager other;
+    other.AddCategory(&table);
+    other.AddCategory(&merged);
+    manager.AddCategory(&table);
+    manager.MergeManager(&other);
+    COptionFile* file = Add(manager, "f", "[Twice]\"Target\"=\"1\" [Build]\"Target\"=\"1\"");
+    for (const char* key : {"Twice", "Build"}) {
+        EXPECT_EQ(file->FindKey(key)->FindValue("Target")->GetType(), CRgValue::eBare) << key;
+    }
+}
+
 TEST_F(OptionFileTest, DyingCategoryTakesItsKeysAlong) {
     Manager manager;
     COptionFile* file = Add(manager, "f", "[Editor/Text]\"Font\"=\"A\" [Build]\"Target\"=\"x\"");
@@ -146,7 +166,7 @@ TEST_F(OptionFileTest, EmptiedKeyCanBeRemovedOrDestroyed) {
     file->DestroyKey(editor);
     EXPECT_EQ(file->FindKey("Editor/Text"), text) << "one has a value, the other a subkey";
     file->DestroyKey(text);
-    EXPECT_EQ(editor->GetKeyCount(), 0);
+    EXPECT_EQ(editor->GetKeyCount() + text->GetValueCount(), 0);
     file->RemoveKey(editor);
     EXPECT_EQ(file->FindKey("Editor"), nullptr);
     delete text;
