@@ -8,6 +8,7 @@
 
 #include <cstdio>
 #include <cstdlib>
+#include <filesystem>
 #include <string>
 
 namespace bench {
@@ -54,12 +55,22 @@ inline std::string Text(int values, const char* quote) {
     return text;
 }
 
-/// A file that goes with the object; in memory where the system has such a place, so that the disk isn't
-/// measured.
+/// \return a directory in memory where the system has such a place, so that the disk isn't measured.
+inline const char* MemoryDirectory() {
+    return access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp";
+}
+
+/// \return the directory on the disk that is to be measured: VYN_BENCH_DIR, else that of temporary files.
+inline std::string DiskDirectory() {
+    const char* directory = getenv("VYN_BENCH_DIR");
+    return directory ? directory : std::filesystem::temp_directory_path().string();
+}
+
+/// A file that goes with the object.
 class TemporaryFile {
 public:
-    explicit TemporaryFile(const std::string& text) {
-        m_path = std::string(access("/dev/shm", W_OK) == 0 ? "/dev/shm" : "/tmp") + "/vynbenchXXXXXX";
+    explicit TemporaryFile(const std::string& text, const std::string& directory = MemoryDirectory())
+        : m_path(directory + "/vynbenchXXXXXX") {
         const int fd = mkstemp(&m_path[0]);
         FILE* file = fdopen(fd, "w");
         fwrite(text.data(), 1, text.size(), file);

@@ -1,7 +1,12 @@
-// Looking values up through a stack of three option files, and saving one changed value incrementally. The
+// Looking values up through a stack of three option files, and saving one changed value incrementally: with the default,
+// which waits for the disk, without the wait, and the same by GLib. The saves go to the directory VYN_BENCH_DIR. The
 // counter "per_value" is the time of one value: it should be the same for every size.
 
 #include <benchmark/benchmark.h>
+
+#ifdef VYN_BENCH_GLIB
+#include <glib.h>
+#endif
 
 #include <algorithm>
 #include <deque>
@@ -142,11 +147,12 @@ BENCHMARK(BM_GKeyFileLookupInStack)->ArgsProduct({{100, 2000, 50000}, {eTop, eBo
 
 #endif
 
-void BM_OptionSaveIncrementally(benchmark::State& state) {
+void Save(benchmark::State& state, int synced) {
     const int values = static_cast<int>(state.range(0));
     const Tables tables(values);
-    const bench::TemporaryFile text(bench::Text(values, "\""));
+    const bench::TemporaryFile text(bench::Text(values, "\""), bench::DiskDirectory());
     vyn::COptionManager manager;
+    manager.SetSyncedSaves(synced);
     tables.Declare(manager);
     vyn::COptionFile* file = manager.Load(text.Path());
     int change = 0;
@@ -159,6 +165,38 @@ void BM_OptionSaveIncrementally(benchmark::State& state) {
     }
     bench::PerValue(state);
 }
-BENCHMARK(BM_OptionSaveIncrementally)->Apply(bench::Sizes);
+
+void BM_OptionSaveIncrementally(benchmark::State& state) {
+    Save(state, 1);
+}
+BENCHMARK(BM_OptionSaveIncrementally)->Apply(bench::Sizes)->UseRealTime();
+
+void BM_OptionSaveUnsynced(benchmark::State& state) {
+    Save(state, 0);
+}
+BENCHMARK(BM_OptionSaveUnsynced)->Apply(bench::Sizes)->UseRealTime();
+
+#ifdef VYN_BENCH_GLIB
+
+// Writes beside the file and renames too, and waits for the disk.
+void BM_GKeyFileSave(benchmark::State& state) {
+    const bench::TemporaryFile text(bench::Text(static_cast<int>(state.range(0)), ""),
+                                    bench::DiskDirectory());
+    GKeyFile* file = g_key_file_new();
+    g_key_file_load_from_file(file, text.Path(), G_KEY_FILE_NONE, nullptr);
+    int change = 0;
+    for (auto _ : state) {
+        g_key_file_set_integer(file, bench::Section(0).c_str(), bench::Name(0).c_str(), ++change);
+        if (!g_key_file_save_to_file(file, text.Path(), nullptr)) {
+            state.SkipWithError("save failed");
+            break;
+        }
+    }
+    g_key_file_free(file);
+    bench::PerValue(state);
+}
+BENCHMARK(BM_GKeyFileSave)->Apply(bench::Sizes)->UseRealTime();
+
+#endif
 
 }  // namespace
