@@ -183,8 +183,11 @@ TEST_F(Bridge, PassesTextsAndObjects) {
     EXPECT_EQ(GetString(env, name), text);
     EXPECT_EQ(GetNarrowString(env, name), text);
     EXPECT_EQ(GetString(env, jstring{nullptr}), "");
-    EXPECT_EQ(ConvertEnumToInt(env, Call(element, "getKind", "()Lcom/dravmoor/zem/EElementKind;")), 2);
     EXPECT_EQ(ConvertEnumToInt(env, nullptr), 0);
+    const jobject kind = Call(element, "getKind", "()Lcom/dravmoor/zem/EElementKind;");
+    for (int i = 0; i < 100; ++i) {
+        EXPECT_EQ(ConvertEnumToInt(env, kind), 2) << "with more calls than references fit";
+    }
 }
 
 TEST_F(Bridge, LeavesTheExceptionOfAFailedLookUp) {

@@ -17,7 +17,6 @@ char MsgBuf[1024];
 }  // namespace
 
 void vyn_assert(const char* expression, const char* file, int line) {
-    // Looked up by the overload that leaves the static copy of the other one alone.
     static const bool on = detail::Environment("QZD_ASSERT") != nullptr;
     if (on) {
         vynerr << "Assertion failed: " << expression << ", file " << file << ", line " << line << endl
