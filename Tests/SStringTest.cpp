@@ -123,7 +123,7 @@ TEST(Format, ReturnsTheBoundOfTheScan) {
     ExpectFormat("%ls|%S", "ab|cde", 6, L"ab", L"cde");
     ExpectFormat("%s-%d-%s", "a-1-b", 36, "a", 1, "b");
     ExpectFormat("%5.2s", nullptr, 2, "xyz");
-    ExpectFormat("%.3s%.0s%.2ls", "abcde", 6, unended, unended + 4, L"de");
+    ExpectFormat("%.3s%.0s%.2ls", "abcde", 6, unended, "x", L"de");
     ExpectFormat("%.*s", "xyz", 3, -1, "xyz");
 }
 
