@@ -4,10 +4,6 @@
 
 #include <benchmark/benchmark.h>
 
-#ifdef VYN_BENCH_GLIB
-#include <glib.h>
-#endif
-
 #include <algorithm>
 #include <deque>
 #include <random>

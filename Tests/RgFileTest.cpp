@@ -130,17 +130,6 @@ TEST_F(RgFileTest, LoaderReadsEveryFormToItsEnd) {
     }
 }
 
-TEST_F(RgFileTest, LoaderReadsTokensAcrossItsBlocks) {
-    const std::string longText(100000, 'x');
-    for (size_t pad = 16378; pad <= 16384; ++pad) {
-        std::string log;
-        RecordingKey root("", log);
-        const std::string text = std::string(pad, ' ') + "[ab]\"cd\"=\"" + longText + "\"(\"e\"=12)";
-        ASSERT_EQ(CRgLoader(root).Load(Write(text)), 0) << pad;
-        ASSERT_EQ(Show(root), "(ab(cd=" + longText + "{e=12}))") << pad;
-    }
-}
-
 TEST_F(RgFileTest, LoaderOffersTheAttributesOfARefusedHeading) {
     std::string log;
     RecordingKey root("", log);
@@ -253,9 +242,12 @@ TEST_F(RgFileTest, LongPathElementCountsAsEmpty) {
     const std::string name(255, 'n');
     file.SetValue(("a/" + name).c_str(), "x", "1");
     EXPECT_STREQ(file.GetValue(("a/" + name).c_str(), "x"), "1");
-    errno = 0;
-    EXPECT_EQ(file.GetValue(("a/" + name + "n").c_str(), "x"), nullptr);
-    EXPECT_EQ(errno, EINVAL);
+    file.SetValue("a/", "x", "2");
+    for (int ask = 0; ask < 2; ++ask) {
+        errno = 0;
+        EXPECT_STREQ(file.GetValue(("a/" + name + "n").c_str(), "x"), "2");
+        EXPECT_EQ(errno, EINVAL) << ask;
+    }
 }
 
 TEST_F(RgFileTest, PlainKeysKnowNoParent) {

@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
-#include <cerrno>
 #include <cstring>
 #include <functional>
 #include <memory>
@@ -235,16 +234,6 @@ TEST(Lookup, AsksAKeyOfAForeignClassEachTime) {
     }
     EXPECT_STREQ(file->GetValue("Moving", "Wrap"), "4");
     EXPECT_STREQ(file->GetValue("Moving", "Wrap"), "5");
-}
-
-TEST(Lookup, ReportsAnElementThatIsTooLongEachTime) {
-    CRgFile file;
-    file.SetValue("", "x", "1");
-    for (int i = 0; i < 2; ++i) {
-        errno = 0;
-        EXPECT_STREQ(file.GetValue(std::string(256, 'k').c_str(), "x"), "1") << "it counts as the empty name";
-        EXPECT_EQ(errno, EINVAL);
-    }
 }
 
 // Each round brings a new value, asks for it, and asks again when it is gone.

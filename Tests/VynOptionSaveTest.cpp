@@ -6,6 +6,7 @@
 #include <algorithm>
 #include <atomic>
 #include <cerrno>
+#include <functional>
 #include <map>
 #include <random>
 #include <sstream>
@@ -53,7 +54,7 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
     const struct {
         const char* what;
         const char* old;
-        const char* changes;
+        const char* changes;  // a text that is `!` marks the option as fixed
         const char* text;
     } rows[] = {
         {"unknown entries keep their place", unknown, "", unknown},
@@ -68,6 +69,10 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
         {"the last heading", "[Editor]'Name'='n'[Build](k=v)", "",
          "\n[Editor]\n\n'Name'='n' \n\n[Build] (k=v)\n\n"},
         {"nothing", "", "", ""},
+        {"an old line with the text, but not the form", "\n[Editor]\n\n'Width'='5' \n'Name'='n' \n",
+         "Editor/Name=!", "\n[Editor]\n\n'Width'=5 \n'Name'='n' ('fixed'='true' )\n"},
+        {"a text that wouldn't read back bare", "[Editor]'Width'=1", "Editor/Width=-1;Editor/Width=!",
+         "\n[Editor]\n\n'Width'='-1' ('fixed'='true' )\n"},
         {"the first value goes, the heading stays for the second", "[Editor]'Name'='n''Other'='o'",
          "Editor/Name=editor", "\n[Editor]\n\n'Other'='o' \n"},
         {"headings with attributes stay", styles, "", styles},
@@ -94,37 +99,21 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
     };
     for (const auto& row : rows) {
         EXPECT_EQ(Save(quoted(row.old),
-                       [&](Manager& manager, COptionFile&) {
+                       [&](Manager& manager, COptionFile& file) {
                            std::istringstream changes(row.changes);
                            for (std::string path, text;
                                 getline(changes, path, '=') && getline(changes, text, ';');) {
-                               const size_t slash = path.rfind('/');
-                               manager.SetValue(path.substr(0, slash).c_str(), &path[slash + 1],
-                                                text.c_str());
+                               const std::string key = path.substr(0, path.rfind('/'));
+                               const char* name = &path[key.size() + 1];
+                               if (text == "!") {
+                                   file.SetRedefineFlag(key.c_str(), name, "", 1);
+                               } else {
+                                   manager.SetValue(key.c_str(), name, text.c_str());
+                               }
                            }
                        }),
                   quoted(row.text))
             << row.what;
-    }
-}
-
-TEST_F(IncrementalSave, QuotesWhatWouldNotReadBackBare) {
-    EXPECT_EQ(Save("\n[Editor]\n\n\"Width\"=\"5\" \n\"Name\"=\"n\" \n",
-                   [](Manager&, COptionFile& file) { file.SetRedefineFlag("Editor", "Name", "", 1); }),
-              "\n[Editor]\n\n\"Width\"=5 \n\"Name\"=\"n\" (\"fixed\"=\"true\" )\n")
-        << "the old line has the text, but not the form";
-    const struct {
-        const char* value;
-        const char* written;
-    } rows[] = {{"12", "12"}, {"word", "word"}, {"-1", "\"-1\""}, {"a b", "\"a b\""}, {"", "\"\""}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(Save("[Editor]\"Width\"=1",
-                       [&](Manager& manager, COptionFile& file) {
-                           manager.SetValue("Editor", "Width", row.value);
-                           file.SetRedefineFlag("Editor", "Width", "", 1);
-                       }),
-                  std::string("\n[Editor]\n\n\"Width\"=") + row.written +
-                      " (\"fixed\"=" + (*row.written == '"' ? "\"true\"" : "true") + " )\n");
     }
 }
 
@@ -159,11 +148,9 @@ TEST_F(IncrementalSave, RepeatedValueLeavesTheFileWithItsLastOne) {
     Manager manager;
     WriteText(m_path, "[Editor]\"Name\"=\"1\"\"Name\"=\"2\"\"Owner\"=\"3\"");
     COptionFile* file = manager.Load(m_path.c_str());
-    ASSERT_EQ(file->Save((m_path + "2").c_str()), 0);
-    EXPECT_EQ(ReadText(m_path + "2"), "\n[Editor]\n\n\"Name\"=\"2\" \n\"Owner\"=\"3\" \n");
     manager.SetValue("Editor", "Name", "editor");
-    ASSERT_EQ(file->Save((m_path + "3").c_str()), 0);
-    EXPECT_EQ(ReadText(m_path + "3"), "\n[Editor]\n\n\"Owner\"=\"3\" \n");
+    ASSERT_EQ(file->Save((m_path + "2").c_str()), 0);
+    EXPECT_EQ(ReadText(m_path + "2"), "\n[Editor]\n\n\"Owner\"=\"3\" \n");
     COptionFile other(&manager);
     CRgKey* stranger = other.CreateKey("Editor", nullptr, nullptr);
     EXPECT_EQ(file->GetKeyRoot()->RemoveKey(stranger), 0);
@@ -346,10 +333,9 @@ TEST_F(IncrementalSave, LeavesOutCategoriesWhoseNameNoHeadingHolds) {
         const CCategory odd = {name, sub, 1, &set};
         Tool tool(m_path, "");
         tool.AddCategory(&odd);
-        for (const char* key : {"", "Below"}) {
-            CRgKey* made = tool.file->GetKeyRoot()->CreateKey(name, nullptr);
-            (*key ? made->CreateKey(key, nullptr) : made)->CreateValue("x", CRgValue::eText, "1", nullptr);
-        }
+        CRgKey* key = tool.file->GetKeyRoot()->CreateKey(name, nullptr);
+        key->CreateValue("x", CRgValue::eText, "1", nullptr);
+        key->CreateKey("Below", nullptr)->CreateValue("x", CRgValue::eText, "1", nullptr);
         tool.SetValue("Build", "Target", "new");
         Reports reports;
         EXPECT_EQ(tool.Save(), EILSEQ) << name;
@@ -461,28 +447,22 @@ TEST_F(IncrementalSave, FailedLoadCostsNothingOfTheFile) {
 }
 
 TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
-    // Each letter is a step: a text for the option, `-` takes it out, `!` fixes it, `0` resets the file, `R` loads
-    // it again, `S` saves it and `C` saves a copy.
-    const auto act = [&](Tool& tool, const std::string& steps) {
-        for (const char step : steps) {
-            switch (step) {
-                case '!':
-                    tool.file->SetRedefineFlag("Editor", "Name", "", 1);
-                    break;
-                case '0':
-                    tool.file->Reset();
-                    break;
-                case 'R':
-                    EXPECT_EQ(tool.file->Load(m_path.c_str()), 0);
-                    break;
-                case 'S':
-                    EXPECT_EQ(tool.Save(), 0);
-                    break;
-                case 'C':
-                    EXPECT_EQ(tool.file->Save((m_path + "2").c_str()), 0);
-                    break;
-                default:
-                    tool.SetValue("Editor", "Name", step == '-' ? "editor" : std::string(1, step).c_str());
+    // Each letter is a step; one that isn't here is a text for the option.
+    const std::map<char, std::function<void(Tool&)>> steps = {
+        {'-', [](Tool& tool) { tool.SetValue("Editor", "Name", "editor"); }},  // takes the value out
+        {'!', [](Tool& tool) { tool.file->SetRedefineFlag("Editor", "Name", "", 1); }},
+        {'0', [](Tool& tool) { tool.file->Reset(); }},
+        {'E', [&](Tool&) { WriteText(m_path, ""); }},
+        {'R', [&](Tool& tool) { EXPECT_EQ(tool.file->Load(m_path.c_str()), 0); }},
+        {'S', [](Tool& tool) { EXPECT_EQ(tool.Save(), 0); }},
+        {'C', [&](Tool& tool) { EXPECT_EQ(tool.file->Save((m_path + "2").c_str()), 0); }},
+    };
+    const auto act = [&](Tool& tool, const std::string& letters) {
+        for (const char letter : letters) {
+            if (steps.count(letter)) {
+                steps.at(letter)(tool);
+            } else {
+                tool.SetValue("Editor", "Name", std::string(1, letter).c_str());
             }
         }
     };
@@ -501,7 +481,7 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
         {plain, "", "-", "", false},         {plain, "x", "-", "\"x\" ", true},
         {plain, "!", "", fixed, false},      {plain, "", "!", fixed, false},
         {open, "!", "", fixed, false},       {open, "", "!", fixed, false},
-        {plain, "0", "", "", false},         {plain, "-R", "x", "\"x\" ", false},
+        {plain, "0", "", "", false},         {plain, "-ER", "x", "\"x\" ", false},
         {plain, "-S", "x", "\"x\" ", false}, {plain, "xS", "y", "\"y\" ", false},
         {plain, "xC", "y", "\"x\" ", true},
     };

@@ -188,36 +188,6 @@ TEST_F(OptionFileTest, FixedIsExactlyTrue) {
     EXPECT_STREQ(file->GetValue("Editor/Text", "Font"), "new");
 }
 
-TEST_F(OptionFileTest, StackIsReadFromTheTopUnlessALowerFileIsFixed) {
-    const auto file = [](const char* value, const char* mark) {
-        return std::string("[Editor]\"Name\"=\"") + value + "\"" + mark;
-    };
-    const char* const none = "";
-    const char* const fixed = "(\"fixed\"=\"true\")";
-    const struct {
-        std::string files[3];
-        const char* value;
-        int redefined, editable;
-    } rows[] = {
-        {{"", "", ""}, "editor", 0, 1},
-        {{"", "", file("c", none)}, "c", 1, 1},
-        {{file("", none), "", file("c", none)}, "", 1, 1},
-        {{file("a", none), file("b", fixed), file("c", fixed)}, "c", 1, 0},
-        {{file("a", none), file("b", fixed), file("c", none)}, "b", 1, 0},
-        {{file("a", fixed), file("b", fixed), ""}, "b", 1, 1},
-        {{"", file("b", fixed), ""}, "b", 1, 0},
-    };
-    for (const auto& row : rows) {
-        Manager manager;
-        Add(manager, "a", row.files[0]);
-        Add(manager, "b", row.files[1]);
-        Add(manager, "c", row.files[2]);
-        EXPECT_STREQ(manager.GetValue("Editor", "Name"), row.value);
-        EXPECT_EQ(manager.IsRedefined("Editor", "Name"), row.redefined) << row.value;
-        EXPECT_EQ(manager.IsEditable("Editor", "Name"), row.editable) << row.value;
-    }
-}
-
 TEST_F(OptionFileTest, ChangeIsKeptAsADifferenceFromBelow) {
     Manager manager;
     manager.SetValue("Editor", "Name", "x");
