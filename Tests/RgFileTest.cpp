@@ -282,11 +282,10 @@ TEST_F(RgFileTest, RenamedValueIsFoundByTheNameItCameWith) {
     CDefRgKey key("");
     key.CreateValue("a", CRgValue::eText, "loaded", nullptr);
     key.AddValue(new CDefRgValue("b", CRgValue::eText, "added"));
-    for (const char* name : {"a", "b"}) {
+    for (const auto& [name, newName] : {std::pair("a", "b"), std::pair("b", "c")}) {
         void* pos = key.GetFirstValuePosition();
         CRgValue* value = key.GetNextValue(pos);
-        value->SetName("c");
-        EXPECT_EQ(key.FindValue("c"), nullptr);
+        value->SetName(newName);
         EXPECT_EQ(key.FindValue(name), value);
         EXPECT_EQ(key.RemoveValue(value), 1);
         EXPECT_EQ(key.FindValue(name), nullptr);

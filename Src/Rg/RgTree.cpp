@@ -441,19 +441,14 @@ int CDefRgKey::AddValue(CRgValue* value) {
     return CRgKey::AddValue(value);
 }
 
-// The entry goes that stands under the name of now; a value that was renamed has another one.
+// A value that was renamed goes under the name that it was entered by: another value may have its name of now.
 int CDefRgKey::RemoveValue(CRgValue* value) {
-    IndexValues();
-    CRgValue* entered = FindValue(value->GetName());
-    m_mapValues.RemoveKey(value->GetName());
-    for (void* pos = entered == value ? nullptr : m_mapValues.GetStartPosition(); pos;) {
-        SString name;
+    SString name = value->GetName();
+    CRgValue* entered = FindValue(name.c_str());
+    for (void* pos = entered == value ? nullptr : m_mapValues.GetStartPosition(); pos && entered != value;) {
         m_mapValues.GetNextAssoc(pos, name, entered);
-        if (entered == value) {
-            m_mapValues.RemoveKey(name);
-            break;
-        }
     }
+    m_mapValues.RemoveKey(entered == value ? name : SString(value->GetName()));
     return CRgKey::RemoveValue(value);
 }
 
