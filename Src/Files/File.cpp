@@ -93,11 +93,8 @@ int LockDescriptor(int fd) {
 // members have the rights of all others.
 void TakeOverOwner(int fd, const struct stat& old) {
     struct stat now;
-    if (fstat(fd, &now) != 0) {
-        return;
-    }
     mode_t mode = old.st_mode & 07777;
-    if (now.st_uid != old.st_uid || now.st_gid != old.st_gid) {
+    if (fstat(fd, &now) != 0 || now.st_uid != old.st_uid || now.st_gid != old.st_gid) {
         if (fchown(fd, old.st_uid, old.st_gid) != 0 && fchown(fd, static_cast<uid_t>(-1), old.st_gid) != 0) {
             mode = (mode & ~mode_t{070}) | ((mode & 07) << 3);
         }
@@ -257,7 +254,7 @@ int FileReplacement::WriteTemporary(const std::function<int(int)>& write, Durabi
 }
 
 // The room is made sure of first, and what goes wrong afterwards is taken back.
-int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces, Durability durability) {
+int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces) {
     std::string old;
     if (const int error = Read(old)) {
         return error;
@@ -280,7 +277,8 @@ int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces, D
     if (error == 0) {
         error = Check(Retry([&] { return ftruncate(file.Get(), end); }));
     }
-    if (error == 0 && durability == Durability::eSynced) {
+    if (error == 0) {
+        // Whatever the durability: what only shows at the close can't be taken back.
         error = Check(Retry([&] { return fsync(file.Get()); }));
     }
     if (error != 0) {
@@ -290,8 +288,7 @@ int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces, D
             return errno;
         }
     }
-    const int late = file.Close();
-    return error ? error : late;
+    return error;
 }
 
 // Moves the temporary file to its place. 0 or an error number.
@@ -327,7 +324,7 @@ int FileReplacement::ReplaceOrOverwrite(const std::vector<std::string_view>& pie
     }
     int error = TakePlace(durability);
     if (error != 0) {
-        error = WriteInPlace(pieces, durability);
+        error = WriteInPlace(pieces);
         unlink(m_temporary.c_str());
     }
     return error;

@@ -93,7 +93,7 @@ public:
 private:
     int WriteTemporary(const std::function<int(int)>& write, Durability durability);
     int TakePlace(Durability durability);
-    int WriteInPlace(const std::vector<std::string_view>& pieces, Durability durability);
+    int WriteInPlace(const std::vector<std::string_view>& pieces);
 
     std::string m_path;  // with the links followed, from Lock on
     std::string m_temporary;
