@@ -1,0 +1,353 @@
+// What a save promises while the system fails: after it, whatever happened, the path holds the old text or the new
+// one, whole; the result says which; memory still holds what was set, and the next save that succeeds writes it.
+
+#include <gtest/gtest.h>
+#include <sys/wait.h>
+#include <unistd.h>
+
+#include <cerrno>
+#include <csignal>
+#include <functional>
+
+#include "Faults/FaultyCalls.h"
+#include "Platform.h"
+#include "TestSupport.h"
+#include "VynOptionTables.h"
+#include "VynStyle.h"
+#include "VynUri.h"
+
+namespace vyn {
+namespace {
+
+using namespace test;
+namespace fs = std::filesystem;
+
+constexpr int kUnknown = -1;  // the status of a save that tells none
+const std::string kNone = "(none)";
+
+const COption optPara[] = {{"Font", 1, "Sans", 0, 0}, {"Size", 2, "10", 0, 0}};
+
+// What a tool has in memory.
+struct Tool {
+    explicit Tool(const std::string& name) : path(name) { file.SetPathName(path.c_str()); }
+
+    std::string path;  // of the file
+    Manager manager;
+    COptionFile file{&manager};
+    CRgFile plain{nullptr};
+    CStyleKind kind{"Para", optPara, 2};
+    CStyle body{"Body", &kind, "Doc", 0, nullptr};
+};
+
+void ChangeOption(Tool& tool) {
+    tool.file.Load(tool.path.c_str());
+    tool.file.Load(tool.path.c_str());  // once more, as ReloadAllFiles does
+    tool.file.SetValue("Editor", "Wrap", "false");
+    tool.file.SetModifiedFlag(1);
+}
+int SaveOption(Tool& tool) {
+    return tool.file.Save(nullptr);
+}
+void ChangePlain(Tool& tool) {
+    tool.plain.SetValue("Editor", "Wrap", "false");
+}
+int SavePlain(Tool& tool) {
+    return tool.plain.Save(tool.path.c_str());
+}
+void ChangeStyle(Tool& tool) {
+    tool.body.SetValue(tool.body.GetMgrCategory()->GetPath(), "Size", "12");
+}
+int SaveStyle(Tool& tool) {
+    void* pos = tool.body.GetFirstFilePosition();
+    return tool.body.GetNextFile(pos)->SaveAs(tool.path.c_str());
+}
+void ChangeNothing(Tool&) {}
+// The start of a tool and a change of its user's file, which is left out when it can't be read.
+int SavePredefined(Tool& tool) {
+    Manager manager;
+    manager.LoadPredefinedOptionFiles();
+    COptionFile* file = manager.GetFile(tool.path.c_str());
+    if (!file) {
+        return kUnknown;
+    }
+    file->SetValue("Editor", "Wrap", "false");
+    return file->Save(nullptr);
+}
+int SaveUrnMap(Tool&) {
+    SUrnResolver::RegisterURNsFromOptionString("new:/new/");
+    return kUnknown;
+}
+int SaveUrn(Tool&) {
+    SUrnResolver::RegisterURNsWithoutOptions();
+    if (!SUrnResolver::IsUrnRegistered("new")) {
+        SUrnResolver::RegisterURNAndSaveURNMapFile("new", "/new/");
+    }
+    return kUnknown;
+}
+
+#define OTHERS "\n[Editor/Text] (by=me)\n\n\"Font\"=\"Serif\" \n\n[Other/Tool]\n\n\"x\"=\"1\" \n"
+#define NOTE "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\"Size\"=\"8\" \n"
+#define BODY "\n[Doc/Styles/Body/Para] (Para=Body)\n\n\"Size\"=12 \n"
+const char kOldOptions[] =
+    "\n[Editor]\n\n\"Wrap\"=\"true\" \n\"Name\"=\"mine\" \n\"Unknown\"=\"u\" \n" OTHERS;
+const char kNewOptions[] =
+    "\n[Editor]\n\n\"Wrap\"=\"false\" \n\"Name\"=\"mine\" \n\"Unknown\"=\"u\" \n" OTHERS;
+const char kNewFile[] = "\n[Editor]\n\n\"Wrap\"=\"false\" \n";
+
+const char kUser[] = "Ostrel/Halcyne/Shared/user.zop", kMap[] = "Ostrel/Halcyne/Shared/urnmap.txt";
+
+const struct Row {
+    const char* name;
+    const char* file;  // below the directory, which is that of the user and of all users too
+    std::string before, after;
+    void (*change)(Tool& tool);
+    int (*save)(Tool& tool);
+} rows[] = {
+    {"OptionFile", "a.zop", kOldOptions, kNewOptions, ChangeOption, SaveOption},
+    {"NewOptionFile", "a.zop", kNone, kNewFile, ChangeOption, SaveOption},
+    {"PlainFile", "a.rg", kOldOptions, kNewFile, ChangePlain, SavePlain},
+    {"NewPlainFile", "a.rg", kNone, kNewFile, ChangePlain, SavePlain},
+    {"StyleFile", "a.styles", NOTE, NOTE BODY, ChangeStyle, SaveStyle},
+    {"PredefinedFile", kUser, kOldOptions, kNewOptions, ChangeNothing, SavePredefined},
+    {"UrnMap", kMap, "old:/old/\n", "new:/new/\n", ChangeNothing, SaveUrnMap},
+    {"UrnMapEntry", kMap, "old:/old/\n", "old:/old/\nnew:/new/\n", ChangeNothing, SaveUrn},
+};
+
+std::ostream& operator<<(std::ostream& stream, const Row& row) {
+    return stream << row.name;
+}
+
+// The errors of each call, and whether the call may fail for good: a call that is to be tried again mustn't.
+const struct {
+    Call call;
+    int error;
+    bool forGood;
+} faults[] = {
+    {Call::Open, ENOSPC, true},  {Call::Open, EMFILE, true},  {Call::Open, EIO, true},
+    {Call::Open, EINTR, false},  {Call::Read, EIO, true},     {Call::Read, EINTR, false},
+    {Call::Read, kShort, true},  {Call::Write, ENOSPC, true}, {Call::Write, EIO, true},
+    {Call::Write, EINTR, false}, {Call::Write, kShort, true}, {Call::Sync, EIO, true},
+    {Call::Sync, ENOSPC, true},  {Call::Sync, EINTR, false},  {Call::Rename, EIO, true},
+    {Call::Rename, EXDEV, true}, {Call::Close, EIO, true},    {Call::Close, EINTR, false},
+    {Call::Unlink, EIO, true},   {Call::Lock, EINTR, false},  {Call::Lock, ENOLCK, true},
+    {Call::Look, EIO, true},     {Call::Look, EACCES, true},  {Call::Mark, EPERM, true},
+};
+
+std::string Text(const std::string& path) {
+    return fs::exists(path) ? ReadText(path) : kNone;
+}
+
+// The names of all files below the directory, but for the one that is saved and those that a start makes.
+std::string LeftOver(const TemporaryDirectory& directory, const std::string& file) {
+    std::string names;
+    for (const auto& entry : fs::recursive_directory_iterator(directory.Path())) {
+        const std::string path = fs::relative(entry.path(), directory.Path());
+        const std::string name = entry.path().filename();
+        const bool made = (name == "init.zop" || name == "company.zop") && entry.file_size() == 0;
+        names += entry.is_directory() || path == file || made ? "" : path + " ";
+    }
+    return names;
+}
+
+auto OpenDescriptors() {
+    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
+}
+
+// What waitpid tells of a child, once it has ended.
+int Wait(pid_t child) {
+    int status = -1;
+    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status;
+}
+
+class Faults : public testing::TestWithParam<Row> {
+protected:
+    enum Outcome { eRight, eWrong, eNoFault, eKilled };
+
+    Faults() {
+        setenv("HOME", m_directory.Path().c_str(), 1);
+        setenv("ZROOT", m_directory.Path().c_str(), 1);
+    }
+    // The directory as it is before the save.
+    void Prepare() {
+        for (const auto& entry : fs::directory_iterator(m_directory.Path())) {
+            fs::remove_all(entry);
+        }
+        fs::create_directories(fs::path(m_path).parent_path());
+        if (GetParam().before != kNone) {
+            WriteText(m_path, GetParam().before);
+            fs::permissions(m_path, fs::perms(0640));
+        }
+    }
+    // Runs a check in a child, which prints what is wrong.
+    Outcome InChild(const std::function<std::string()>& check) {
+        const pid_t child = fork();
+        if (child == 0) {
+            const std::string wrong = check();
+            if (wrong.size() > 1) {
+                fprintf(stderr, "%s\n", wrong.c_str());
+            }
+            _exit(wrong.empty() ? eRight : wrong == "-" ? eNoFault : eWrong);
+        }
+        const int status = Wait(child);
+        return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL ? eKilled : Outcome(WEXITSTATUS(status));
+    }
+    // \return what is wrong after the fault, "" for nothing, "-" when it didn't come to the fault.
+    std::string RunWith(const Fault& fault) {
+        Tool tool(m_path);
+        const auto open = OpenDescriptors();
+        Arm(fault);
+        GetParam().change(tool);
+        const int status = GetParam().save(tool);
+        if (!Disarm()) {
+            return "-";
+        }
+        const std::string text = Text(m_path), left = LeftOver(m_directory, GetParam().file);
+        const bool isNew = text == GetParam().after;
+        const bool isOption = GetParam().save == SaveOption;
+        const bool hasWay = !fault.inPlace || (isOption && GetParam().before != kNone);
+        const bool isTried = hasWay && (fault.error == EINTR || fault.error == kShort);
+        const auto mode = static_cast<int>(isNew ? fs::status(m_path).permissions() : fs::perms(0640));
+        return !isNew && text != GetParam().before ? "the file is " + text
+               : status != kUnknown && (status == 0) != isNew
+                   ? "the result is " + std::to_string(status) + " and the file is " + text
+               : !isNew && isTried                                                      ? "not tried again"
+               : GetParam().before != kNone && mode != 0640 && fault.call != Call::Mark ? "the mode is lost"
+               : OpenDescriptors() != open                   ? "a descriptor stays open"
+               : !left.empty() && fault.call != Call::Unlink ? left + "stays"
+               : isOption && strcmp(tool.file.GetValue("Editor", "Wrap"), "false") != 0 ? "the value is lost"
+               : isOption && (tool.file.IsModified() == 0) != (status == 0) ? "the modified flag is wrong"
+                                                                            : Finish(tool);
+    }
+    // The save that succeeds.
+    std::string Finish(Tool& tool) {
+        const int status = GetParam().save(tool);
+        const std::string text = Text(m_path), left = LeftOver(m_directory, GetParam().file);
+        return status > 0                 ? "the next save gives " + std::to_string(status)
+               : text != GetParam().after ? "the next save makes " + text
+               : left.empty()             ? ""
+                                          : left + "stays after the next save";
+    }
+
+    TemporaryDirectory m_directory;
+    const std::string m_path = m_directory / GetParam().file;
+};
+
+TEST_P(Faults, LoseNothing) {
+    int injected = 0;
+    for (const auto& row : faults) {
+        for (const bool forGood : {false, true}) {
+            for (const bool inPlace : {false, true}) {
+                for (int nth = 1; (row.forGood && !inPlace) || !forGood; ++nth, ++injected) {
+                    Prepare();
+                    const Outcome outcome = InChild([&] {
+                        return RunWith({row.call, nth, row.error, forGood, inPlace});
+                    });
+                    if (outcome == eNoFault) {
+                        break;
+                    }
+                    EXPECT_EQ(outcome, eRight)
+                        << "call " << static_cast<int>(row.call) << ", number " << nth << ", error "
+                        << row.error << (forGood ? " for good" : " once") << (inPlace ? " in place" : "");
+                }
+            }
+        }
+    }
+    std::cout << injected << " faults injected\n";
+}
+
+TEST_P(Faults, TheEndOfTheProcessLosesNothing) {
+    int kills = 0;
+    for (Outcome outcome = eKilled; outcome == eKilled; kills += outcome == eKilled) {
+        Prepare();
+        outcome = InChild([&] { return RunWith({Call::Any, kills + 1, kKill, false, false}); });
+        const std::string text = Text(m_path);
+        EXPECT_TRUE(text == GetParam().before || text == GetParam().after)
+            << kills << " calls, then " << text;
+        const auto next = [&] {
+            Tool tool(m_path);
+            GetParam().change(tool);
+            return Finish(tool);
+        };
+        EXPECT_EQ(InChild(next), eRight) << "after " << kills << " calls";
+    }
+    EXPECT_GT(kills, 10);
+    std::cout << kills << " kills\n";
+}
+
+INSTANTIATE_TEST_SUITE_P(Files, Faults, testing::ValuesIn(rows),
+                         [](const auto& row) { return std::string(row.param.name); });
+
+// Each of several processes changes an option of its own, and all save at the same moment.
+class Together : public testing::TestWithParam<int> {
+protected:
+    static constexpr const char* kOptions[][2] = {{"Editor", "Wrap"},
+                                                  {"Editor", "Owner"},
+                                                  {"Editor/Text", "Font"},
+                                                  {"Editor/Text", "Size"},
+                                                  {"Build", "Target"}};
+
+    // Ends with what the save gave. `go` is read until its end.
+    [[noreturn]] void Save(int process, bool merging, int go) {
+        Manager manager;
+        manager.SetMergingSaves(merging);
+        COptionFile* file = manager.Load(m_path.c_str());
+        char byte;
+        while (read(go, &byte, 1) != 0) {
+        }
+        file->SetValue(kOptions[process][0], kOptions[process][1], "set");
+        _exit(file->Save(nullptr));
+    }
+    // Lets all of them save once. Meanwhile every load succeeds.
+    void Round(bool merging) {
+        WriteText(m_path, kOldOptions);
+        int go[2];
+        ASSERT_EQ(pipe(go), 0);
+        for (int process = 0; process < GetParam(); ++process) {
+            if (fork() == 0) {
+                close(go[1]);
+                Save(process, merging, go[0]);
+            }
+        }
+        close(go[1]);
+        close(go[0]);
+        for (int ended = 0, status; ended < GetParam();) {
+            if (waitpid(-1, &status, WNOHANG) > 0) {
+                EXPECT_EQ(status, 0);
+                ++ended;
+            }
+            ASSERT_NE(Manager().Load(m_path.c_str()), nullptr) << "half a file";
+        }
+    }
+    int CountKept() {
+        Manager manager;
+        const COptionFile* file = manager.Load(m_path.c_str());
+        int count = 0;
+        for (const auto& option : kOptions) {
+            count += strcmp(manager.GetValue(option[0], option[1]), "set") == 0;
+        }
+        EXPECT_NE(file, nullptr);
+        EXPECT_NE(ReadText(m_path).find("\"Unknown\"=\"u\""), std::string::npos);
+        return count;
+    }
+
+    TemporaryDirectory m_directory;
+    const std::string m_path = m_directory / "a.zop";
+};
+
+TEST_P(Together, MergingSavesLoseNothingAndOthersLeaveAWholeFile) {
+    const char* rounds = getenv("VYN_TEST_ROUNDS");
+    for (int round = rounds ? atoi(rounds) : 20; round > 0 && !HasFailure(); --round) {
+        Round(true);
+        EXPECT_EQ(CountKept(), GetParam());
+        Round(false);
+        EXPECT_GE(CountKept(), 1);
+        EXPECT_EQ(LeftOver(m_directory, "a.zop"), "");
+    }
+}
+
+INSTANTIATE_TEST_SUITE_P(Processes, Together, testing::Values(2, 5));
+
+}  // namespace
+}  // namespace vyn
