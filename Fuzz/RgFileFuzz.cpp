@@ -1,5 +1,8 @@
 // Loads any bytes as a plain Rg file and as an option file, and saves the option file incrementally: the text that a
-// save makes has to load, and to stand still from the second save on.
+// save makes has to load, and to stand still from the second save on. A file that isn't a text is left alone.
+
+#include <cerrno>
+#include <cstring>
 
 #include "Fuzz.h"
 #include "VynOption.h"
@@ -25,13 +28,21 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     vyn::COptionManager manager;
     manager.AddCategory(&catA);
-    if (vyn::COptionFile* file = manager.Load(path.c_str())) {
-        manager.SetIntValue("a", "y", 5);
-        Require(file->Save(nullptr) == 0, "a loaded file can't be saved");
-        Require(file->Save(nullptr) == 0, "a saved file doesn't load");
-        const std::string second = vyn::fuzz::ReadFile(path);
-        Require(file->Save(nullptr) == 0, "a file saved twice doesn't load");
-        Require(vyn::fuzz::ReadFile(path) == second, "the text moves at the third save");
+    vyn::COptionFile* file = manager.Load(path.c_str());
+    if (!file) {
+        return 0;
     }
+    manager.SetIntValue("a", "y", 5);
+    const int status = file->Save(nullptr);
+    if (size > 0 && memchr(data, 0, size)) {
+        Require(status == EILSEQ && vyn::fuzz::ReadFile(path) == vyn::fuzz::Text(data, size),
+                "a file that isn't a text is replaced");
+        return 0;
+    }
+    Require(status == 0, "a loaded file can't be saved");
+    Require(file->Save(nullptr) == 0, "a saved file doesn't load");
+    const std::string second = vyn::fuzz::ReadFile(path);
+    Require(file->Save(nullptr) == 0, "a file saved twice doesn't load");
+    Require(vyn::fuzz::ReadFile(path) == second, "the text moves at the third save");
     return 0;
 }
