@@ -44,17 +44,16 @@ bool Names(const std::string& symbol, const std::string& object) {
 // which are in no order, are empty, as are the storages of the streams, whose destructors do nothing.
 std::map<size_t, std::string> Symbols(const std::string& library) {
     std::map<size_t, std::string> symbols;
-    FILE* listing = popen((VYN_NM " --defined-only " + library).c_str(), "r");
+    int status;
+    std::istringstream listing(RunCommand(VYN_NM " --defined-only " + library, status));
     size_t place = 0;
     char kind = 0;
-    char symbol[1000];
-    while (fscanf(listing, "%zx %c %999s", &place, &kind, symbol) == 3) {
-        const std::string name(symbol);
+    std::string name;
+    while (listing >> std::hex >> place >> kind >> name) {
         const bool ordered = name.compare(0, 3, "_ZZ") != 0 && name.compare(0, 4, "_ZSt") != 0 &&
                              !Names(name, "storageErr") && !Names(name, "storageOut");
         symbols[place] = ordered ? name : "";
     }
-    pclose(listing);
     return symbols;
 }
 

@@ -127,7 +127,9 @@ std::string OutputOf(CSubProc& child) {
 // The raw status of the one child that this process has; -1 when there is none.
 int ReapOther() {
     int status = -1;
-    return waitpid(-1, &status, 0) > 0 ? status : -1;
+    while (waitpid(-1, &status, 0) < 0 && errno == EINTR) {
+    }
+    return status;
 }
 
 // Undoes what a test does to a standard descriptor.

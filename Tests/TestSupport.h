@@ -75,6 +75,13 @@ struct Reports : k4::IMessageOutputHandler {
     std::string text;
 };
 
+/// Runs a shell command, whatever signals come. \return what it wrote to its standard output.
+inline std::string RunCommand(const std::string& command, int& status) {
+    const TemporaryDirectory directory;
+    status = system(("(" + command + ") >" + directory / "out").c_str());
+    return ReadText(directory / "out");
+}
+
 /// Lets no file grow beyond a number of bytes, as on a full disk, while the object lives.
 class FullDisk {
 public:

@@ -17,12 +17,9 @@ namespace {
 std::string RunProbe(const std::string& probe, const char* options) {
     const std::string variable = options ? "VYN_ERR_OUT='" + std::string(options) + "'" : "-u VYN_ERR_OUT";
     const std::string command = "env " + variable + " " VYN_PROBE_DIR "/" + probe + " 2>&1";
-    FILE* pipe = popen(command.c_str(), "r");
-    std::string output;
-    for (int c; (c = fgetc(pipe)) != EOF;) {
-        output += static_cast<char>(c);
-    }
-    EXPECT_EQ(pclose(pipe), 0) << command << "\n" << output;
+    int status;
+    const std::string output = test::RunCommand(command, status);
+    EXPECT_EQ(status, 0) << command << "\n" << output;
     return output;
 }
 
