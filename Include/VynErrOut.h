@@ -5,7 +5,8 @@
 /// locks: a message is composed over several calls, so one thread at a time writes to a stream. SFmt.cpp has the
 /// formatter.
 
-#include <fstream>
+#include <cstdio>
+#include <memory>
 #include <optional>
 #include <sstream>
 #include <stack>
@@ -91,6 +92,9 @@ protected:
 private:
     friend VYN_API CMsgOut& flush(CMsgOut& stream);
 
+    struct CloseFile {
+        void operator()(FILE* file) const { fclose(file); }
+    };
     // All that needs code to be built.
     struct SState {
         SState() : pOutput(nullptr), bAssert(false) {}
@@ -99,8 +103,8 @@ private:
         k4::IMessageOutputHandler* pOutput;  // current handler
         std::stack<k4::IMessageOutputHandler*> stackOutput;
         bool bAssert;
-        std::ofstream file;      // the log file once open
-        UTF8String strFileName;  // of a log file that is still to be opened, else empty
+        std::unique_ptr<FILE, CloseFile> file;  // the log file once open
+        UTF8String strFileName;                 // of a log file that is still to be opened, else empty
     };
 
     SState& State();

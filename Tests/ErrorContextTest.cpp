@@ -1,5 +1,6 @@
 #include "ErrorContext.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 
 #include "DumpContext.h"
@@ -30,13 +31,19 @@ TEST(FileContexts, CloseOnlyTheFilesTheyOpened) {
     const test::TemporaryDirectory directory;
     const std::string path = directory / "file";
     CError error("error ");
+    const int opened = test::LowestFreeDescriptor();
     {
         CFileErrorContext context(path.c_str());
+        EXPECT_EQ(fcntl(opened, F_GETFD), FD_CLOEXEC);
         *(*(context << &error) << &error) << "message";
         EXPECT_EQ(context.m_nErrors, 2);
     }
     EXPECT_EQ(test::ReadText(path), "error error message");
-    CFileDumpContext(path.c_str()) << "emptied";
+    {
+        CFileDumpContext dump(path.c_str());
+        EXPECT_EQ(fcntl(opened, F_GETFD), FD_CLOEXEC);
+        dump << "emptied";
+    }
     EXPECT_EQ(test::ReadText(path), "emptied");
 
     FILE* stream = fopen(path.c_str(), "w");

@@ -133,18 +133,12 @@ TEST(Socket, ReceivesTheBytesThatHaveArrivedAndNeverWaits) {
     EXPECT_EQ(none.ReceiveBytes() + none.ReceiveLine(), "");
 }
 
-int LowestFreeDescriptor() {
-    const int descriptor = dup(STDERR_FILENO);
-    close(descriptor);
-    return descriptor;
-}
-
 TEST(Socket, TalksOverAPortAndIsNotInheritedByPrograms) {
     const auto before = test::OpenDescriptors();
     {
         Server server;
         SocketClient client("localhost", server.Port());
-        const int accepted = LowestFreeDescriptor();
+        const int accepted = test::LowestFreeDescriptor();
         std::unique_ptr<Socket> peer(server.Accept());
         EXPECT_EQ(fcntl(server.Descriptor(), F_GETFD), FD_CLOEXEC);
         EXPECT_EQ(fcntl(accepted, F_GETFD), FD_CLOEXEC);

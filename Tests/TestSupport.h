@@ -56,6 +56,13 @@ inline long OpenDescriptors() {
     return std::distance(std::filesystem::directory_iterator("/proc/self/fd"), {});
 }
 
+/// \return the number that the next descriptor gets.
+inline int LowestFreeDescriptor() {
+    const int descriptor = dup(STDERR_FILENO);
+    close(descriptor);
+    return descriptor;
+}
+
 /// Frees the text. \return a copy of it.
 inline std::string TakeOver(char* text) {
     const std::string copy(text);

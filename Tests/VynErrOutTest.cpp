@@ -1,5 +1,6 @@
 #include "VynErrOut.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
 #include <unistd.h>
 
@@ -172,7 +173,9 @@ TEST(MsgOut, FollowsTheVariableOfItsStart) {
         Recorder handler(true), handlerOfVynerr(true);
         stream.SetOutput(&handler);
         vynerr.PushOutput(&handlerOfVynerr);
+        const int log = test::LowestFreeDescriptor();
         stream << "a" << flush << "b" << flush;
+        EXPECT_NE(fcntl(log, F_GETFD), 0) << "not for programs that the tool starts";
         vynerr.PopOutput();
         stream.SetOutput(nullptr);
         EXPECT_EQ(handler.m_strLog, row.log) << row.options;

@@ -21,7 +21,7 @@ CErrorContext* CErrorContext::operator<<(const char* text) {
 }
 
 CFileErrorContext::CFileErrorContext(const char* path)
-    : m_strName(path), m_pFile(fopen(m_strName.c_str(), "w")) {}
+    : m_strName(path), m_pFile(fopen(m_strName.c_str(), "we")) {}
 
 CFileErrorContext::CFileErrorContext(FILE* file) : m_pFile(file) {}
 

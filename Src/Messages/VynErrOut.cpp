@@ -235,17 +235,18 @@ void CMsgOut::WriteToConsole(const std::string& text) {
 
 void CMsgOut::WriteToFile(const std::string& text) {
     SState& state = State();
-    if (!state.file.is_open() && !state.strFileName.empty()) {
+    if (!state.file && !state.strFileName.empty()) {
         UTF8String name;
         name.swap(state.strFileName);
-        state.file.open(name, m_bEnded ? std::ios::app : std::ios::out);
-        if (!state.file.is_open()) {
+        state.file.reset(fopen(name.c_str(), m_bEnded ? "ae" : "we"));
+        if (!state.file) {
             ReportOption("CErrOut: open failed: ", name.c_str());
             return;
         }
     }
-    if (state.file.is_open()) {
-        state.file << text << std::flush;
+    if (state.file) {
+        fwrite(text.data(), 1, text.size(), state.file.get());
+        fflush(state.file.get());
     }
 }
 
