@@ -1,9 +1,13 @@
 #include "InitialSettingsManager.h"
 
+#include <fcntl.h>
 #include <gtest/gtest.h>
+#include <sys/file.h>
+#include <unistd.h>
 
 #include <cerrno>
 #include <cstdlib>
+#include <thread>
 
 #include "TestSupport.h"
 #include "VynOptionTables.h"
@@ -111,6 +115,21 @@ TEST_F(PredefinedFiles, LeaveAloneWhatIsNotTheUsersOrCannotBeRead) {
         EXPECT_EQ(ReadText(path), "[Editor] stray") << path;
     }
     EXPECT_TRUE(std::filesystem::is_directory(m_user + "/dir.zop"));
+}
+
+TEST_F(PredefinedFiles, StayWhenAnotherProcessMendsThem) {
+    WriteText(m_user + "/user.zop", "[Editor] stray");
+    const int directory = open(m_user.c_str(), O_RDONLY | O_DIRECTORY);
+    ASSERT_EQ(flock(directory, LOCK_EX), 0);
+    std::thread other([&] {
+        std::this_thread::sleep_for(std::chrono::milliseconds(200));
+        WriteText(m_user + "/user.zop", "[Editor]\"Name\"=\"n\"");
+        close(directory);
+    });
+    Manager().LoadPredefinedOptionFiles();
+    other.join();
+    EXPECT_EQ(ReadText(m_user + "/user.zop"), "[Editor]\"Name\"=\"n\"");
+    EXPECT_FALSE(std::filesystem::exists(m_user + "/user.zop.bad"));
 }
 
 TEST_F(PredefinedFiles, NeedTheUsersDirectory) {

@@ -49,8 +49,10 @@ bool IsBelow(const char* path, const char* directory) {
 // A file of the user's that was read to its end and is malformed gives way to an empty one, and is kept beside it under
 // the name followed by ".bad", or ".bad2" and so on when there is such a file already.
 bool ReplaceByEmptyFile(const SPathName& path, const SPathName& userDirectory) {
+    // Under the lock: what another process saves meanwhile isn't set aside.
+    detail::FileReplacement file(path.c_str());
     std::string text;
-    if (detail::ReadFile(path.c_str(), text) != 0) {
+    if (file.Lock() != 0 || file.Read(text) != 0) {
         return false;
     }
     if (text.empty()) {
