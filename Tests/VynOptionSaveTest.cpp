@@ -260,6 +260,8 @@ TEST_F(IncrementalSave, KeepsOwnerAndPermissionsOrSaysWhyNot) {
         {"of a group one isn't in", kNobody, us, 0777, kNobody, 12346, group, 0674, 0644, SaveOver, 0},
         {"not to be replaced", kNobody, 12345, 01777, 12346, group, group, 0666, 0666, SaveOver, 0},
         {"not to be replaced", kNobody, 12345, 01777, 12346, group, group, 0666, 0666, SaveBeside, EPERM},
+        {"beside another's temporary file", kNobody, kNobody, 0300, kNobody, group, group, 0600, 0600,
+         SaveOver, 0},
         {"read-only", kNobody, us, 0777, 12346, group, group, 0444, 0444, SaveOver, EACCES},
         {"read-only", kNobody, us, 0777, 12346, group, group, 0444, 0444, SavePlainly, EACCES},
     };
@@ -272,11 +274,15 @@ TEST_F(IncrementalSave, KeepsOwnerAndPermissionsOrSaysWhyNot) {
         ASSERT_EQ(chown(m_path.c_str(), row.owner, row.group) + chmod(m_path.c_str(), row.mode), 0);
         ASSERT_EQ(chown(m_directory.Path().c_str(), row.directoryOwner, group), 0);
         ASSERT_EQ(chmod(m_directory.Path().c_str(), row.directoryMode), 0);
+        const bool isLocked = (row.directoryMode & 0400) != 0;
+        if (!isLocked) {
+            WriteText(m_path + "~", "");
+        }
         ASSERT_EQ(seteuid(row.user), 0);
         EXPECT_EQ(row.save(*tool.file), row.status) << row.what;
         ASSERT_EQ(seteuid(us), 0);
         EXPECT_EQ(ReadText(m_path) == "\n[Editor]\n\n\"Wrap\"=\"false\" \n", row.status == 0) << row.what;
-        EXPECT_FALSE(std::filesystem::exists(m_path + "~")) << row.what;
+        EXPECT_EQ(std::filesystem::remove(m_path + "~"), !isLocked) << row.what;
         struct stat now;
         ASSERT_EQ(stat(m_path.c_str(), &now), 0);
         EXPECT_EQ(std::tie(now.st_uid, now.st_gid), std::tie(row.owner, row.newGroup)) << row.what;

@@ -211,12 +211,15 @@ int FileReplacement::Lock() {
     }
     m_temporary = TemporaryBeside(m_path);
     m_directory = OpenFile(DirectoryOf(m_path).c_str(), O_RDONLY | O_DIRECTORY);
-    if (!m_directory.IsOpen()) {
-        // A directory that may be written but not read has no lock.
-        return errno == EACCES ? 0 : errno;
-    }
-    if (const int error = LockDescriptor(m_directory.Get())) {
-        return error;
+    if (m_directory.IsOpen()) {
+        if (const int error = LockDescriptor(m_directory.Get())) {
+            return error;
+        }
+    } else if (errno == EACCES) {
+        // A directory that may be written but not read has no lock: others' temporary files are left alone.
+        m_temporary = TemporaryBeside(m_path + '.' + std::to_string(getpid()));
+    } else {
+        return errno;
     }
     unlink(m_temporary.c_str());
     return 0;
