@@ -333,10 +333,9 @@ void* GetDllHandle(void* address) {
 }
 
 bool VynGetDefaultUserProjectPath(SPathName& path) {
-    VynDllHrscState own(VynhDllInstance);
-    SString name;
+    const SString name = detail::OwnMessage(detail::eStrMyProjects, {});
     SPathName projects;
-    if (!name.LoadStringA(detail::eStrMyProjects) || !VynGetUserPersonalDirectory(projects)) {
+    if (name.empty() || !VynGetUserPersonalDirectory(projects)) {
         return false;
     }
     projects.AddPathElement(name);
