@@ -4,12 +4,18 @@
 /// Content that the benchmarks share: N values named Value0 to Value19 in sections named Section0 and so on.
 
 #include <benchmark/benchmark.h>
+#include <malloc.h>
 #include <unistd.h>
 
+#include <algorithm>
 #include <cstdio>
 #include <cstdlib>
+#include <deque>
 #include <filesystem>
 #include <string>
+#include <vector>
+
+#include "VynOption.h"
 
 namespace bench {
 
@@ -39,8 +45,16 @@ inline void PerValue(benchmark::State& state) {
     PerValue(state, static_cast<size_t>(state.range(0)));
 }
 
+const std::vector<int64_t> kSizes = {100, 2000, 50000, 1000000};
+
 inline void Sizes(benchmark::internal::Benchmark* benchmark) {
-    benchmark->Arg(100)->Arg(2000)->Arg(50000)->MinTime(0.3)->Unit(benchmark::kMicrosecond);
+    benchmark->ArgsProduct({kSizes})->MinTime(0.3)->Unit(benchmark::kMicrosecond);
+}
+
+/// Keeps freed memory in the process, so that an iteration doesn't measure page faults of the one before;
+/// StartBench measures those of a first load.
+inline bool KeepHeapWarm() {
+    return mallopt(M_TRIM_THRESHOLD, 1 << 30) && mallopt(M_MMAP_THRESHOLD, 32 << 20);
 }
 
 /// The content in one of two formats: quoted as Rg text, bare as a GLib key file.
@@ -84,6 +98,38 @@ public:
 
 private:
     std::string m_path;
+};
+
+/// Tables that declare the content of the benchmark files.
+class Tables {
+public:
+    explicit Tables(int values) {
+        for (int i = 0; i < values; ++i) {
+            m_sections.push_back(bench::Section(i));
+            m_names.push_back(bench::Name(i));
+            m_options.push_back({m_names.back().c_str(), 1, "", 0, 0});
+        }
+        for (int i = 0; i < values; i += kValuesPerSection) {
+            const char* name = m_sections[static_cast<size_t>(i)].c_str();
+            m_sets.push_back(
+                {name, &m_options[static_cast<size_t>(i)], std::min(kValuesPerSection, values - i), nullptr});
+            m_categories.push_back({name, nullptr, 0, &m_sets.back()});
+        }
+    }
+    void Declare(vyn::COptionManager& manager) const {
+        for (const vyn::CCategory& category : m_categories) {
+            manager.AddCategory(&category);
+        }
+    }
+    const char* Section(size_t i) const { return m_sections[i].c_str(); }
+    const char* Name(size_t i) const { return m_names[i].c_str(); }
+
+private:
+    std::deque<std::string> m_sections;
+    std::deque<std::string> m_names;
+    std::vector<vyn::COption> m_options;
+    std::deque<vyn::COptionSet> m_sets;
+    std::deque<vyn::CCategory> m_categories;
 };
 
 }  // namespace bench

@@ -14,6 +14,8 @@
 
 namespace {
 
+const bool warmHeap = bench::KeepHeapWarm();
+
 // Section and name of every value, so that their making isn't measured.
 struct Addresses {
     explicit Addresses(int values) {
