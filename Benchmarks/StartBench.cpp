@@ -1,5 +1,5 @@
-// What a process pays once: its start with the library against the same program without, and its first load of a file with
-// the heap that this takes, beside GLib. The counter "heap_per_value" counts bytes.
+// What a process pays once: its start with the library against the same program without, and its first load of a file
+// with the heap that this takes, beside GLib. The counter "heap_per_value" counts bytes.
 
 #include <benchmark/benchmark.h>
 #include <spawn.h>

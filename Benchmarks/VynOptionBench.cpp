@@ -1,6 +1,6 @@
 // Loading an option file, looking values up through a stack of three, and saving one changed value incrementally: with
-// the default, which waits for the disk, without the wait, in memory, and the same by GLib. The saves to the disk go to the
-// directory VYN_BENCH_DIR. The counter "per_value" is the time of one value: it should be the same for every size.
+// the default, which waits for the disk, without the wait, in memory, and the same by GLib. The saves to the disk go to
+// the directory VYN_BENCH_DIR. The counter "per_value" is the time of one value: it should be the same for every size.
 
 #include <benchmark/benchmark.h>
 
