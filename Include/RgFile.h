@@ -389,6 +389,10 @@ public:
     /// the value and lasts until that changes.
     const char* GetValue(const char* path, const char* name);
     /// Sets the text of an existing value, or makes one of type eText, with the keys that are missing.
+    /// \param path each element reads back after a save when it has 1 to 255 bytes, doesn't begin with a space and
+    /// has no `]`. A longer one counts as empty.
+    /// \param name reads back when it has no `"`.
+    /// \param value likewise; an option file keeps such a value out, a plain one can't be loaded any more.
     void SetValue(const char* path, const char* name, const char* value);
     /// \return the attribute on value \p name in the key at \p path; null when key, value or attribute is
     /// missing. The text belongs to the attribute.

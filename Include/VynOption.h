@@ -264,6 +264,7 @@ public:
     virtual void RemoveOptionFile(SPathName path);
     /// Writes \p value to the top file, or takes the option out of it when \p value is what lies underneath.
     /// Does nothing without files, when IsEditable says no, and for an option that isn't declared.
+    /// \param value any text in memory; a file can't hold one with a `"`, see COptionFile::Save.
     virtual void SetValue(const char* key, const char* name, const char* value);
     /// \return the value; "" when the option is neither in a file nor declared; never null. Valid until the
     /// option is set or a file changes.
