@@ -1,22 +1,13 @@
 #include "RunChild.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <csignal>
-#include <filesystem>
 #include <stdexcept>
-#include <string>
-#include <thread>
 
 #include "TestSupport.h"
 
 using namespace std::chrono_literals;
 using namespace std::string_literals;
 using namespace vyn;
+using namespace vyn::test;
 
 namespace {
 
@@ -37,7 +28,7 @@ SChildRequest Shell(const std::string& script) {
 int MarkedProcesses() {
     int count = 0;
     for (const auto& process : std::filesystem::directory_iterator("/proc")) {
-        const std::string environment = test::ReadText(process.path().string() + "/environ");
+        const std::string environment = ReadText(process.path().string() + "/environ");
         count += environment.find(mark + ("=" + markValue + '\0')) != std::string::npos;
     }
     return count;
@@ -51,27 +42,21 @@ public:
             usleep(10000);
         }
         EXPECT_EQ(0, MarkedProcesses());
-        EXPECT_EQ(m_nOpen, test::OpenDescriptors());
+        EXPECT_EQ(m_nOpen, OpenDescriptors());
         EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
     }
 
 private:
-    const decltype(test::OpenDescriptors()) m_nOpen = test::OpenDescriptors();
+    const decltype(OpenDescriptors()) m_nOpen = OpenDescriptors();
 };
 
 }  // namespace
 
 TEST(RunChild, ComesBackFromWhateverAProgramDoes) {
     const std::string large(1 << 20, 'x');
-    const struct {
-        const char* script;
-        std::string input;
-        std::chrono::milliseconds totalTime, idleTime;
-        ChildEnd end;
-        int code;
-        std::string output, error;
-        std::chrono::milliseconds atLeast, atMost;
-    } rows[] = {
+    using Text = std::string;
+    using Time = std::chrono::milliseconds;
+    const Rows<Text, Text, Time, Time, ChildEnd, int, Text, Text, Time, Time> rows = {
         {"cat; echo ${VYN_RUN_CHILD_TEST:+set} >&2; exit 3", large, 0s, 0s, eChildExited, 3, large, "set\n",
          0s, 9s},
         {"exec cat 0<&0 1>&2", large, 0s, 0s, eChildExited, 0, "", large, 0s, 9s},
@@ -90,82 +75,59 @@ TEST(RunChild, ComesBackFromWhateverAProgramDoes) {
         {"kill -STOP $$", "", 0s, 100ms, eChildIdleTime, 0, "", "", 100ms, 9s},
         {"exec >&- 2>&-; sleep 60", "", 0s, 100ms, eChildIdleTime, 0, "", "", 100ms, 9s},
         {"for i in 1 2 3 4 5 6; do echo $i >&2; sleep 0.2; done", "", 0s, 1s, eChildExited, 0, "",
-         "1\n2\n3\n4\n5\n6\n", 1200ms, 9s},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(row.script);
+         "1\n2\n3\n4\n5\n6\n", 1200ms, 9s}};
+    for (const auto& [script, input, totalTime, idleTime, end, code, output, error, atLeast, atMost] : rows) {
+        SCOPED_TRACE(script);
         const CNothingLeft nothingLeft;
-        SChildRequest request = Shell(row.script);
-        request.input = row.input;
-        request.totalTime = row.totalTime;
-        request.idleTime = row.idleTime;
+        SChildRequest request = Shell(script);
+        std::tie(request.input, request.totalTime, request.idleTime) = std::tie(input, totalTime, idleTime);
         const auto begin = std::chrono::steady_clock::now();
         const SChildOutcome outcome = RunChild(request);
         const auto time = std::chrono::steady_clock::now() - begin;
-        EXPECT_EQ(row.end, outcome.end);
-        EXPECT_EQ(row.code, outcome.code);
-        EXPECT_TRUE(row.output == outcome.output) << outcome.output.substr(0, 200);
-        EXPECT_TRUE(row.error == outcome.error) << outcome.error.substr(0, 200);
-        EXPECT_TRUE(row.atLeast <= time && time <= row.atMost)
-            << std::chrono::duration_cast<std::chrono::milliseconds>(time).count() << " ms";
+        EXPECT_EQ(std::pair(end, code), std::pair(outcome.end, outcome.code));
+        EXPECT_TRUE(output == outcome.output) << outcome.output.substr(0, 200);
+        EXPECT_TRUE(error == outcome.error) << outcome.error.substr(0, 200);
+        EXPECT_TRUE(atLeast <= time && time <= atMost)
+            << std::chrono::duration_cast<Time>(time).count() << " ms";
     }
 }
 
 TEST(RunChild, SaysWhichCallFailedWhenThereIsNoChild) {
-    const auto none = std::nullopt;
-    const struct {
-        const char *program, *directory;
-        std::string variable;
-        int descriptors;
-        const char* call;
-        int code;
-    } rows[] = {
-        {"no-such-program", "", "A", 100, "execvp", ENOENT},
-        {"/etc", "", "A", 100, "execvp", EACCES},
-        {"true", "/no/such", "A", 100, "chdir", ENOENT},
-        {"true", "", "", 100, "execvp", EINVAL},
-        {"true", "", "A=B", 100, "execvp", EINVAL},
-        {"true", "", "A\0"s, 100, "execvp", EINVAL},
-        {"true", "", "A", 7, "pipe2", EMFILE},
-    };
-    for (const auto& row : rows) {
-        SCOPED_TRACE(std::string(row.program) + row.directory + row.variable);
+    const Rows<const char*, const char*, std::string, int, const char*, int> rows = {
+        {"true", "", "A", 7, "pipe2", EMFILE},     {"true", "", "A\0"s, 100, "execvp", EINVAL},
+        {"true", "", "", 100, "execvp", EINVAL},   {"true", "/no/such", "A", 100, "chdir", ENOENT},
+        {"/etc", "", "A", 100, "execvp", EACCES},  {"no-such-program", "", "A", 100, "execvp", ENOENT},
+        {"true", "", "A=B", 100, "execvp", EINVAL}};
+    for (const auto& [program, directory, variable, descriptors, call, code] : rows) {
+        SCOPED_TRACE(std::string(program) + directory + variable);
         const CNothingLeft nothingLeft;
         SChildRequest request;
-        request.program = row.program;
-        request.directory = row.directory;
-        request.environment = {{row.variable, none}};
+        std::tie(request.program, request.directory) = std::tie(program, directory);
+        request.environment = {{variable, std::nullopt}};
         rlimit limit;
         getrlimit(RLIMIT_NOFILE, &limit);
-        const rlimit few = {static_cast<rlim_t>(row.descriptors), limit.rlim_max};
+        const rlimit few = {static_cast<rlim_t>(descriptors), limit.rlim_max};
         setrlimit(RLIMIT_NOFILE, &few);
         const SChildOutcome outcome = RunChild(request);
         setrlimit(RLIMIT_NOFILE, &limit);
-        EXPECT_EQ(eChildNotStarted, outcome.end);
-        EXPECT_EQ(row.call, outcome.failedCall);
-        EXPECT_EQ(row.code, outcome.code);
+        EXPECT_EQ(std::tuple(eChildNotStarted, std::string(call), code),
+                  std::tuple(outcome.end, outcome.failedCall, outcome.code));
     }
 }
 
 TEST(RunChild, KeepsWhatItIsTold) {
-    const struct {
-        ChildKeep keep;
-        bool join;
-        const char *output, *error;
-    } rows[] = {
-        {eKeepAll, false, "12345\n789\n", "6\n"},
-        {eKeepHead, false, "1234", "6\n"},
-        {eKeepTail, false, "789\n", "6\n"},
-        {eKeepAll, true, "12345\n6\n789\n", ""},
-    };
-    for (const auto& row : rows) {
+    const Rows<ChildKeep, bool, const char*, const char*> rows = {{eKeepAll, false, "12345\n789\n", "6\n"},
+                                                                  {eKeepHead, false, "1234", "6\n"},
+                                                                  {eKeepTail, false, "789\n", "6\n"},
+                                                                  {eKeepAll, true, "12345\n6\n789\n", ""}};
+    for (const auto& [keep, join, output, error] : rows) {
         SChildRequest request = Shell("echo 12345; echo 6 >&2; echo 789");
-        request.keep = row.keep;
+        request.keep = keep;
         request.keepBytes = 4;
-        request.joinError = row.join;
+        request.joinError = join;
         const SChildOutcome outcome = RunChild(request);
-        EXPECT_EQ(row.output, outcome.output) << row.keep;
-        EXPECT_EQ(row.error, outcome.error) << row.keep;
+        EXPECT_EQ(output, outcome.output) << keep;
+        EXPECT_EQ(error, outcome.error) << keep;
     }
     SChildRequest flood = Shell("cat /dev/zero & cat /dev/zero >&2");
     flood.keep = eKeepTail;
@@ -179,8 +141,7 @@ TEST(RunChild, KeepsWhatItIsTold) {
 }
 
 TEST(RunChild, HandsLinesOverAsTheyCome) {
-    constexpr size_t longest = 65536;
-    const std::string whole(longest, 'x');
+    const std::string whole(65536, 'x');  // the longest line
     std::string lines;
     SChildRequest request = Shell("pwd; cat; echo err >&2");
     request.directory = "/usr";
@@ -209,6 +170,6 @@ TEST(RunChild, IsCancelledFromAnotherThreadAndOutlastsSignals) {
 
     request = Shell("sleep 0.1; cat");
     request.input = std::string(1 << 20, 'x');
-    const test::Interruptions interruptions([] {});
+    const Interruptions interruptions([] {});
     EXPECT_EQ(request.input, RunChild(request).output);
 }

@@ -1,49 +1,38 @@
 #include "SPathName.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <cstdlib>
-
 #include "TestSupport.h"
 
 namespace vyn {
 namespace {
 
+using namespace test;
 namespace fs = std::filesystem;
-using test::TakeOver;
-
-std::string CurrentDirectory() {
-    return fs::current_path().string();
-}
+const std::string start = fs::current_path().string();
 
 TEST(PathName, KeepsTextInNormalForm) {
-    const struct {
-        const char *text, *stored;
-        int absolute;
-        const char *directory, *tail;
-    } rows[] = {{"/a/b/../c", "/a/c", 1, "/a", "c"},
-                {"a/../b", "a/../b", 0, "a/..", "b"},
-                {"c:\\x", "c:/x", 1, "c:/", "x"},
-                {"/", "/", 1, "/", ""},
-                {"x", "x", 0, "", "x"},
-                {"urn:k4user:a/../b", "/b", 1, "/", "b"},
-                {"/a/..", "", 0, "", ""},
-                {"/a/../../../x", "/x", 1, "/", "x"},
-                {"/a//../b", "/a/b", 1, "/a", "b"},
-                {"/a/b/./../c", "/a/c", 1, "/a", "c"},
-                {"/a/.b/..c/...", "/a/.b/..c/...", 1, "/a/.b/..c", "..."},
-                {"/a/.", "/a/.", 1, "/a", "."},
-                {nullptr, "", 0, "", ""}};
-    for (const auto& row : rows) {
+    const Rows<const char*, const char*, int, const char*, const char*> rows = {
+        {"/a/b/../c", "/a/c", 1, "/a", "c"},
+        {"a/../b", "a/../b", 0, "a/..", "b"},
+        {"c:\\x", "c:/x", 1, "c:/", "x"},
+        {"/", "/", 1, "/", ""},
+        {"x", "x", 0, "", "x"},
+        {"urn:k4user:a/../b", "/b", 1, "/", "b"},
+        {"/a/..", "", 0, "", ""},
+        {"/a/../../../x", "/x", 1, "/", "x"},
+        {"/a//../b", "/a/b", 1, "/a", "b"},
+        {"/a/b/./../c", "/a/c", 1, "/a", "c"},
+        {"/a/.b/..c/...", "/a/.b/..c/...", 1, "/a/.b/..c", "..."},
+        {"/a/.", "/a/.", 1, "/a", "."},
+        {nullptr, "", 0, "", ""}};
+    for (const auto& [text, stored, absolute, directory, tail] : rows) {
+        const SString name(text);
         SPathName path("other");
-        path = SString(row.text);
-        const SString name(row.text);
-        EXPECT_STREQ(path.c_str(), row.stored) << name;
-        EXPECT_EQ(SPathName(row.text), path) << name;
-        EXPECT_EQ(path.IsAbsolutePath(), row.absolute) << name;
-        EXPECT_TRUE(SPathName(row.directory) == path.GetDirectory()) << name;
-        EXPECT_STREQ(path.GetTail(), row.tail) << name;
+        path = name;
+        EXPECT_EQ(std::tuple(std::string(path), path.IsAbsolutePath(), std::string(path.GetTail())),
+                  std::tuple(stored, absolute, tail))
+            << name;
+        EXPECT_EQ(SPathName(text), path) << name;
+        EXPECT_TRUE(SPathName(directory) == path.GetDirectory()) << name;
     }
     char text[] = "a/./b/../c";
     EXPECT_EQ(WexPathCanonicalize(text, text), 1);
@@ -68,12 +57,11 @@ TEST(PathName, ComparesWithTextInNormalForm) {
 }
 
 TEST(Suffix, BelongsToTheLastElement) {
-    for (const auto& [text, suffix, base] :
-         {std::tuple("/a.b/c.cpp", ".cpp", "c"), std::tuple("/a.b/c", "", "c")}) {
+    for (const auto& [text, suffix] : {std::pair("/a.b/c.cpp", ".cpp"), {"/a.b/c", ""}}) {
         SPathName path(text);
         EXPECT_EQ(GetExtentionFromPath(SString(path + "?x=1.2")), suffix) << text;
         EXPECT_EQ(path.GetSuffix() == nullptr, !*suffix) << text;
-        EXPECT_EQ(TakeOver(path.GetBaseName()), base) << text;
+        EXPECT_EQ(TakeOver(path.GetBaseName()), "c") << text;
         path.AddSuffix(SString(".txt"));
         EXPECT_EQ(path, std::string("/a.b/c") + (*suffix ? suffix : ".txt"));
         path.SubSuffix();
@@ -82,21 +70,19 @@ TEST(Suffix, BelongsToTheLastElement) {
 }
 
 TEST(PathElement, IsAppendedBehindOneSeparator) {
-    const struct {
-        const char *path, *element, *expected;
-    } rows[] = {{"/x", "", "/x/"},
-                {"/x", "/y", "/x/y"},
-                {"/x/", "//y", "/x//y"},
-                {"", "/y", "/y"},
-                {"", "", ""},
-                {"/a/b", "..", "/a"},
-                {"a/b", "..", "a/b/.."},
-                {"http://h", "./p", "http://h/p"},
-                {"a", "b\\", "a/b\\"}};
-    for (const auto& row : rows) {
-        SPathName path(row.path);
-        path.AddPathElement(SString(row.element));
-        EXPECT_STREQ(path.c_str(), row.expected) << row.path << " + " << row.element;
+    const Rows<const char*, const char*, const char*> rows = {{"/x", "", "/x/"},
+                                                              {"/x", "/y", "/x/y"},
+                                                              {"/x/", "//y", "/x//y"},
+                                                              {"", "/y", "/y"},
+                                                              {"", "", ""},
+                                                              {"/a/b", "..", "/a"},
+                                                              {"a/b", "..", "a/b/.."},
+                                                              {"http://h", "./p", "http://h/p"},
+                                                              {"a", "b\\", "a/b\\"}};
+    for (const auto& [expectedPath, element, expected] : rows) {
+        SPathName path(expectedPath);
+        path.AddPathElement(SString(element));
+        EXPECT_STREQ(path.c_str(), expected) << expectedPath << " + " << element;
     }
     SPathName twice("long enough to lie on the heap, and to move there");
     const std::string once(twice);
@@ -122,14 +108,13 @@ TEST(PathName, HasAtMost1023Bytes) {
 
 TEST(AbsolutePath, StartsFromTheCurrentDirectory) {
     setenv("VYN_X", "d", 1);
-    for (const auto& [text, expected] :
-         {std::pair("", std::string()), std::pair("$(VYN_X)/./x", CurrentDirectory() + "/d/x"),
-          std::pair("c:/x", CurrentDirectory() + "/c:/x")}) {
+    const Rows<const char*, std::string> rows = {
+        {"", ""}, {"$(VYN_X)/./x", start + "/d/x"}, {"c:/x", start + "/c:/x"}};
+    for (const auto& [text, expected] : rows) {
         SPathName path(text), based(text);
         path.MakeAbsolutePath();
-        EXPECT_EQ(path, expected) << text;
         based.MakeAbsolutePath(SPathName());
-        EXPECT_EQ(based, expected) << text;
+        EXPECT_EQ(std::tuple(path, based), std::tuple(expected, expected)) << text;
     }
     SPathName path("$(VYN_X)/..");
     path.MakeExpandPath();
@@ -142,52 +127,39 @@ TEST(AbsolutePath, StartsFromTheCurrentDirectory) {
 TEST(AbsolutePath, StartsFromTheDirectoryOfTheBase) {
     setenv("VYN_X", "d", 1);
     setenv("VYN_ABSOLUTE", "/abs", 1);
-    const std::string base = "/" + std::string(1000, 'b') + "/", name(21, 'x');
-    const struct {
-        std::string text, base, expected;
-        int error;
-    } rows[] = {{"x", "/p/q.txt", "/p/x", 0},
-                {"../x", "/p/q/", "/p/x", 0},
-                {"/z", "/p/q.txt", "/z", 0},
-                {"", "/p/q", "/p/", 0},
-                {"$(VYN_ABSOLUTE)/x", "/p/q", "/abs/x", 0},
-                {"$(VYN_X)/x", "/p/q", "/p/$(VYN_X)/x", 0},
-                {"x", "$(VYN_X)/q", CurrentDirectory() + "/d/x", 0},
-                {name, base, base + name, 0},
-                {name + "x", base, base, ERANGE},
-                {"x", std::string(1020, 'b'), "x", ERANGE}};
-    for (const auto& row : rows) {
-        SPathName path(row.text.c_str());
+    const std::string deep = "/" + std::string(1000, 'b') + "/", name(21, 'x');
+    const Rows<std::string, std::string, std::string, int> rows = {
+        {"", "/p/q", "/p/", 0},       {name + "x", deep, deep, ERANGE},
+        {"/z", "/p/q.txt", "/z", 0},  {"x", "$(VYN_X)/q", start + "/d/x", 0},
+        {"x", "/p/q.txt", "/p/x", 0}, {"$(VYN_ABSOLUTE)/x", "/p/q", "/abs/x", 0},
+        {"../x", "/p/q/", "/p/x", 0}, {"$(VYN_X)/x", "/p/q", "/p/$(VYN_X)/x", 0},
+        {name, deep, deep + name, 0}, {"x", std::string(1020, 'b'), "x", ERANGE}};
+    for (const auto& [text, base, expected, error] : rows) {
+        SPathName path(text.c_str());
         errno = 0;
-        path.MakeAbsolutePath(SPathName(row.base.c_str()));
-        EXPECT_EQ(path, row.expected) << row.text << " at " << row.base;
-        EXPECT_EQ(errno, row.error) << row.text << " at " << row.base;
+        path.MakeAbsolutePath(SPathName(base.c_str()));
+        EXPECT_EQ(std::tuple(errno, path), std::tuple(error, expected)) << text << " at " << base;
     }
 }
 
 TEST(CreateDirectory, MakesParentsFromTheSecondSeparatorOn) {
-    const fs::path start = fs::current_path();
-    const test::TemporaryDirectory directory;
+    const TemporaryDirectory directory;
     fs::current_path(directory.Path());
     std::ofstream("file") << "x";
-    const struct {
-        std::string path;
-        int result;
-        const char *made, *notMade;
-    } rows[] = {{directory / "x/y/z/", 1, "x/y/z", "a"},
-                {"a/b", 0, ".", "a"},
-                {"a", 1, "a", "a/b"},
-                {"a/b/c", 1, "a/b/c", "c:"},
-                {"a", 1, "a", "c:"},
-                {"file", 0, "a", "c:"},
-                {"", 0, "a", "c:"},
-                {"c:/", 0, "a", "c:"}};
-    for (const auto& row : rows) {
+    const Rows<std::string, int, const char*, const char*> rows = {{directory / "x/y/z/", 1, "x/y/z", "a"},
+                                                                   {"a/b", 0, ".", "a"},
+                                                                   {"a", 1, "a", "a/b"},
+                                                                   {"a/b/c", 1, "a/b/c", "c:"},
+                                                                   {"a", 1, "a", "c:"},
+                                                                   {"file", 0, "a", "c:"},
+                                                                   {"", 0, "a", "c:"},
+                                                                   {"c:/", 0, "a", "c:"}};
+    for (const auto& [path, result, made, notMade] : rows) {
         errno = 0;
-        EXPECT_EQ(SPathName(row.path.c_str()).CreateDirectoryA(), row.result) << row.path;
-        EXPECT_EQ(!row.result && errno == EEXIST, row.path == "file");
-        EXPECT_TRUE(fs::is_directory(row.made)) << row.path;
-        EXPECT_FALSE(fs::exists(row.notMade)) << row.path;
+        EXPECT_EQ(SPathName(path.c_str()).CreateDirectoryA(), result) << path;
+        EXPECT_EQ(!result && errno == EEXIST, path == "file");
+        EXPECT_TRUE(fs::is_directory(made)) << path;
+        EXPECT_FALSE(fs::exists(notMade)) << path;
     }
     fs::create_directory("c:");
     EXPECT_EQ(SPathName("c:").CreateDirectoryA(), 1);

@@ -1,25 +1,41 @@
 #pragma once
 
 /// \file
-/// What tests share: a directory of their own, whole files as text, texts to free, what arrives on vynerr, a full system,
+/// What tests share: tables, a directory of their own, whole files as text, texts to free, what arrives on vynerr, a full system,
 /// signals that interrupt.
 
+#include <fcntl.h>
+#include <gtest/gtest.h>
 #include <sys/resource.h>
+#include <sys/stat.h>
 #include <sys/time.h>
+#include <sys/wait.h>
 #include <unistd.h>
 
+#include <atomic>
+#include <cerrno>
 #include <csignal>
 #include <cstdlib>
+#include <cstring>
 #include <filesystem>
 #include <fstream>
 #include <functional>
 #include <iterator>
+#include <memory>
 #include <string>
+#include <thread>
+#include <tuple>
+#include <utility>
+#include <vector>
 
 #include "VynErrOut.h"
 #include "ZemAPICommon.h"
 
 namespace vyn::test {
+
+/// The rows of a table.
+template <class... Fields>
+using Rows = std::vector<std::tuple<Fields...>>;
 
 /// A directory that goes with the object.
 class TemporaryDirectory {
@@ -29,7 +45,6 @@ public:
         m_path = mkdtemp(&path[0]);
     }
     TemporaryDirectory(const TemporaryDirectory&) = delete;
-    TemporaryDirectory& operator=(const TemporaryDirectory&) = delete;
     ~TemporaryDirectory() {
         std::error_code ignored;
         std::filesystem::remove_all(m_path, ignored);
@@ -79,6 +94,7 @@ struct Reports : k4::IMessageOutputHandler {
         return true;
     }
     void OnFlush() override {}
+    std::string Take() { return std::exchange(text, ""); }
     std::string text;
 };
 
@@ -89,6 +105,14 @@ inline std::string RunCommand(const std::string& command, int& status) {
     return ReadText(directory / "out");
 }
 
+/// Calls \p f. \return what it wrote to the error output.
+template <class F>
+std::string ErrorOutputOf(F f) {
+    testing::internal::CaptureStderr();
+    f();
+    return testing::internal::GetCapturedStderr();
+}
+
 /// Lets no file grow beyond a number of bytes, as on a full disk, while the object lives.
 class FullDisk {
 public:
@@ -97,15 +121,13 @@ public:
         const rlimit full = {bytes, m_saved.rlim_max};
         setrlimit(RLIMIT_FSIZE, &full);
     }
-    FullDisk(const FullDisk&) = delete;
-    FullDisk& operator=(const FullDisk&) = delete;
     ~FullDisk() {
         setrlimit(RLIMIT_FSIZE, &m_saved);
         signal(SIGXFSZ, m_handler);
     }
 
 private:
-    void (*m_handler)(int);
+    void (*const m_handler)(int);
     rlimit m_saved;
 };
 
@@ -123,19 +145,17 @@ inline void WithoutProcesses(bool (*check)()) {
 class Interruptions {
 public:
     explicit Interruptions(std::function<void()> fulfil) {
-        Fulfil() = std::move(fulfil);
-        Count() = 0;
+        m_fulfil = std::move(fulfil);
+        m_count = 0;
         struct sigaction action = {};
         action.sa_handler = [](int) {
-            if (++Count() == 5) {
-                Fulfil()();
+            if (++m_count == 5) {
+                m_fulfil();
             }
         };
         sigaction(SIGALRM, &action, nullptr);
         SetTimer(3000);
     }
-    Interruptions(const Interruptions&) = delete;
-    Interruptions& operator=(const Interruptions&) = delete;
     ~Interruptions() { SetTimer(0); }
 
 private:
@@ -143,14 +163,8 @@ private:
         const itimerval often = {{0, microseconds}, {0, microseconds}};
         setitimer(ITIMER_REAL, &often, nullptr);
     }
-    static std::function<void()>& Fulfil() {
-        static std::function<void()> fulfil;
-        return fulfil;
-    }
-    static volatile sig_atomic_t& Count() {
-        static volatile sig_atomic_t count;
-        return count;
-    }
+    static inline std::function<void()> m_fulfil;
+    static inline volatile sig_atomic_t m_count;
 };
 
 }  // namespace vyn::test

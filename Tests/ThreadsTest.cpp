@@ -1,16 +1,11 @@
 #include "ThreadCall.h"
 
-#include <gtest/gtest.h>
-
-#include <atomic>
-#include <cerrno>
 #include <ctime>
-#include <memory>
 #include <stdexcept>
-#include <string>
 
 #include "TestSupport.h"
 
+using namespace vyn::test;
 using namespace rhu::os;
 using vyn::SThread;
 using vyn::ThreadCall;
@@ -18,9 +13,8 @@ using vyn::ThreadCall;
 namespace {
 
 Time FromNow(double seconds) {
-    Time point;
+    Time point, span;
     point.setNow();
-    Time span;
     span.set(seconds);
     point.add(span);
     return point;
@@ -32,8 +26,8 @@ unsigned long PutOne(void* semaphore) {
 }
 
 struct SWaiter {
-    Semaphore semaphore;
     bool limited;
+    Semaphore semaphore{};
     std::atomic<bool> woken{false};
 };
 
@@ -47,23 +41,19 @@ unsigned long Wait(void* waiter) {
 }  // namespace
 
 TEST(Time, AddsAndSaturates) {
-    struct {
-        double first, second;
-        uint32_t seconds, nanoseconds;
-    } const rows[] = {
+    const Rows<double, double, uint32_t, uint32_t> rows = {
         {1.75, 2.5, 4, 250000000},
         {0.5, 0.5, 1, 0},
         {-3, 1, 1, 0},
         {4294967295.0, 0, 4294967295U, 0},
-        {2147483648.0, 2147483648.0, 4294967295U, 999999999},
-    };
-    for (const auto& row : rows) {
+        {2147483648.0, 2147483648.0, 4294967295U, 999999999}};
+    for (const auto& [first, second, seconds, nanoseconds] : rows) {
         Time a, b;
-        a.set(row.first);
-        b.set(row.second);
+        a.set(first);
+        b.set(second);
         a.add(b);
-        EXPECT_EQ(row.seconds, a.seconds()) << row.first << " + " << row.second;
-        EXPECT_EQ(row.nanoseconds, a.nanoseconds()) << row.first << " + " << row.second;
+        EXPECT_EQ(std::pair(seconds, nanoseconds), std::pair(a.seconds(), a.nanoseconds()))
+            << first << " + " << second;
     }
 }
 
@@ -98,8 +88,7 @@ TEST(Semaphore, MayBeDestroyedByWhoeverTakesTheLastUnit) {
 
 TEST(Semaphore, StaysWholeWhenAWaiterIsCancelled) {
     for (const bool limited : {true, false}) {
-        SWaiter waiter;
-        waiter.limited = limited;
+        SWaiter waiter{limited};
         SThread thread;
         ASSERT_TRUE(thread.Launch(Wait, &waiter));
         thread.KillWait();
@@ -111,47 +100,45 @@ TEST(Semaphore, StaysWholeWhenAWaiterIsCancelled) {
 }
 
 TEST(Mutex, ExcludesOtherThreadsAndIsFreedByAnException) {
-    struct SShared {
-        Mutex mutex;
-        long count = 0;
-    } shared;
-    const auto add = [](void* p) -> unsigned long {
-        SShared* s = static_cast<SShared*>(p);
+    static Mutex mutex;
+    static long count = 0;
+    const auto add = [](void*) -> unsigned long {
         for (int i = 0; i < 20000; ++i) {
-            const auto_lock lock(s->mutex);
-            ++s->count;
+            const auto_lock lock(mutex);
+            ++count;
         }
         return 0;
     };
-    try {
-        const auto_lock lock(shared.mutex);
+    const auto leave = [] {
+        const auto_lock lock(mutex);
         throw std::runtime_error("left");
-    } catch (const std::runtime_error&) {
-    }
+    };
+    EXPECT_THROW(leave(), std::runtime_error);
     SThread threads[3];
     for (SThread& thread : threads) {
-        ASSERT_TRUE(thread.Launch(add, &shared));
+        ASSERT_TRUE(thread.Launch(add, nullptr));
     }
     for (SThread& thread : threads) {
         thread.KillWait();  // no cancellation point on its way: it ends by itself
     }
-    EXPECT_EQ(60000, shared.count);
-    ASSERT_EQ(eStatusOk, shared.mutex.init(true));
-    shared.mutex.lock();
-    EXPECT_EQ(eStatusOk, shared.mutex.lock()) << "a recursive mutex";
-    shared.mutex.unlock();
-    shared.mutex.unlock();
+    EXPECT_EQ(60000, count);
+    ASSERT_EQ(eStatusOk, mutex.init(true));
+    mutex.lock();
+    EXPECT_EQ(eStatusOk, mutex.lock()) << "a recursive mutex";
+    mutex.unlock();
+    mutex.unlock();
 }
 
 TEST(SThread, DoesNothingWithoutAThread) {
-    testing::internal::CaptureStderr();
     SThread thread;
-    errno = ENOTTY;
-    thread.Kill();
-    thread.Wait();
-    thread.KillWait();
-    EXPECT_EQ(ENOTTY, errno);
-    EXPECT_EQ("", testing::internal::GetCapturedStderr());
+    const auto endIt = [&] {
+        errno = ENOTTY;
+        thread.Kill();
+        thread.Wait();
+        thread.KillWait();
+        EXPECT_EQ(ENOTTY, errno);
+    };
+    EXPECT_EQ("", ErrorOutputOf(endIt));
 }
 
 TEST(SThread, ReportsAThreadThatCannotBeMade) {
@@ -163,34 +150,31 @@ TEST(SThread, ReportsAThreadThatCannotBeMade) {
         thread.Wait();  // no handle is left: prints nothing
         return ok;
     };
-    EXPECT_EXIT(vyn::test::WithoutProcesses(launch), testing::ExitedWithCode(0),
+    EXPECT_EXIT(WithoutProcesses(launch), testing::ExitedWithCode(0),
                 "^pthread_create: Resource temporarily unavailable\n$");
 }
 
 // A thread that starts after the end of another gets its id.
 TEST(SThread, LeavesAThreadAloneThatHasTheIdOfAJoinedOne) {
     const std::string join = "pthread_join: No such process\n", cancel = "pthread_cancel: No such process\n";
-    struct {
-        void (SThread::*operation)();
-        std::string message;
-    } const rows[] = {{&SThread::Wait, join}, {&SThread::Kill, cancel}, {&SThread::KillWait, cancel + join}};
-    for (const auto& row : rows) {
+    const Rows<void (SThread::*)(), std::string> rows = {
+        {&SThread::Wait, join}, {&SThread::Kill, cancel}, {&SThread::KillWait, cancel + join}};
+    for (const auto& [operation, message] : rows) {
         Semaphore semaphore;
         SThread joined, next;
         ASSERT_TRUE(joined.Launch(PutOne, &semaphore));
         joined.Wait();
         EXPECT_EQ(0, errno);
         EXPECT_EQ(eStatusOk, semaphore.get(FromNow(0)));
-        SWaiter waiter;
-        waiter.limited = false;
+        SWaiter waiter{false};
         ASSERT_TRUE(next.Launch(Wait, &waiter));
         testing::internal::CaptureStderr();
-        (joined.*row.operation)();
+        (joined.*operation)();
         EXPECT_EQ(ESRCH, errno);
-        EXPECT_EQ(row.message, testing::internal::GetCapturedStderr());
+        EXPECT_EQ(message, testing::internal::GetCapturedStderr());
         waiter.semaphore.put(1);
         next.Wait();
-        EXPECT_TRUE(waiter.woken) << row.message;
+        EXPECT_TRUE(waiter.woken) << message;
         ASSERT_TRUE(next.Launch(PutOne, &semaphore));
         next.Wait();
         EXPECT_EQ(0, errno) << "a thread of its own";

@@ -1,8 +1,5 @@
 #include "VynFileItem.h"
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
 #include "TestSupport.h"
 #include "VynUri.h"
 
@@ -15,16 +12,10 @@ using namespace test;
 class AsOrdinaryUser {
 public:
     AsOrdinaryUser() : m_bChanged(geteuid() == 0 && seteuid(65534) == 0) {}
-    AsOrdinaryUser(const AsOrdinaryUser&) = delete;
-    AsOrdinaryUser& operator=(const AsOrdinaryUser&) = delete;
-    ~AsOrdinaryUser() {
-        if (m_bChanged) {
-            EXPECT_EQ(seteuid(0), 0);
-        }
-    }
+    ~AsOrdinaryUser() { EXPECT_EQ(m_bChanged ? seteuid(0) : 0, 0); }
 
 private:
-    bool m_bChanged;
+    const bool m_bChanged;
 };
 
 std::string Names(const std::vector<VynFileItem>& items) {
@@ -59,14 +50,11 @@ protected:
 };
 
 TEST_F(Tree, ShowsWhatAPathNames) {
-    const struct {
-        const char* name;
-        int type;
-    } rows[] = {{"a.txt", 0}, {"sub", 1}, {"link", 1}, {"", 1}, {"dangling", 3}, {"none", 3}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(VynFileItem(In(row.name)).GetFileType(), row.type) << row.name;
+    const Rows<SString, int> rows = {{In("a.txt"), 0},    {In("sub"), 1},  {In("link"), 1}, {In(""), 1},
+                                     {In("dangling"), 3}, {In("none"), 3}, {"/dev/null", 3}};
+    for (const auto& [name, type] : rows) {
+        EXPECT_EQ(VynFileItem(name.c_str()).GetFileType(), type) << name;
     }
-    EXPECT_EQ(VynFileItem("/dev/null").GetFileType(), 3);
     EXPECT_EQ(VynFileItem("/x/../a/b.c").GetFullPath(), "/a/b.c");
     EXPECT_EQ(VynFileItem("/x/../a/b.c").GetName(), "b.c");
 }
@@ -76,13 +64,11 @@ TEST_F(Tree, ListsADirectoryWithoutHiddenNames) {
     items[1].GetFilesList(items);
     EXPECT_EQ(Names(items), "a.txt b.txt dangling link sub with blank.c ");
     EXPECT_EQ(items[0], VynFileItem(In("a.txt")));
-    testing::internal::CaptureStderr();
     for (const char* name : {"a.txt", "sub", "none"}) {
         items.emplace_back("before");
-        VynFileItem(In(name)).GetFilesList(items);
+        EXPECT_EQ(ErrorOutputOf([&] { VynFileItem(In(name)).GetFilesList(items); }), "");
         EXPECT_EQ(Names(items), "") << name;
     }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
 }
 
 TEST_F(Tree, GathersTheMatchesOfPatterns) {
@@ -91,63 +77,52 @@ TEST_F(Tree, GathersTheMatchesOfPatterns) {
     std::filesystem::current_path(m_directory.Path());
     std::vector<VynFileItem> items;
     std::string names;
-    testing::internal::CaptureStderr();
-    for (const auto& [pattern, added] :
-         {std::pair(In("b*"), "b.txt "), std::pair(In("none*"), ""), std::pair(In("[a-c].txt"), "a.txt "),
-          std::pair(In("sub/../?.txt"), ""), std::pair(In(".*"), ".hidden "),
-          std::pair(SString("urn:fileitem:w*"), "with blank.c "), std::pair(SString("[al]*"), "link ")}) {
-        VynFileItem("").GetFiles(pattern, items);
+    const Rows<SString, const char*> rows = {
+        {In("b*"), "b.txt "},     {In("none*"), ""},      {In("[a-c].txt"), "a.txt "},
+        {In("sub/../?.txt"), ""}, {In(".*"), ".hidden "}, {"urn:fileitem:w*", "with blank.c "},
+        {"[al]*", "link "}};
+    for (const auto& [pattern, added] : rows) {
+        EXPECT_EQ(ErrorOutputOf([&, p = pattern] { VynFileItem("").GetFiles(p, items); }), "");
         EXPECT_EQ(Names(items), names += added) << pattern;
     }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(), "");
     std::filesystem::current_path(before);
 }
 
 TEST_F(Tree, ReportsADirectoryThatCantBeRead) {
     chmod(In("sub").c_str(), 0);
     std::vector<VynFileItem> items{VynFileItem("before")};
-    testing::internal::CaptureStderr();
-    {
+    const std::string errors = ErrorOutputOf([&] {
         const AsOrdinaryUser user;
         VynFileItem("").GetFiles(In("sub/*"), items);
         VynFileItem("").GetFiles(In("none/*"), items);
-    }
-    EXPECT_EQ(testing::internal::GetCapturedStderr(),
+    });
+    EXPECT_EQ(errors,
               "Permission denied: " + In("sub/*") + "\nNo such file or directory: " + In("none/*") + "\n");
     EXPECT_EQ(Names(items), "before ");
 }
 
 TEST_F(Tree, TellsWhichPathsAreTooLong) {
-    SPathName directory(m_directory.Path().c_str());
-    while (directory.size() < 1000) {
-        directory.AddPathElement(std::string(std::min<size_t>(200, 1001 - directory.size()), 'd').c_str());
+    SPathName longest(m_directory.Path().c_str());
+    while (longest.size() < 1000) {
+        longest.AddPathElement(std::string(std::min<size_t>(200, 1001 - longest.size()), 'd').c_str());
     }
-    const std::string longName(50, 'f');
-    std::filesystem::create_directories(directory + "/" + longName);
-    WriteText(directory + "/a", "");
-    SPathName beyond(directory);
-    beyond += "/" + longName;
+    SPathName beyond(longest);
+    beyond += "/" + std::string(50, 'f');
+    std::filesystem::create_directories(beyond.c_str());
+    WriteText(longest + "/a", "");
     const std::string relative(1022, 'x');
-    const struct {
-        SPathName directory, pattern;
-        const char* names;
-        std::string report;
-    } rows[] = {{directory, "", "a ", directory + "/*"},
-                {beyond, "", "", beyond},
-                {"", beyond, "", beyond},
-                {"", relative.c_str(), "", relative}};
-    for (const auto& row : rows) {
+    const Rows<SPathName, SPathName, const char*, std::string> rows = {{longest, "", "a ", longest + "/*"},
+                                                                       {beyond, "", "", beyond},
+                                                                       {"", beyond, "", beyond},
+                                                                       {"", relative.c_str(), "", relative}};
+    for (const auto& [directory, pattern, names, report] : rows) {
         std::vector<VynFileItem> items;
         testing::internal::CaptureStderr();
         errno = 0;
-        if (row.pattern.empty()) {
-            VynFileItem(row.directory).GetFilesList(items);
-        } else {
-            VynFileItem("").GetFiles(row.pattern, items);
-        }
-        EXPECT_EQ(errno, ENAMETOOLONG) << row.report;
-        EXPECT_EQ(Names(items), row.names) << row.report;
-        EXPECT_EQ(testing::internal::GetCapturedStderr(), "File name too long: " + row.report + "\n");
+        pattern.empty() ? VynFileItem(directory).GetFilesList(items)
+                        : VynFileItem("").GetFiles(pattern, items);
+        EXPECT_EQ(std::tuple(errno, Names(items)), std::tuple(ENAMETOOLONG, names)) << report;
+        EXPECT_EQ(testing::internal::GetCapturedStderr(), "File name too long: " + report + "\n");
     }
 }
 
@@ -178,27 +153,27 @@ TEST_F(Tree, LeavesAFileThatIsCopiedOntoItself) {
 
 TEST_F(Tree, FailsToCopyWhatCantBeReadOrWritten) {
     const SString file = In("a.txt"), to = In("to"), old = In("old");
-    WriteText(old, "old");
-    const struct {
-        SString from, to;
-    } rows[] = {{In("none"), to},  {file, In("none/to")}, {In("sub"), to},  {file, "/dev/full"},
-                {file, In("sub")}, {In("big"), to},       {In("big"), old}, {"/dev/null", In("read-only")},
-                {In("secret"), to}};
-    WriteText(In("big"), std::string(100000, 'x'));
-    WriteText(In("read-only"), "read-only");
-    WriteText(In("secret"), "secret");
-    chmod(In("read-only").c_str(), 0444);
-    chmod(In("secret").c_str(), 0);
+    const Rows<SString, SString> rows = {
+        {In("none"), to},  {file, In("none/to")}, {In("sub"), to},  {file, "/dev/full"},
+        {file, In("sub")}, {In("big"), to},       {In("big"), old}, {"/dev/null", In("read-only")},
+        {In("secret"), to}};
+    const Rows<SString, std::string, mode_t> files = {{old, "old", 0666},
+                                                      {In("big"), std::string(100000, 'x'), 0644},
+                                                      {In("read-only"), "read-only", 0444},
+                                                      {In("secret"), "secret", 0}};
+    for (const auto& [name, text, mode] : files) {
+        WriteText(name, text);
+        chmod(name.c_str(), mode);
+    }
     chmod(m_directory.Path().c_str(), 0777);
-    chmod(old.c_str(), 0666);
     {
         const AsOrdinaryUser user;
         const FullDisk full(50000);
-        for (const auto& row : rows) {
+        for (const auto& [from, expectedTo] : rows) {
             errno = 0;
-            EXPECT_FALSE(VynCopyFile(row.from, row.to)) << row.from << " to " << row.to;
+            EXPECT_FALSE(VynCopyFile(from, expectedTo)) << from << " to " << expectedTo;
             EXPECT_NE(errno, 0);
-            EXPECT_FALSE(std::filesystem::exists(to.c_str())) << row.from;
+            EXPECT_FALSE(std::filesystem::exists(to.c_str())) << from;
         }
     }
     EXPECT_EQ(ReadText(old), "old");

@@ -1,59 +1,45 @@
 #include "VynHttp.h"
 
-#include <gtest/gtest.h>
-
 #include <cctype>
 #include <cstdio>
-#include <cstring>
 #include <iostream>
 #include <map>
 #include <random>
 #include <sstream>
-#include <string>
+
+#include "TestSupport.h"
 
 namespace vyn {
 namespace {
 
+using namespace test;
 using namespace std::string_literals;
-using Params = std::map<std::string, std::string>;
+using Text = std::string;
+using Params = std::map<Text, Text>;
 
 TEST(TruncAtNewLine, CutsAtTheFirstLineEndButNotAtTheVeryStart) {
-    const struct {
-        std::string text, expected;
-    } rows[] = {
-        {"abc", "abc"},
-        {"abc\r\ndef", "abc"},
-        {"a\nb\rc", "a"},
-        {"\nabc", "\nabc"},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(TruncAtNewLine(row.text), row.expected) << row.text;
+    const Rows<std::string, std::string> rows = {
+        {"abc", "abc"}, {"abc\r\ndef", "abc"}, {"a\nb\rc", "a"}, {"\nabc", "\nabc"}};
+    for (const auto& [text, expected] : rows) {
+        EXPECT_EQ(TruncAtNewLine(text), expected) << text;
     }
 }
 
 TEST(RemoveProtocolFromUrl, NeedsTwoSlashesBehindTheFirstColon) {
-    const struct {
-        std::string url;
-        bool found;
-        std::string protocol, rest;
-    } rows[] = {
+    const Rows<Text, bool, Text, Text> rows = {
         {"http://a/b", true, "http", "a/b"},  {"://", true, "", ""},
         {"c:\\dir", false, "old", "c:\\dir"}, {"a:b://c", false, "old", "a:b://c"},
         {"a:/", false, "old", "a:/"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [url, found, expectedProtocol, expectedRest] : rows) {
         std::string protocol = "old", rest = "old";
-        EXPECT_EQ(RemoveProtocolFromUrl(row.url, protocol, rest), row.found) << row.url;
-        EXPECT_EQ(protocol, row.protocol) << row.url;
-        EXPECT_EQ(rest, row.rest) << row.url;
+        EXPECT_EQ(RemoveProtocolFromUrl(url, protocol, rest), found) << url;
+        EXPECT_EQ(std::pair(protocol, rest), std::pair(expectedProtocol, expectedRest)) << url;
     }
 }
 
 TEST(SplitGetReq, GivesPathAndDecodedParameters) {
-    const struct {
-        std::string request, path;
-        Params params;
-    } rows[] = {
+    const Rows<Text, Text, Params> rows = {
         {"GET /a?x=1&y=b+c HTTP/1.1\r\n", "GET /a", {{"x", "1"}, {"y", "b c"}}},
         {"GET /a HTTP/1.0\n", "GET /a", {}},
         {"GET /a HTTP/1.1\r\n\n", "GET /a HTTP/1.1\r", {}},  // one byte stays, and hides the version
@@ -65,14 +51,12 @@ TEST(SplitGetReq, GivesPathAndDecodedParameters) {
         {"/a?=1&k%41=a=b?c", "/a", {{"", "1"}, {"k%41", "a=b?c"}}},
         {"/a%20b?x=%2B%26%3d", "/a%20b", {{"x", "+&="}}},
         {"/a?x=%+1", "/a", {{"x", "\x91"}}},  // the "+" is a blank before it is taken for a digit
-        {"/a?x=1&y\0=2&z=3"s, "/a", {{"x", "1"}}},
-    };
-    for (const auto& row : rows) {
+        {"/a?x=1&y\0=2&z=3"s, "/a", {{"x", "1"}}}};
+    for (const auto& [request, expectedPath, expectedParams] : rows) {
         std::string path = "old";
         Params params;
-        SplitGetReq(row.request, path, params);
-        EXPECT_EQ(path, row.path) << row.request;
-        EXPECT_EQ(params, row.params) << row.request;
+        SplitGetReq(request, path, params);
+        EXPECT_EQ(std::pair(path, params), std::pair(expectedPath, expectedParams)) << request;
     }
     Params kept = {{"x", "0"}};
     std::string path;
@@ -81,32 +65,27 @@ TEST(SplitGetReq, GivesPathAndDecodedParameters) {
 }
 
 TEST(SplitUrl, KnowsHttpAndFile) {
-    const struct {
-        std::string url, before, protocol, host, path, message;
-    } rows[] = {
+    const Rows<Text, Text, Text, Text, Text, Text> rows = {
         {"http://host", "", "http", "host", "/", ""},
         {"file://c:\\x\\y", "", "file", "", "c:/x/y", ""},
         {"host/a", "http", "http", "host", "/a", ""},  // the caller's protocol stands
         {"ftp://host/x", "", "ftp", "host/x", "old", "unknown protocol in SplitUrl: 'ftp'\n"},
         {"c:\\x", "", "", "c:\\x", "old", "unknown protocol in SplitUrl: ''\n"},
     };
-    for (const auto& row : rows) {
-        std::string protocol = row.before, host = "old", path = "old";
+    for (const auto& [url, given, expectedProtocol, expectedHost, expectedPath, expectedMessage] : rows) {
+        std::string protocol = given, host = "old", path = "old";
         std::ostringstream message;
         std::streambuf* const before = std::cerr.rdbuf(message.rdbuf());
-        SplitUrl(row.url, protocol, host, path);
+        SplitUrl(url, protocol, host, path);
         std::cerr.rdbuf(before);
-        EXPECT_EQ(message.str(), row.message) << row.url;
-        EXPECT_EQ(protocol, row.protocol) << row.url;
-        EXPECT_EQ(host, row.host) << row.url;
-        EXPECT_EQ(path, row.path) << row.url;
+        EXPECT_EQ(message.str(), expectedMessage) << url;
+        EXPECT_EQ(std::tuple(protocol, host, path), std::tuple(expectedProtocol, expectedHost, expectedPath))
+            << url;
     }
 }
 
 TEST(ReplaceInStr, GoesOnOneByteBehindTheEndLessTheLengthOfThePattern) {
-    const struct {
-        std::string text, from, to, expected;
-    } rows[] = {
+    const Rows<Text, Text, Text, Text> rows = {
         {"a\\b\\\\", "\\", "/", "a/b//"},
         {"aXa", "a", "", "X"},
         {"abcabc", "abc", "", "abc"},   // the start wraps
@@ -115,8 +94,8 @@ TEST(ReplaceInStr, GoesOnOneByteBehindTheEndLessTheLengthOfThePattern) {
         {"abc", "", "-", "-a-b-c-"},
         {std::string(1 << 20, 'a'), "a", "bb", std::string(2 << 20, 'b')},  // in no time
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(ReplaceInStr(row.text, row.from, row.to), row.expected) << row.text << ' ' << row.from;
+    for (const auto& [text, from, to, expected] : rows) {
+        EXPECT_EQ(ReplaceInStr(text, from, to), expected) << text << ' ' << from;
     }
 }
 
@@ -160,27 +139,26 @@ TEST(PercentCoding, AppendsALongTextToItself) {
 }
 
 TEST(PercentCoding, DecodesWhateverStandsBehindAPercentSign) {
-    const struct {
-        std::string in, out;
-    } rows[] = {{"a+b%2Bc", "a b+c"},
-                {"%c3%A4%Ab", "\xC3\xA4\xAB"},
-                {"%00a", "\0a"s},
-                {"%2541", "%41"},
-                {"%zz%ZZ", "33"},
-                {"%%4-", "\xE4-"},
-                {"%+ ", "\x49"},
-                {"%\xFF\x80", "\x89"},
-                {"a%", "a%"},
-                {"a%4", "a@"},
-                {"a%+", "a@"},
-                {"", ""},
-                {"123456789 123456%41%20123456789 1234567%", "123456789 123456A 123456789 1234567%"}};
-    for (const auto& row : rows) {
+    const Rows<std::string, std::string> rows = {
+        {"a+b%2Bc", "a b+c"},
+        {"%c3%A4%Ab", "\xC3\xA4\xAB"},
+        {"%00a", "\0a"s},
+        {"%2541", "%41"},
+        {"%zz%ZZ", "33"},
+        {"%%4-", "\xE4-"},
+        {"%+ ", "\x49"},
+        {"%\xFF\x80", "\x89"},
+        {"a%", "a%"},
+        {"a%4", "a@"},
+        {"a%+", "a@"},
+        {"", ""},
+        {"123456789 123456%41%20123456789 1234567%", "123456789 123456A 123456789 1234567%"}};
+    for (const auto& [in, out] : rows) {
         UTF8String plain, agent;
-        DecodeURL(row.in, plain);
-        DecodeAgentURL(row.in, agent);
-        EXPECT_EQ(plain, row.in == rows[0].in ? "a+b+c" : row.out) << row.in;
-        EXPECT_EQ(agent, row.out) << row.in;
+        DecodeURL(in, plain);
+        DecodeAgentURL(in, agent);
+        EXPECT_EQ(plain, in == "a+b%2Bc" ? "a+b+c" : out) << in;
+        EXPECT_EQ(agent, out) << in;
     }
 }
 
@@ -190,18 +168,14 @@ std::string Base64(const std::string& bytes) {
 }
 
 TEST(Base64, MatchesKnownTexts) {
-    const struct {
-        std::string bytes, text;
-    } rows[] = {
-        {"", ""},
-        {"foob", "Zm9vYg=="},
-        {"fooba", "Zm9vYmE="},
-        {"foobar", "Zm9vYmFy"},
-        {"\xFF\xFE\xFD\0\x80"s, "//79AIA="},
-    };
-    for (const auto& row : rows) {
-        EXPECT_EQ(Base64(row.bytes), row.text);
-        EXPECT_EQ(base64_decode(row.text), row.bytes) << row.text;
+    const Rows<std::string, std::string> rows = {{"", ""},
+                                                 {"foob", "Zm9vYg=="},
+                                                 {"fooba", "Zm9vYmE="},
+                                                 {"foobar", "Zm9vYmFy"},
+                                                 {"\xFF\xFE\xFD\0\x80"s, "//79AIA="}};
+    for (const auto& [bytes, text] : rows) {
+        EXPECT_EQ(Base64(bytes), text);
+        EXPECT_EQ(base64_decode(text), bytes) << text;
     }
     const std::string sextets = base64_decode(base64_chars);
     EXPECT_EQ(sextets.size(), 48u);
@@ -231,12 +205,11 @@ TEST(Base64, GivesTheSameForLongAndShortTexts) {
 }
 
 TEST(Base64, DecodesUpToTheFirstForeignByte) {
-    const struct {
-        std::string text, bytes;
-    } rows[] = {{"YWI", "ab"},        {"Y", ""},     {"YW Jj", "a"},   {"YWJj=YWJj", "abc"},
-                {"YWJjYW-_", "abca"}, {"=YWJj", ""}, {"YW\0Jj"s, "a"}, {"YWJj\xC3\xA4YW", "abc"}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(base64_decode(row.text), row.bytes) << row.text;
+    const Rows<std::string, std::string> rows = {
+        {"YWI", "ab"},        {"Y", ""},     {"YW Jj", "a"},   {"YWJj=YWJj", "abc"},
+        {"YWJjYW-_", "abca"}, {"=YWJj", ""}, {"YW\0Jj"s, "a"}, {"YWJj\xC3\xA4YW", "abc"}};
+    for (const auto& [text, bytes] : rows) {
+        EXPECT_EQ(base64_decode(text), bytes) << text;
     }
 }
 

@@ -1,10 +1,5 @@
 // The registry of schemes, the composite, the file scheme and its streams.
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-
-#include <functional>
-#include <memory>
 #include <sstream>
 
 #include "TestSupport.h"
@@ -15,7 +10,12 @@ namespace {
 
 using namespace test;
 
+const int allCapabilities = 1 + 2 + 4 + 8 + 16 + 64 + 128;
 std::string calls;  // of the schemes below, each as `name.Operation(arguments);`
+
+std::string Is(bool value) {
+    return value ? "true" : "false";
+}
 
 // Takes the URIs that begin with a text, and notes each call. Its answers differ from those of the composite
 // for lack of a scheme.
@@ -25,104 +25,76 @@ public:
         : m_strName(name), m_strPrefix(prefix), m_nCapabilities(capabilities) {
         SUriSchemeManager::Register(*this);
     }
-    TestScheme(const TestScheme&) = delete;
-    TestScheme& operator=(const TestScheme&) = delete;
     ~TestScheme() { SUriSchemeManager::UnRegister(*this); }
 
     std::basic_istream<char>* OpenRead(SVector<SString>& errors, const SString& uri) override {
-        Note("OpenRead", uri);
         errors.push_back("read");
-        return new std::istringstream("text");
+        return Note("OpenRead", uri, new std::istringstream("text"));
     }
     std::basic_ostream<char>* OpenWrite(SVector<SString>& errors, const SString& uri) override {
-        Note("OpenWrite", uri);
         errors.push_back("write");
-        return new std::ostringstream;
+        return Note("OpenWrite", uri, new std::ostringstream);
     }
-    SFormat GetFormat(const SString& uri) const override {
-        Note("GetFormat", uri);
-        return SFormat(7);
-    }
+    SFormat GetFormat(const SString& uri) const override { return Note("GetFormat", uri, SFormat(7)); }
     bool CanHandle(const SString& uri) const override {
-        if (m_onCanHandle) {
-            m_onCanHandle();
-        }
+        m_onCanHandle();
         return uri.compare(0, m_strPrefix.size(), m_strPrefix) == 0;
     }
     void GetDisplayText(const SString& uri, SString& text, const SString& extra) const override {
-        Note("GetDisplayText", uri + "," + text + "," + extra);
-        text = "shown";
+        text = Note("GetDisplayText", uri + "," + text + "," + extra, "shown");
     }
     SStatus GetDefaultOutputLocation(const SString& uri, SString& location) const override {
-        Note("GetDefaultOutputLocation", uri);
         location = "there";
-        return eStatusNotDone;
+        return Note("GetDefaultOutputLocation", uri, eStatusNotDone);
     }
     void GetSchemeDescription(SString& text) const override { text = "Test"; }
     bool IsReadOnly(const SString& uri, bool flag) override {
-        Note("IsReadOnly", uri + "," + (flag ? "true" : "false"));
-        return flag;
+        return Note("IsReadOnly", uri + "," + Is(flag), flag);
     }
     bool IsEqual(const SString& first, const SString& second) override {
-        Note("IsEqual", first + "," + second);
-        return false;
+        return Note("IsEqual", first + "," + second, false);
     }
-    bool MakeEditable(const SString& uri) override {
-        Note("MakeEditable", uri);
-        return true;
-    }
+    bool MakeEditable(const SString& uri) override { return Note("MakeEditable", uri, true); }
     int GetCapabilities() const override { return m_nCapabilities; }
     SStatus OpenDialog(SVector<SString>&, const SString& start, SString& result,
                        const SString& extra) override {
-        return Dialog("OpenDialog", start + "," + extra, result);
+        result = "chosen";
+        return Note("OpenDialog", start + "," + extra, eStatusDone);
     }
     SStatus SaveDialog(SVector<SString>&, const SString& start, SString& result,
                        const SString& extra) override {
-        return Dialog("SaveDialog", start + "," + extra, result);
+        result = "chosen";
+        return Note("SaveDialog", start + "," + extra, eStatusDone);
     }
     SStatus DirDialog(SVector<SString>&, const SString& start, SString& result) override {
-        return Dialog("DirDialog", start, result);
+        result = "chosen";
+        return Note("DirDialog", start, eStatusDone);
     }
     SStatus DirectRead(SVector<SString>&, const SString& uri, SVector<void*>& data,
                        const void* context) override {
-        Note("DirectRead", uri + (data.empty() && context == this ? "" : "?"));
-        return eStatusDone;
+        return Note("DirectRead", uri + (data.empty() && context == this ? "" : "?"), eStatusDone);
     }
     SStatus DirectWrite(SVector<SString>&, const SString& uri, const SVector<void*>& data,
                         const void* context) override {
-        Note("DirectWrite", uri + (data.empty() && context == this ? "" : "?"));
-        return eStatusDone;
+        return Note("DirectWrite", uri + (data.empty() && context == this ? "" : "?"), eStatusDone);
     }
 
-    std::function<void()> m_onCanHandle;
-    std::function<void()> m_onCall;
+    std::function<void()> m_onCanHandle = [] {}, m_onCall = [] {};
 
 private:
-    void Note(const char* operation, const std::string& arguments) const {
+    template <class Result>
+    Result Note(const char* operation, const std::string& arguments, Result result) const {
         calls += m_strName + "." + operation + "(" + arguments + ");";
-        if (m_onCall) {
-            m_onCall();
-        }
-    }
-    SStatus Dialog(const char* operation, const std::string& arguments, SString& result) {
-        Note(operation, arguments);
-        result = "chosen";
-        return eStatusDone;
+        m_onCall();
+        return result;
     }
 
-    std::string m_strName;
-    std::string m_strPrefix;
-    int m_nCapabilities;
+    const std::string m_strName, m_strPrefix;
+    const int m_nCapabilities;
 };
-
-const int allCapabilities = 1 + 2 + 4 + 8 + 16 + 64 + 128;
 
 std::string TakeCalls() {
     return std::move(calls);
-}
-
-std::string Is(bool value) {
-    return value ? "true" : "false";
 }
 
 // An operation of SUri on "urn:u:x", which stands for "t:/x", and what comes of it.
@@ -130,13 +102,12 @@ struct Operation {
     const char* name;
     int bit;  // the capability that a scheme needs for it; 0 for none
     std::string (*call)(const SString& uri);
-    const char* result;
-    const char* calls;        // of the scheme that takes the resolved text, r, or the given one, g
-    const char* noHandler;    // the result for a URI that nobody takes
-    const char* notResolved;  // the result for a URN without a name
+    const char *result, *calls;  // of the scheme that takes the resolved text, r, or the given one, g
+    const char *noHandler, *notResolved;  // the results for a URI that nobody takes, and a URN without a name
 };
 
 const void* context = nullptr;  // goes through the direct operations
+SVector<SString> ignored;
 
 template <class Stream>
 std::string Opened(Stream* (SUriScheme::*open)(SVector<SString>&, const SString&), const SString& uri) {
@@ -157,8 +128,7 @@ const Operation operations[] = {
     {"GetDisplayText", 0,
      [](const SString& uri) {
          SString text("before");
-         SUri.GetDisplayText(uri, text, "extra");
-         return std::string(text);
+         return SUri.GetDisplayText(uri, text, "extra"), std::string(text);
      },
      "shown", "g.GetDisplayText(urn:u:x,before,extra);", "n:x", "urn:none"},
     {"GetDefaultOutputLocation", 128,
@@ -176,17 +146,13 @@ const Operation operations[] = {
      "r.MakeEditable(urn:u:x);", "false", "false"},
     {"DirectRead", 0,
      [](const SString& uri) {
-         SVector<SString> errors;
          SVector<void*> data;
-         return std::to_string(SUri.DirectRead(errors, uri, data, context));
+         return std::to_string(SUri.DirectRead(ignored, uri, data, context));
      },
      "1", "g.DirectRead(urn:u:x);", "2", "2"},
     {"DirectWrite", 0,
-     [](const SString& uri) {
-         SVector<SString> errors;
-         return std::to_string(SUri.DirectWrite(errors, uri, {}, context));
-     },
-     "1", "g.DirectWrite(urn:u:x);", "2", "2"}};
+     [](const SString& uri) { return std::to_string(SUri.DirectWrite(ignored, uri, {}, context)); }, "1",
+     "g.DirectWrite(urn:u:x);", "2", "2"}};
 
 TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
     SUrnResolver::RegisterUrn("u", "t:");
@@ -194,16 +160,18 @@ TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
         TestScheme resolved("r", "t:", allCapabilities);
         TestScheme given("g", "urn:u:", allCapabilities);
         context = &given;
-        EXPECT_EQ(operation.call("urn:u:x"), operation.result) << operation.name;
-        EXPECT_EQ(TakeCalls(), operation.calls) << operation.name;
-        EXPECT_EQ(operation.call("n:x"), operation.noHandler) << operation.name;
-        EXPECT_EQ(operation.call("urn:none"), operation.notResolved) << operation.name;
+        SCOPED_TRACE(operation.name);
+        EXPECT_EQ(operation.call("urn:u:x"), operation.result);
+        EXPECT_EQ(TakeCalls(), operation.calls);
+        EXPECT_EQ(operation.call("n:x"), operation.noHandler);
+        EXPECT_EQ(operation.call("urn:none"), operation.notResolved);
         TestScheme able("able", "t:", operation.bit);
         TestScheme unable("unable", "t:", allCapabilities - operation.bit);
         operation.call("t:x");
         const std::string asked = TakeCalls();
-        const std::string expected = operation.bit ? "able" : "unable";
-        EXPECT_EQ(asked.substr(0, asked.find('.')), *operation.calls ? expected : "") << operation.name;
+        EXPECT_EQ(asked.substr(0, asked.find('.')), !*operation.calls ? ""
+                                                    : operation.bit   ? "able"
+                                                                      : "unable");
         EXPECT_EQ(GetMatchingUriScheme("t:x", SUriScheme::SCapability(255)), &unable) << "any bit will do";
     }
     EXPECT_FALSE(SUri.IsEqual("n:x", "urn:none")) << "the second one counts too";
@@ -213,11 +181,9 @@ TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
 }
 
 // The status of a dialog and what was chosen.
-template <class Call>
-std::string Dialog(Call call) {
-    SVector<SString> errors;
+std::string Dialog(SUriScheme::SStatus (*call)(SString&)) {
     SString result;
-    const int status = call(errors, result);
+    const int status = call(result);
     return std::to_string(status) + result;
 }
 
@@ -238,34 +204,27 @@ TEST(Registry, PrefersTheSchemeRegisteredLast) {
 
 TEST(Registry, LetsTheCallbackChooseAmongSeveralDialogs) {
     static const SUriScheme* oldest;  // that the callback was offered
-    const struct {
-        int bit;
-        std::function<SUriScheme::SStatus(SVector<SString>&, SString&)> call;
-        const char* calls;
-    } dialogs[] = {
-        {4, [](auto& errors, auto& result) { return SUri.OpenDialog(errors, "from", result, "extra"); },
-         "OpenDialog(from,extra);"},
-        {8, [](auto& errors, auto& result) { return SUri.SaveDialog(errors, "from", result, "extra"); },
-         "SaveDialog(from,extra);"},
-        {16, [](auto& errors, auto& result) { return SUri.DirDialog(errors, "from", result); },
-         "DirDialog(from);"}};
-    for (const auto& dialog : dialogs) {
-        EXPECT_EQ(Dialog(dialog.call), "2") << "the file scheme has no dialog";
-        TestScheme other("other", "t:", allCapabilities - dialog.bit);
-        TestScheme one("one", "t:", dialog.bit);
-        EXPECT_EQ(Dialog(dialog.call), "1chosen");
-        EXPECT_EQ(TakeCalls(), std::string("one.") + dialog.calls) << "no callback is needed for one";
+    const Rows<int, SUriScheme::SStatus (*)(SString&), std::string> dialogs = {
+        {4, [](auto& to) { return SUri.OpenDialog(ignored, "a", to, "b"); }, "OpenDialog(a,b);"},
+        {8, [](auto& to) { return SUri.SaveDialog(ignored, "a", to, "b"); }, "SaveDialog(a,b);"},
+        {16, [](auto& to) { return SUri.DirDialog(ignored, "a", to); }, "DirDialog(a);"}};
+    for (const auto& [bit, call, expected] : dialogs) {
+        EXPECT_EQ(Dialog(call), "2") << "the file scheme has no dialog";
+        TestScheme other("other", "t:", allCapabilities - bit);
+        TestScheme one("one", "t:", bit);
+        EXPECT_EQ(Dialog(call), "1chosen");
+        EXPECT_EQ(TakeCalls(), std::string("one.") + expected) << "no callback is needed for one";
         TestScheme two("two", "t:", allCapabilities);
-        EXPECT_EQ(Dialog(dialog.call), "2") << "there is no callback";
+        EXPECT_EQ(Dialog(call), "2") << "there is no callback";
         SUriSchemeManager::SetSelectSchemeDialog([](const std::list<SUriScheme*>& schemes) {
             oldest = schemes.front();
             return schemes.back();
         });
-        EXPECT_EQ(Dialog(dialog.call), "1chosen");
-        EXPECT_EQ(TakeCalls(), std::string("two.") + dialog.calls);
+        EXPECT_EQ(Dialog(call), "1chosen");
+        EXPECT_EQ(TakeCalls(), std::string("two.") + expected);
         EXPECT_EQ(oldest, &one) << "in the order of registration";
         SUriSchemeManager::SetSelectSchemeDialog([](const auto&) -> SUriScheme* { return nullptr; });
-        EXPECT_EQ(Dialog(dialog.call), "2");
+        EXPECT_EQ(Dialog(call), "2");
         SUriSchemeManager::SetSelectSchemeDialog(nullptr);
     }
     EXPECT_EQ(SUri.GetCapabilities(), 131);
@@ -293,11 +252,8 @@ TEST(Registry, StaysSoundWhateverASchemeDoes) {
 
 TEST(FileSchemeTest, TakesWhatIsNoUri) {
     SUriScheme& scheme = *GetMatchingUriScheme("/", SUriScheme::eCapabilityRead);
-    for (const char* path : {"/a", "", "a-b:x", "//host/x", "\\x"}) {
-        EXPECT_TRUE(scheme.CanHandle(path)) << path;
-    }
-    for (const char* uri : {"c:/x", "urn:k4:x"}) {
-        EXPECT_FALSE(scheme.CanHandle(uri)) << uri;
+    for (const char* path : {"/a", "", "a-b:x", "//host/x", "\\x", "c:/x", "urn:k4:x"}) {
+        EXPECT_EQ(scheme.CanHandle(path), path[0] != 'c' && path[0] != 'u') << path;
     }
     EXPECT_TRUE(SUri.CanHandle("urn:k4:x")) << "since it stands for a file";
     SString text;
@@ -306,13 +262,11 @@ TEST(FileSchemeTest, TakesWhatIsNoUri) {
     EXPECT_EQ(scheme.GetDefaultOutputLocation("/a\\b/../c.x", text), SUriScheme::eStatusDone);
     EXPECT_EQ(text, "/a");
     const std::string tooLong(1024, 'a');
-    const struct {
-        std::string first, second;
-        bool equal;
-    } rows[] = {{"a\\b", "a/b", true},  {"/a/../b", "/b", true},         {"A", "a", false},
-                {"a/../b", "b", false}, {tooLong, "b" + tooLong, false}, {"", tooLong, false}};
-    for (const auto& row : rows) {
-        EXPECT_EQ(SUri.IsEqual(row.first, row.second), row.equal) << row.first;
+    const Rows<std::string, std::string, bool> rows = {
+        {"a\\b", "a/b", true},  {"/a/../b", "/b", true},         {"A", "a", false},
+        {"a/../b", "b", false}, {tooLong, "b" + tooLong, false}, {"", tooLong, false}};
+    for (const auto& [first, second, equal] : rows) {
+        EXPECT_EQ(SUri.IsEqual(first, second), equal) << first;
     }
     EXPECT_EQ(scheme.GetDefaultOutputLocation("/x/" + tooLong, text), SUriScheme::eStatusNotDone);
     EXPECT_FALSE(scheme.IsReadOnly("/", true));
@@ -342,11 +296,7 @@ TEST(FileStream, BringsBackAllBytes) {
         out.reset();
         EXPECT_TRUE(ReadText(directory / "f") == text) << size;
         const std::unique_ptr<std::istream> in(SUri.OpenRead(errors, directory / "f"));
-        std::string read;
-        for (int c = in->get(); c != EOF; c = in->get()) {
-            read += static_cast<char>(c);
-        }
-        EXPECT_TRUE(read == text) << size;
+        EXPECT_TRUE(std::string(std::istreambuf_iterator<char>(*in), {}) == text) << size;
     }
     EXPECT_TRUE(errors.empty());
 }
@@ -354,8 +304,7 @@ TEST(FileStream, BringsBackAllBytes) {
 // Opens a document for writing, and checks that its file is closed on exec.
 std::unique_ptr<std::ostream> OpenToWrite(const SString& path) {
     SVector<SString> errors;
-    const int next = dup(0);  // the number that the file gets
-    close(next);
+    const int next = LowestFreeDescriptor();
     std::unique_ptr<std::ostream> stream(SUri.OpenWrite(errors, path));
     EXPECT_EQ(fcntl(next, F_GETFD), FD_CLOEXEC);
     return stream;

@@ -65,10 +65,7 @@ SString Wide() {
     return errno == ELIBACC && text.empty() ? SString("no library") : SString(text);
 }
 
-const struct {
-    const char* name;
-    SString (*answer)();
-} questions[] = {
+const std::map<std::string, SString (*)()> questions = {
     {"bin", Text<VynGetInstallationBin>},
     {"directory", Text<VynGetInstallationDirectory>},
     {"root", Text<VynGetInstallationRoot>},
@@ -96,11 +93,7 @@ const struct {
 // Prints one line per argument: what the library answers to the question of that name.
 void Ask(char** arguments) {
     for (; *arguments; ++arguments) {
-        for (const auto& question : questions) {
-            if (strcmp(question.name, *arguments) == 0) {
-                puts(question.answer().c_str());
-            }
-        }
+        puts(questions.at(*arguments)().c_str());
     }
 }
 
@@ -151,20 +144,14 @@ void ShowUrnMap() {
 void ChangeUrnMap(char** arguments) {
     ShowUrnMap();
     for (; *arguments; ++arguments) {
-        if (strcmp(*arguments, "-") == 0) {
-            SUrnResolver::RegisterURNsWithoutOptions();
-        } else {
-            SUrnResolver::RegisterURNsFromOptionString(*arguments);
-        }
+        strcmp(*arguments, "-") == 0 ? SUrnResolver::RegisterURNsWithoutOptions()
+                                     : SUrnResolver::RegisterURNsFromOptionString(*arguments);
         ShowUrnMap();
     }
 }
 
 char before;  // its address is the resource handle that is current before the library starts
-
-HINSTANCE Before() {
-    return reinterpret_cast<HINSTANCE>(&before);
-}
+const HINSTANCE handleBefore = reinterpret_cast<HINSTANCE>(&before);
 
 // Uses the URN map and the schemes, and tells whose resource handle is current: before the library starts, in main, and
 // after the library has ended. The hooks of a resource library are in that situation.
@@ -178,7 +165,7 @@ void ShowState(const char* when) {
            SUrnResolver::IsUrnRegistered("k4") ? "known" : "unknown",
            SUrnResolver::IsUrnRegistered("early") ? "known" : "unknown", filename_expand("urn:early:x"),
            SUri.GetCapabilities(), file ? "opened" : "not opened",
-           handle == Before()          ? "before"
+           handle == handleBefore      ? "before"
            : handle == VynhDllInstance ? "own"
                                        : "other");
     fflush(stdout);
@@ -191,7 +178,7 @@ void StartBeforeLibraries(int argc, char** argv, char**) {
         return;
     }
     free(malloc(1));  // a sanitizer starts with the first allocation
-    VynSetResourceHandle(Before());
+    VynSetResourceHandle(handleBefore);
     on_exit([](int, void*) { ShowState("end"); }, nullptr);
     SUrnResolver::RegisterUrn("early", "/");
     ShowState("before");
@@ -200,16 +187,9 @@ void StartBeforeLibraries(int argc, char** argv, char**) {
 __attribute__((section(".preinit_array"), used)) void (*const preinit)(int, char**,
                                                                        char**) = StartBeforeLibraries;
 
-void ShowStateInMain(char**) {
-    ShowState("main");
-}
-
-const struct {
-    const char* name;
-    void (*run)(char** arguments);
-} commands[] = {
+const std::map<std::string, void (*)(char** arguments)> commands = {
     {"ask", Ask},
-    {"states", ShowStateInMain},
+    {"states", [](char**) { ShowState("main"); }},
     {"texts", ShowTextsAtTheEnd},
     {"urnmap", ChangeUrnMap},
 };
@@ -217,15 +197,5 @@ const struct {
 }  // namespace
 
 int main(int argc, char** argv) {
-    if (argc == 1) {
-        ShowDescriptors();
-        return 0;
-    }
-    for (const auto& command : commands) {
-        if (strcmp(command.name, argv[1]) == 0) {
-            command.run(argv + 2);
-            return 0;
-        }
-    }
-    return 1;
+    argc == 1 ? ShowDescriptors() : commands.at(argv[1])(argv + 2);
 }
