@@ -35,8 +35,7 @@ int MarkedProcesses() {
 }
 
 // Checks that nothing is left of a run: descriptors, children, and their descendants, which take a moment to die.
-class CNothingLeft {
-public:
+struct CNothingLeft {
     ~CNothingLeft() {
         for (int i = 0; i < 1000 && MarkedProcesses() > 0; ++i) {
             usleep(10000);
@@ -45,9 +44,7 @@ public:
         EXPECT_EQ(m_nOpen, OpenDescriptors());
         EXPECT_EQ(-1, waitpid(-1, nullptr, WNOHANG));
     }
-
-private:
-    const decltype(OpenDescriptors()) m_nOpen = OpenDescriptors();
+    const long m_nOpen = OpenDescriptors();
 };
 
 }  // namespace

@@ -119,17 +119,13 @@ int ReapOther() {
 }
 
 // Undoes what a test does to a standard descriptor.
-class CKeepDescriptor {
-public:
+struct CKeepDescriptor {
     explicit CKeepDescriptor(int fd) : m_nFd(fd), m_nSaved(fcntl(fd, F_DUPFD_CLOEXEC, 100)) {}
     ~CKeepDescriptor() {
         dup2(m_nSaved, m_nFd);
         close(m_nSaved);
     }
-
-private:
-    int m_nFd;
-    int m_nSaved;
+    const int m_nFd, m_nSaved;
 };
 
 // A null value unsets it.
@@ -273,14 +269,14 @@ TEST(Launch, RestoresTheLibraryPathOfOneChild) {
                                                               {nullptr, "/saved", "/saved"},
                                                               {"/current", "", ""},
                                                               {"/current", nullptr, "/current"}};
-    for (const auto& [current, saved, expectedExpected] : rows) {
+    for (const auto& [current, saved, first] : rows) {
         SetVariable("LD_LIBRARY_PATH", current);
         SetVariable("M7_SAVED_LD_LIBRARY_PATH", saved);
         const std::string unchanged = current ? std::string("=") + current : "";
         CSubProc child;
         child.restore_ld_library_path();
         EXPECT_EQ(-1, Shell(child, "", "/no/such/directory")) << "the request survives this";
-        for (const std::string& expected : {std::string("=") + expectedExpected, unchanged}) {
+        for (const std::string& expected : {std::string("=") + first, unchanged}) {
             ASSERT_EQ(0, Shell(child, "env | sed -n 's/^LD_LIBRARY_PATH//p' | tr -d '\\n'"));
             EXPECT_EQ(expected, OutputOf(child)) << "once, and in the first child only";
         }
@@ -402,8 +398,7 @@ namespace {
 
 // Shows when the watchdog is at work on the child. The count has no lock: the thread sanitizer sees an Abort
 // that returns too early.
-class CWatchedProc : public CSubProc {
-public:
+struct CWatchedProc : CSubProc {
     int kill() override {
         usleep(200);
         ++m_nKills;

@@ -9,12 +9,9 @@ namespace {
 using namespace test;
 
 // What permissions forbid shows to everybody but the superuser, whose rights the object lays down.
-class AsOrdinaryUser {
-public:
+struct AsOrdinaryUser {
     AsOrdinaryUser() : m_bChanged(geteuid() == 0 && seteuid(65534) == 0) {}
     ~AsOrdinaryUser() { EXPECT_EQ(m_bChanged ? seteuid(0) : 0, 0); }
-
-private:
     const bool m_bChanged;
 };
 
@@ -169,9 +166,9 @@ TEST_F(Tree, FailsToCopyWhatCantBeReadOrWritten) {
     {
         const AsOrdinaryUser user;
         const FullDisk full(50000);
-        for (const auto& [from, expectedTo] : rows) {
+        for (const auto& [from, target] : rows) {
             errno = 0;
-            EXPECT_FALSE(VynCopyFile(from, expectedTo)) << from << " to " << expectedTo;
+            EXPECT_FALSE(VynCopyFile(from, target)) << from << " to " << target;
             EXPECT_NE(errno, 0);
             EXPECT_FALSE(std::filesystem::exists(to.c_str())) << from;
         }

@@ -19,8 +19,7 @@ std::string Is(bool value) {
 
 // Takes the URIs that begin with a text, and notes each call. Its answers differ from those of the composite
 // for lack of a scheme.
-class TestScheme final : public SUriScheme {
-public:
+struct TestScheme final : SUriScheme {
     TestScheme(const std::string& name, const std::string& prefix, int capabilities)
         : m_strName(name), m_strPrefix(prefix), m_nCapabilities(capabilities) {
         SUriSchemeManager::Register(*this);
