@@ -21,16 +21,6 @@ namespace {
 constexpr int kLockSeconds = 10;
 constexpr int kMaxLinks = 40;  // as the kernel's own limit
 
-// Calls until no signal interrupts the call.
-template <class Call>
-auto Retry(Call call) {
-    auto result = call();
-    while (result < 0 && errno == EINTR) {
-        result = call();
-    }
-    return result;
-}
-
 int Check(int result) {
     return result < 0 ? errno : 0;
 }
@@ -49,7 +39,7 @@ int FollowLinks(std::string& path) {
             return errno == EINVAL || errno == ENOENT ? 0 : errno;  // no link, or nothing there
         }
         const std::string next(target, static_cast<size_t>(length));
-        path = next.front() == '/' ? next : DirectoryOf(path) + '/' + next;
+        path = next.front() == '/' ? next : DirectoryOf(path).append("/").append(next);
     }
     return ELOOP;
 }
@@ -75,7 +65,7 @@ int LockDescriptor(int fd) {
     timespec start;
     clock_gettime(CLOCK_MONOTONIC, &start);
     for (long pause = 1;; pause = std::min(pause * 2, 20L)) {
-        const int error = Check(Retry([=] { return flock(fd, LOCK_EX | LOCK_NB); }));
+        const int error = Check(Retried([=] { return flock(fd, LOCK_EX | LOCK_NB); }));
         if (error != EWOULDBLOCK) {
             const bool noLocks = error == ENOLCK || error == ENOTSUP || error == EBADF || error == EINVAL;
             return noLocks ? 0 : error;
@@ -137,7 +127,7 @@ int Descriptor::Close() {
 }
 
 Descriptor OpenFile(const char* path, int flags, mode_t mode) {
-    return Descriptor(Retry([=] { return open(path, flags | O_CLOEXEC, mode); }));
+    return Descriptor(Retried([=] { return open(path, flags | O_CLOEXEC, mode); }));
 }
 
 int ReadFile(const char* path, std::string& text, size_t limit) {
@@ -160,7 +150,7 @@ int ReadFile(const char* path, std::string& text, size_t limit) {
         MapPages(&content[0] + length, room - length);
         content.resize(room);
         while (length < room) {
-            const ssize_t got = Retry([&] { return read(file.Get(), &content[length], room - length); });
+            const ssize_t got = Retried([&] { return read(file.Get(), &content[length], room - length); });
             if (got < 0) {
                 return errno;
             }
@@ -189,7 +179,7 @@ int WriteAll(int fd, const std::vector<std::string_view>& pieces) {
     }
     for (size_t i = 0; i < rest.size();) {
         const int count = static_cast<int>(std::min(rest.size() - i, size_t{IOV_MAX}));
-        const ssize_t written = Retry([&] { return writev(fd, &rest[i], count); });
+        const ssize_t written = Retried([&] { return writev(fd, &rest[i], count); });
         if (written < 0) {
             return errno;
         }
@@ -246,7 +236,7 @@ int FileReplacement::WriteTemporary(const std::function<int(int)>& write, Durabi
     }
     int error = write(file.Get());
     if (error == 0 && durability == Durability::eSynced) {
-        error = Check(Retry([&] { return fsync(file.Get()); }));
+        error = Check(Retried([&] { return fsync(file.Get()); }));
     }
     const int late = file.Close();
     error = error ? error : late;
@@ -278,11 +268,11 @@ int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces) {
         error = WriteAll(file.Get(), pieces);
     }
     if (error == 0) {
-        error = Check(Retry([&] { return ftruncate(file.Get(), end); }));
+        error = Check(Retried([&] { return ftruncate(file.Get(), end); }));
     }
     if (error == 0) {
         // Whatever the durability: what only shows at the close can't be taken back.
-        error = Check(Retry([&] { return fsync(file.Get()); }));
+        error = Check(Retried([&] { return fsync(file.Get()); }));
     }
     if (error != 0) {
         lseek(file.Get(), 0, SEEK_SET);
@@ -296,12 +286,12 @@ int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces) {
 
 // Moves the temporary file to its place. 0 or an error number.
 int FileReplacement::TakePlace(Durability durability) {
-    if (const int error = Check(Retry([&] { return rename(m_temporary.c_str(), m_path.c_str()); }))) {
+    if (const int error = Check(Retried([&] { return rename(m_temporary.c_str(), m_path.c_str()); }))) {
         return error;
     }
     if (durability == Durability::eSynced && m_directory.IsOpen()) {
         // The path holds the new text already, so that an error here takes nothing back.
-        Retry([&] { return fsync(m_directory.Get()); });
+        Retried([&] { return fsync(m_directory.Get()); });
     }
     return 0;
 }

@@ -7,12 +7,24 @@
 
 #include <sys/types.h>
 
+#include <cerrno>
 #include <functional>
 #include <string>
 #include <string_view>
 #include <vector>
 
 namespace vyn::detail {
+
+/// Makes a system call again for as long as a signal interrupts it. \return its result.
+template <class Call>
+auto Retried(Call call) {
+    for (;;) {
+        const auto result = call();
+        if (result != -1 || errno != EINTR) {
+            return result;
+        }
+    }
+}
 
 /// A descriptor that is closed with the object.
 class Descriptor {

@@ -45,17 +45,6 @@ private:
     }
 };
 
-/// Makes a system call again for as long as a signal interrupts it. \return its result.
-template <class Call>
-auto Retried(Call call) {
-    for (;;) {
-        const auto result = call();
-        if (result != -1 || errno != EINTR) {
-            return result;
-        }
-    }
-}
-
 /// Keeps SIGPIPE away from the calling thread for the life of the object. One that was raised meanwhile is
 /// taken back, unless another waited already. Leaves errno alone.
 class CSigPipeOff {
