@@ -631,6 +631,7 @@ private:
     SString m_strPath;                         // the pending heading
     std::string_view m_oldText;                // ends in a NUL
     const char* m_pHeading;                    // where it stands in the old text; null for a new one
+    bool m_bUnderHeading;                      // a plain heading of the section stands above the next line
     SString m_strLastPath;                     // the last plain heading written
     std::unique_ptr<detail::CNewText> m_pText;
     unsigned m_nSave;   // number of this save

@@ -154,12 +154,13 @@ int ReadFile(const char* path, std::string& text, size_t limit) {
             if (got < 0) {
                 return errno;
             }
-            if (got == 0) {
+            length += static_cast<size_t>(got);
+            // A file that tells its size ends there; one that tells none, as in /proc, is read until nothing comes.
+            if (got == 0 || (status.st_size > 0 && length == static_cast<size_t>(status.st_size))) {
                 content.resize(length);
                 text = std::move(content);
                 return 0;
             }
-            length += static_cast<size_t>(got);
         }
     }
 }
@@ -211,8 +212,28 @@ int FileReplacement::Lock() {
     } else {
         return errno;
     }
-    unlink(m_temporary.c_str());
+    m_bLeftOver = true;
     return 0;
+}
+
+FileReplacement::~FileReplacement() {
+    if (m_bLeftOver) {
+        const int error = errno;
+        unlink(m_temporary.c_str());
+        errno = error;
+    }
+}
+
+// A descriptor that isn't open, and `errno`, on failure.
+Descriptor FileReplacement::MakeTemporary(mode_t mode) {
+    constexpr int flags = O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW;
+    Descriptor file = OpenFile(m_temporary.c_str(), flags, mode);
+    if (!file.IsOpen() && errno == EEXIST) {
+        unlink(m_temporary.c_str());
+        file = OpenFile(m_temporary.c_str(), flags, mode);
+    }
+    m_bLeftOver = false;
+    return file;
 }
 
 // The temporary file is gone when the result isn't 0.
@@ -225,10 +246,9 @@ int FileReplacement::WriteTemporary(const std::function<int(int)>& write, Durabi
     if (isThere && !S_ISREG(old.st_mode)) {
         return S_ISDIR(old.st_mode) ? EISDIR : EINVAL;
     }
-    Descriptor file =
-        OpenFile(m_temporary.c_str(), O_WRONLY | O_CREAT | O_EXCL | O_NOFOLLOW, isThere ? 0600 : 0666);
+    Descriptor file = MakeTemporary(isThere ? 0600 : 0666);
     if (!file.IsOpen()) {
-        // Only a directory can't be removed by Lock.
+        // Only a directory can't be removed.
         return errno == EEXIST ? EISDIR : errno;
     }
     if (isThere) {

@@ -81,9 +81,11 @@ public:
     explicit FileReplacement(const char* path) : m_path(path) {}
     FileReplacement(const FileReplacement&) = delete;
     FileReplacement& operator=(const FileReplacement&) = delete;
+    /// Lets go of the lock. What a killed process left beside the file is gone by then at the latest.
+    ~FileReplacement();
 
-    /// Follows the symbolic links and takes the lock of the directory, for which it waits up to ten seconds. Removes
-    /// what a killed process left beside the file. A file system without locks is no error.
+    /// Follows the symbolic links and takes the lock of the directory, for which it waits up to ten seconds. A file
+    /// system without locks is no error.
     /// \return 0, else an error number: ETIMEDOUT when another process holds the lock.
     int Lock();
     /// Reads the present content.
@@ -103,13 +105,15 @@ public:
     int ReplaceOrOverwrite(const std::vector<std::string_view>& pieces, Durability durability);
 
 private:
+    Descriptor MakeTemporary(mode_t mode);
     int WriteTemporary(const std::function<int(int)>& write, Durability durability);
     int TakePlace(Durability durability);
     int WriteInPlace(const std::vector<std::string_view>& pieces);
 
     std::string m_path;  // with the links followed, from Lock on
     std::string m_temporary;
-    Descriptor m_directory;  // open, and locked, from Lock on
+    Descriptor m_directory;    // open, and locked, from Lock on
+    bool m_bLeftOver = false;  // what a killed process left may be there
 };
 
 /// Locks, and replaces the file unless it holds \p text already.

@@ -130,6 +130,7 @@ public:
     void BeginSection(const char* start) {
         m_context.Flush(m_context.HeadingAttributes());
         m_context.ClearPath();
+        m_context.m_bUnderHeading = false;
         m_context.m_pHeading = start == m_context.m_oldText.data() ? nullptr : start - 1;
         DestroyAttributes(m_context.m_pDummy->GetAttributeList());
         m_pSection = m_context.m_pRoot;
@@ -170,8 +171,10 @@ public:
         if (present && m_context.IsDealtWith(*present)) {
             return;
         }
-        m_context.SavePath(m_context.HeadingAttributes());
-        m_context.ClearPath();
+        if (!m_context.m_bUnderHeading) {
+            m_context.SavePath(m_context.HeadingAttributes());
+            m_context.ClearPath();
+        }
         const bool isPlain = attributes.empty() && IsWrittenForm(name, text);
         if (isPlain && (!present || IsInMemory(*present, text))) {
             m_context.m_pText->Copy(start, name.size() + text.size() + 7);
@@ -238,6 +241,7 @@ CIncrSaveContext::CIncrSaveContext(COptRgKey* root)
       m_pCurrent(nullptr),
       m_pDummy(new COptDummyRgKey),
       m_pHeading(nullptr),
+      m_bUnderHeading(false),
       m_bNewFile(false),
       m_bKeepKnown(false),
       m_bOldAttributesNoted(false),
@@ -362,6 +366,7 @@ void CIncrSaveContext::SavePath(MList<CRgAttribute*>* attributes) {
     SaveKeyPath(withAttributes ? attributes : nullptr);
     if (!withAttributes) {
         m_strLastPath = m_strPath;
+        m_bUnderHeading = true;
     }
 }
 

@@ -226,10 +226,15 @@ private:
     // Reads a value whose name is the current token. False when no `=` follows it.
     bool ReadValue() {
         const std::string_view name = m_token;
-        if (NextToken() != eAssign) {
-            return false;
+        if (m_next[0] == '=' && m_next[1] == '"') {
+            ++m_next;  // as a save writes it
+            TakeString();
+        } else {
+            if (NextToken() != eAssign) {
+                return false;
+            }
+            NextToken();
         }
-        NextToken();
         const std::string_view text = m_token;
         const char* end = m_next;
         m_attributes.clear();
