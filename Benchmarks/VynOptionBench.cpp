@@ -11,6 +11,10 @@
 #include "BenchData.h"
 #include "VynOption.h"
 
+#ifdef VYN_BENCH_GLIB
+#include <glib.h>
+#endif
+
 namespace {
 
 const bool warmHeap = bench::KeepHeapWarm();
