@@ -236,8 +236,8 @@ public:
     /// Deletes every subkey, value and attribute. The key itself survives.
     virtual void Empty();
     /// Writes the key and all below it: its heading, its values, then its subkeys. A key without values has
-    /// no heading. Attributes of keys aren't written. A key whose name no heading can hold is left out with all below it and
-    /// told on `vynerr`.
+    /// no heading. Attributes of keys aren't written. A key whose name no heading can hold is left out with all below
+    /// it and told on `vynerr`.
     /// \param parentPath path of the parent key; null for the root, which has no heading.
     /// \return 0.
     virtual int Dump(FILE* file, const char* parentPath) const;
@@ -323,8 +323,8 @@ public:
     /// Reads the file at \p path into the root, which keeps what it holds. What was read before a malformed
     /// place stays in the tree.
     /// \param path not null.
-    /// \return 0 when the text was read up to its end; 1 when the path is empty, the file can't be read or isn't a regular
-    /// one, or the text is malformed.
+    /// \return 0 when the text was read up to its end; 1 when the path is empty, the file can't be read or isn't a
+    /// regular one, or the text is malformed.
     int Load(const char* path);
     /// The same for a text in memory. A NUL ends it.
     /// \param text overwritten in the course of it.
@@ -358,22 +358,24 @@ public:
     int Load(const char* path);
     /// Reads the file at \p path into the tree, adding to what it holds.
     /// \param path not null; may belong to the tree.
-    /// \return 0 on success, else 1: the whole tree is empty when the text is malformed, what it held before included; it
-    /// is as it was when the file can't be read.
+    /// \return 0 on success, else 1: the whole tree is empty when the text is malformed, what it held before included;
+    /// it is as it was when the file can't be read.
     int Merge(const char* path);
     /// Writes the tree to \p path, or to the file's own path when \p path is null.
     ///
-    /// After a save, whatever happened, the path holds the old text or the new one, whole; the result says which; memory
-    /// still holds what was set, and the next save that succeeds writes it. The new text is made beside the file, which it
-    /// then replaces with the permissions of the old one; a symbolic link stays, and its target is replaced. A file that
-    /// holds the text already isn't touched. Texts aren't escaped: one with a `"` doesn't read back.
-    /// \return 0 on success. 1 when the path is empty. EILSEQ when all was written but the sections below a key whose name
-    /// no heading can hold, which `vynerr` tells. Otherwise the value of `errno`, and the old text stands: ETIMEDOUT when
-    /// another process was saving in that directory for ten seconds, EISDIR or EINVAL when the path isn't a regular file.
+    /// After a save, whatever happened, the path holds the old text or the new one, whole; the result says which;
+    /// memory still holds what was set, and the next save that succeeds writes it. The new text is made beside the
+    /// file, which it then replaces with the permissions of the old one; a symbolic link stays, and its target is
+    /// replaced. A file that holds the text already isn't touched. Texts aren't escaped: one with a `"` doesn't read
+    /// back.
+    /// \return 0 on success. 1 when the path is empty. EILSEQ when all was written but the sections below a key whose
+    /// name no heading can hold, which `vynerr` tells. Otherwise the value of `errno`, and the old text stands:
+    /// ETIMEDOUT when another process was saving in that directory for ten seconds, EISDIR or EINVAL when the path
+    /// isn't a regular file.
     int Save(const char* path);
 
-    /// \return why the last Load or Merge failed: EILSEQ when the text was malformed, else the value of `errno`; 0 when it was
-    /// successful, and when there was none.
+    /// \return why the last Load or Merge failed: EILSEQ when the text was malformed, else the value of `errno`; 0 when
+    /// it was successful, and when there was none.
     int GetLoadError() const { return m_nLoadError; }
 
     /// \return the root, owned by the file, never null.

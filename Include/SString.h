@@ -187,7 +187,8 @@ public:
     /// argument is an `int` or a pointer, and there are at most nine. The string is emptied first.
     /// \pre no argument points into this string, and no placeholder takes a `double` or a width by `*`.
     /// \return what Format returns; -1 when there's no such string, when it has more than nine placeholders, for a
-    /// number beyond the count of the placeholders, and for a placeholder with `*`, `L` or `n`: the string is then empty.
+    /// number beyond the count of the placeholders, and for a placeholder with `*`, `L` or `n`: the string is then
+    /// empty.
     int FormatI18n(unsigned id, ...);
 };
 

@@ -13,8 +13,8 @@
 /// - a text that the system locale's encoding can't read or can't hold becomes the empty text, and `errno` is
 ///   EILSEQ;
 /// - a text of more than 2^29 - 1 elements becomes the empty text;
-/// - where ICU, which is opened at the first conversion, isn't installed, every text becomes the empty text, and `errno`
-///   is ELIBACC.
+/// - where ICU, which is opened at the first conversion, isn't installed, every text becomes the empty text, and
+/// `errno`   is ELIBACC.
 
 #include <string>
 

@@ -1,8 +1,9 @@
 #pragma once
 
 /// \file
-/// Answers for people: where does a value come from, why can't it be changed, what would a save do? Nothing here changes
-/// a result of anything else. A manager, its files and what is asked of them here belong to one thread.
+/// Answers for people: where does a value come from, why can't it be changed, what would a save do? Nothing here
+/// changes a result of anything else. A manager, its files and what is asked of them here belong to one thread.
+/// VynPreview.cpp has what looks ahead at a save.
 
 #include <string>
 #include <vector>
@@ -37,7 +38,8 @@ struct ValueExplanation {
     SString value;                   ///< what COptionManager::GetValue answers
     std::vector<ExplainStep> steps;  ///< from the top file to the declared default
 
-    /// \return the step that decides; null when the option has neither a value nor a default. It belongs to this object.
+    /// \return the step that decides; null when the option has neither a value nor a default. It belongs to this
+    /// object.
     VYN_API const ExplainStep* GetDecision() const;
 };
 
@@ -64,8 +66,8 @@ struct ChangeAnswer {
     int error = 0;  ///< an error number for eNotWritable and eNotLoaded: EILSEQ for a malformed file
 };
 
-/// Says why COptionManager::IsEditable is 0, or why a change would be dropped all the same. For a style the answer holds
-/// for its own stack.
+/// Says why COptionManager::IsEditable is 0, or why a change would be dropped all the same. For a style the answer
+/// holds for its own stack.
 VYN_API ChangeAnswer CanChange(COptionManager& manager, const char* key, const char* name);
 
 /// What a save does to one entry.
@@ -93,8 +95,8 @@ struct SavePreview {
     int kept = 0;  ///< number of entries that stay as they are, in their place
 };
 
-/// Tells what COptionFile::Save would do, without touching the disk or memory. A merging save isn't foretold: the preview
-/// makes the known values follow memory.
+/// Tells what COptionFile::Save would do, without touching the disk or memory. A merging save isn't foretold: the
+/// preview makes the known values follow memory.
 /// \param path null means the file's own path.
 VYN_API SavePreview PreviewSave(COptionFile& file, const char* path);
 

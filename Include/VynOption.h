@@ -255,9 +255,9 @@ public:
     virtual COptionFile* AddOptionFile(SPathName path);
     /// Puts the user's own file on top of the stack, to which the changes go, and loads it.
     ///
-    /// It keeps its place when it can't be loaded, so that no change ends up in a file below it. One that is missing is made
-    /// by the first save that has something to write. While one can't be read, or is malformed, IsEditable is 0, and
-    /// CRgFile::GetLoadError tells the reason; a later Reload that succeeds ends that.
+    /// It keeps its place when it can't be loaded, so that no change ends up in a file below it. One that is missing is
+    /// made by the first save that has something to write. While one can't be read, or is malformed, IsEditable is 0,
+    /// and CRgFile::GetLoadError tells the reason; a later Reload that succeeds ends that.
     /// \return the file, owned by the manager, never null.
     COptionFile* AddPersonalFile(SPathName path);
     /// Takes the file of this path name out of the stack; the object then belongs to the caller.
@@ -307,10 +307,10 @@ public:
     void ResetAll();
 
     /// Adds the files that `init.zop` in the all-users shared data directory lists, the first of them from
-    /// the user's directory, by the virtual AddOptionFile. Files that don't exist are created empty. One below the user's
-    /// directory that was read to its end and is malformed gives way to an empty file; its text is kept beside it under
-    /// the name followed by ".bad", ".bad2" and so on. A malformed file elsewhere, and one that can't be created, read or
-    /// moved, is left out, and nothing is reported. Without "HOME"
+    /// the user's directory, by the virtual AddOptionFile. Files that don't exist are created empty. One below the
+    /// user's directory that was read to its end and is malformed gives way to an empty file; its text is kept beside
+    /// it under the name followed by ".bad", ".bad2" and so on. A malformed file elsewhere, and one that can't be
+    /// created, read or moved, is left out, and nothing is reported. Without "HOME"
     /// no file is added. A second call adds the files again. `errno` is ERANGE when the list has 1024 bytes
     /// or more; it then counts as empty.
     void LoadPredefinedOptionFiles();
@@ -340,10 +340,10 @@ public:
     int SaveAllFiles(SVector<SaveFailure>& failed);
     /// Chooses whether the saves of this manager's files merge; they don't at first.
     ///
-    /// A save makes the known values of a file follow memory: what another process has written since the load is undone. A
-    /// merging save first takes over from the file, into memory, each known value that was neither set nor removed here since
-    /// the load, so that two processes that changed different options both keep theirs. Where both changed the same
-    /// option the later save wins; COptionFile::GetSaveConflicts tells.
+    /// A save makes the known values of a file follow memory: what another process has written since the load is
+    /// undone. A merging save first takes over from the file, into memory, each known value that was neither set nor
+    /// removed here since the load, so that two processes that changed different options both keep theirs. Where both
+    /// changed the same option the later save wins; COptionFile::GetSaveConflicts tells.
     /// \param merging not 0 switches it on.
     void SetMergingSaves(int merging) { m_bMergingSaves = merging != 0; }
     /// \return 1 when the saves merge, else 0.
@@ -501,8 +501,8 @@ public:
     /// Writes the values that the save under way hasn't written yet, at the end of the key's last section.
     /// \pre a save is under way.
     void SaveUnsavedValues();
-    /// Writes what the save under way hasn't written yet of this key and those below it, a new section for each key that it
-    /// hasn't met.
+    /// Writes what the save under way hasn't written yet of this key and those below it, a new section for each key
+    /// that it hasn't met.
     /// \pre a save is under way.
     void SaveUnsavedKeys();
 
@@ -582,9 +582,9 @@ public:
 
 /// \brief The state of one incremental save.
 ///
-/// The old file is read once. What is to stay is copied from it in long runs, and new text is put between them; the values
-/// that the old file doesn't hold are inserted at the end of the last section of their key when all has been read. The
-/// tree isn't changed.
+/// The old file is read once. What is to stay is copied from it in long runs, and new text is put between them; the
+/// values that the old file doesn't hold are inserted at the end of the last section of their key when all has been
+/// read. The tree isn't changed.
 class VYN_API CIncrSaveContext {
 public:
     /// \param root root of the file's tree; outlives the context.
@@ -655,30 +655,31 @@ public:
     ~COptionFile() override;
 
     /// Empties the tree and reads \p path. The first call gives the file its path name.
-    /// \return 0 on success, and the modified flag is clear; else 1: the tree is empty when the text is malformed, and as it
-    /// was when the file can't be read.
+    /// \return 0 on success, and the modified flag is clear; else 1: the tree is empty when the text is malformed, and
+    /// as it was when the file can't be read.
     int Load(const char* path);
     /// Writes the file.
     ///
-    /// After a save, whatever happened, the path holds the old text or the new one, whole; the result says which; memory
-    /// still holds what was set, and the next save that succeeds writes it. Only a file that turns out malformed empties the
-    /// tree. The new text is made in a file of that name followed by "~", which then takes the place of the old file with
-    /// its permissions; a symbolic link stays, and its target is replaced. A file that can't be replaced, as a mount point,
-    /// is written in place. A file that holds the new text already isn't touched.
+    /// After a save, whatever happened, the path holds the old text or the new one, whole; the result says which;
+    /// memory still holds what was set, and the next save that succeeds writes it. Only a file that turns out malformed
+    /// empties the tree. The new text is made in a file of that name followed by "~", which then takes the place of the
+    /// old file with its permissions; a symbolic link stays, and its target is replaced. A file that can't be replaced,
+    /// as a mount point, is written in place. A file that holds the new text already isn't touched.
     ///
-    /// Until a load succeeds, or Reset is called, an object whose load failed keeps the known values of the file that memory
-    /// doesn't have.
+    /// Until a load succeeds, or Reset is called, an object whose load failed keeps the known values of the file that
+    /// memory doesn't have.
     /// \param path null means the file's own path, which a save never changes.
     /// \return 0 on success, and the modified flag is clear. 1 when the path is empty, or when the existing
-    /// file is malformed: that file stays as it was and the tree is empty. EILSEQ when the file has a NUL byte, and so is no
-    /// option file, or when all was written but what the format can't hold, which `vynerr` tells with its address: a value
-    /// with a `"`, whose old line stays, or a category whose name can't stand in a heading. Otherwise the value of `errno`,
-    /// and the old text stands: ETIMEDOUT when another process was saving in that directory for ten seconds.
+    /// file is malformed: that file stays as it was and the tree is empty. EILSEQ when the file has a NUL byte, and so
+    /// is no option file, or when all was written but what the format can't hold, which `vynerr` tells with its
+    /// address: a value with a `"`, whose old line stays, or a category whose name can't stand in a heading. Otherwise
+    /// the value of `errno`, and the old text stands: ETIMEDOUT when another process was saving in that directory for
+    /// ten seconds.
     int Save(const char* path);
     /// The same, but a file that can't be replaced isn't written in place.
     int SaveAs(const char* path);
-    /// \return the addresses, key and name joined by `/`, of the options that the last merging save found changed both here
-    /// and in the file; the file then has what was set here. Valid until the next save.
+    /// \return the addresses, key and name joined by `/`, of the options that the last merging save found changed both
+    /// here and in the file; the file then has what was set here. Valid until the next save.
     const SVector<SString>& GetSaveConflicts() const { return m_listConflicts; }
 
     /// \return the modified flag: 0 after a load or a save, else what SetModifiedFlag set.

@@ -3,6 +3,7 @@
 /// \file
 /// A tool's own numbered messages: an English table in the tool, languages in libraries beside it, and checks of both.
 /// Nothing is locked: the objects of a module are made while it starts.
+/// VynRes.cpp has the table of the library's own messages.
 
 #include <list>
 

@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// What tests share: tables, a directory of their own, whole files as text, texts to free, what arrives on vynerr, a full system,
-/// signals that interrupt.
+/// What tests share: tables, a directory of their own, whole files as text, texts to free, what arrives on vynerr, a
+/// full system, signals that interrupt.
 
 #include <fcntl.h>
 #include <gtest/gtest.h>

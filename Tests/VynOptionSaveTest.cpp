@@ -572,7 +572,8 @@ std::map<std::string, std::string> Values(COptionManager& manager) {
     return values;
 }
 
-// What a plain tree finds in the file: the unknown values of each section in order, and how many known ones are repeated.
+// What a plain tree finds in the file: the unknown values of each section in order, and how many known ones are
+// repeated.
 std::pair<std::string, int> Content(const std::string& path) {
     const Manager declared;
     CRgFile file(nullptr);

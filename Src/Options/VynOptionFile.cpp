@@ -89,7 +89,8 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
     return context.m_nStatus;
 }
 
-// The text that a save would write, without one. A null old text means that there is no file. The result is that of Save.
+// The text that a save would write, without one. A null old text means that there is no file. The result is that of
+// Save.
 int COptionFile::MakeText(const std::string* oldText, std::string& newText) {
     if (oldText && strlen(oldText->c_str()) != oldText->size()) {
         return EILSEQ;

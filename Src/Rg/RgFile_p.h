@@ -27,8 +27,8 @@ char* CopyText(const char* text);
 /// Deletes the attribute objects of \p attributes and empties the list; null is fine.
 void DestroyAttributes(MList<CRgAttribute*>* attributes);
 
-/// \return true when the text can be an element of the path in a heading and is read back: it isn't empty, doesn't begin
-/// with a space, and has neither `]` nor `/`.
+/// \return true when the text can be an element of the path in a heading and is read back: it isn't empty, doesn't
+/// begin with a space, and has neither `]` nor `/`.
 bool IsHeadingElement(const char* name);
 
 /// \return true when a heading can hold one of the attributes: its texts aren't empty and have no character of the

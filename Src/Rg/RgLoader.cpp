@@ -10,8 +10,8 @@ namespace vyn {
 
 namespace detail {
 
-/// Builds the tree while a text is read, by the virtual operations of its keys. The reader has passed the byte behind each
-/// view, so that a NUL there makes a C string of it.
+/// Builds the tree while a text is read, by the virtual operations of its keys. The reader has passed the byte behind
+/// each view, so that a NUL there makes a C string of it.
 class CRgTreeBuilder {
 public:
     CRgTreeBuilder(CRgKey& root, std::string& text) : m_root(root), m_text(text), m_counted(text.c_str()) {}

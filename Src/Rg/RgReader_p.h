@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// The grammar of an Rg text, read in one pass over memory. The loader fills a tree with what it finds, and a save copies
-/// the old text by it: there is no second grammar. An object serves one text.
+/// The grammar of an Rg text, read in one pass over memory. The loader fills a tree with what it finds, and a save
+/// copies the old text by it: there is no second grammar. An object serves one text.
 
 #include <cstdint>
 #include <cstdio>

@@ -80,6 +80,7 @@ Socket::Socket(const Socket& other) : m_nDescriptor(other.m_nDescriptor), m_pSha
     Start();
 }
 
+// NOLINTNEXTLINE(bugprone-unhandled-self-assignment): each member may be assigned to itself
 Socket& Socket::operator=(Socket& other) {
     m_nDescriptor = other.m_nDescriptor;
     m_pShared = other.m_pShared;

@@ -118,8 +118,8 @@ pid_t detail::Spawn(const SSpawn& spawn) {
     pthread_sigmask(SIG_SETMASK, &all, &mask);
     const pid_t child = vfork();
     if (child == 0) {
-        Execute(spawn, descriptorEnd,
-                mask);  // NOLINT(clang-analyzer-unix.Vfork): all that it calls is safe there
+        // NOLINTNEXTLINE(clang-analyzer-unix.Vfork): all that it calls is safe there
+        Execute(spawn, descriptorEnd, mask);
     }
     const int error = errno;
     pthread_sigmask(SIG_SETMASK, &mask, nullptr);

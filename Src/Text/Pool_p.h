@@ -1,8 +1,8 @@
 #pragma once
 
 /// \file
-/// Memory for the many small objects that a load makes. They lie together in large pieces, so that a load asks the system
-/// for memory seldom and a tree takes little of it. Each thread has its own pool.
+/// Memory for the many small objects that a load makes. They lie together in large pieces, so that a load asks the
+/// system for memory seldom and a tree takes little of it. Each thread has its own pool.
 
 #include <cstddef>
 

@@ -91,6 +91,7 @@ struct FormatScan {
 private:
     template <class T>
     T Next() {
+        // NOLINTNEXTLINE(clang-analyzer-valist.Uninitialized): the constructor copies it
         return m_bRefused ? T() : va_arg(m_args, T);
     }
 

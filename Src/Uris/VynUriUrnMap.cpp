@@ -17,7 +17,7 @@ namespace vyn {
 namespace {
 
 const char fileVariable[] = "ZEM_URN_MAP_FILE";
-constexpr size_t maxFile = 16 * 1024 * 1024;
+constexpr size_t maxFile = size_t{16} * 1024 * 1024;
 
 bool bMapLives = false;
 
