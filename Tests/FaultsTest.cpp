@@ -6,11 +6,8 @@
 #include <unistd.h>
 
 #include <cerrno>
-#include <csignal>
-#include <functional>
 
 #include "Faults/FaultyCalls.h"
-#include "Platform.h"
 #include "TestSupport.h"
 #include "VynOptionTables.h"
 #include "VynStyle.h"
@@ -37,61 +34,46 @@ struct Tool {
     CRgFile plain{nullptr};
     CStyleKind kind{"Para", optPara, 2};
     CStyle body{"Body", &kind, "Doc", 0, nullptr};
-};
 
-void ChangeOption(Tool& tool) {
-    tool.file.Load(tool.path.c_str());
-    tool.file.Load(tool.path.c_str());  // once more, as ReloadAllFiles does
-    tool.file.SetValue("Editor", "Wrap", "false");
-    tool.file.SetModifiedFlag(1);
-}
-int SaveOption(Tool& tool) {
-    return tool.file.Save(nullptr);
-}
-void ChangePlain(Tool& tool) {
-    tool.plain.SetValue("Editor", "Wrap", "false");
-}
-int SavePlain(Tool& tool) {
-    return tool.plain.Save(tool.path.c_str());
-}
-void ChangeStyle(Tool& tool) {
-    tool.body.SetValue(tool.body.GetMgrCategory()->GetPath(), "Size", "12");
-}
-int SaveStyle(Tool& tool) {
-    void* pos = tool.body.GetFirstFilePosition();
-    return tool.body.GetNextFile(pos)->SaveAs(tool.path.c_str());
-}
-void ChangeNothing(Tool&) {}
-// The start of a tool and a change of its user's file, which is left out when it can't be read.
-int SavePredefined(Tool& tool) {
-    Manager manager;
-    manager.LoadPredefinedOptionFiles();
-    COptionFile* file = manager.GetFile(tool.path.c_str());
-    if (!file) {
+    void ChangeOption() {
+        file.Load(path.c_str());
+        file.Load(path.c_str());  // once more, as ReloadAllFiles does
+        file.SetValue("Editor", "Wrap", "false");
+        file.SetModifiedFlag(1);
+    }
+    int SaveOption() { return file.Save(nullptr); }
+    void ChangePlain() { plain.SetValue("Editor", "Wrap", "false"); }
+    int SavePlain() { return plain.Save(path.c_str()); }
+    void ChangeStyle() { body.SetValue(body.GetMgrCategory()->GetPath(), "Size", "12"); }
+    int SaveStyle() {
+        void* pos = body.GetFirstFilePosition();
+        return body.GetNextFile(pos)->SaveAs(path.c_str());
+    }
+    void ChangeNothing() {}
+    // The start of a tool and a change of its user's file, which is left out when it can't be read.
+    int SavePredefined() {
+        Manager tool;
+        tool.LoadPredefinedOptionFiles();
+        COptionFile* user = tool.GetFile(path.c_str());
+        return user ? user->SetValue("Editor", "Wrap", "false"), user->Save(nullptr) : kUnknown;
+    }
+    int SaveUrnMap() { return SUrnResolver::RegisterURNsFromOptionString("new:/new/"), kUnknown; }
+    int SaveUrn() {
+        SUrnResolver::RegisterURNsWithoutOptions();
+        if (!SUrnResolver::IsUrnRegistered("new")) {
+            SUrnResolver::RegisterURNAndSaveURNMapFile("new", "/new/");
+        }
         return kUnknown;
     }
-    file->SetValue("Editor", "Wrap", "false");
-    return file->Save(nullptr);
-}
-int SaveUrnMap(Tool&) {
-    SUrnResolver::RegisterURNsFromOptionString("new:/new/");
-    return kUnknown;
-}
-int SaveUrn(Tool&) {
-    SUrnResolver::RegisterURNsWithoutOptions();
-    if (!SUrnResolver::IsUrnRegistered("new")) {
-        SUrnResolver::RegisterURNAndSaveURNMapFile("new", "/new/");
-    }
-    return kUnknown;
-}
+};
 
-#define OTHERS "\n[Editor/Text] (by=me)\n\n\"Font\"=\"Serif\" \n\n[Other/Tool]\n\n\"x\"=\"1\" \n"
+#define OTHERS                                 \
+    "\"Name\"=\"mine\" \n\"Unknown\"=\"u\" \n" \
+    "\n[Editor/Text] (by=me)\n\n\"Font\"=\"Serif\" \n\n[Other/Tool]\n\n\"x\"=\"1\" \n"
 #define NOTE "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\"Size\"=\"8\" \n"
 #define BODY "\n[Doc/Styles/Body/Para] (Para=Body)\n\n\"Size\"=12 \n"
-const char kOldOptions[] =
-    "\n[Editor]\n\n\"Wrap\"=\"true\" \n\"Name\"=\"mine\" \n\"Unknown\"=\"u\" \n" OTHERS;
-const char kNewOptions[] =
-    "\n[Editor]\n\n\"Wrap\"=\"false\" \n\"Name\"=\"mine\" \n\"Unknown\"=\"u\" \n" OTHERS;
+const char kOldOptions[] = "\n[Editor]\n\n\"Wrap\"=\"true\" \n" OTHERS;
+const char kNewOptions[] = "\n[Editor]\n\n\"Wrap\"=\"false\" \n" OTHERS;
 const char kNewFile[] = "\n[Editor]\n\n\"Wrap\"=\"false\" \n";
 
 const char kUser[] = "Ostrel/Halcyne/Shared/user.zop", kMap[] = "Ostrel/Halcyne/Shared/urnmap.txt";
@@ -100,17 +82,17 @@ const struct Row {
     const char* name;
     const char* file;  // below the directory, which is that of the user and of all users too
     std::string before, after;
-    void (*change)(Tool& tool);
-    int (*save)(Tool& tool);
+    void (Tool::*change)();
+    int (Tool::*save)();
 } rows[] = {
-    {"OptionFile", "a.zop", kOldOptions, kNewOptions, ChangeOption, SaveOption},
-    {"NewOptionFile", "a.zop", kNone, kNewFile, ChangeOption, SaveOption},
-    {"PlainFile", "a.rg", kOldOptions, kNewFile, ChangePlain, SavePlain},
-    {"NewPlainFile", "a.rg", kNone, kNewFile, ChangePlain, SavePlain},
-    {"StyleFile", "a.styles", NOTE, NOTE BODY, ChangeStyle, SaveStyle},
-    {"PredefinedFile", kUser, kOldOptions, kNewOptions, ChangeNothing, SavePredefined},
-    {"UrnMap", kMap, "old:/old/\n", "new:/new/\n", ChangeNothing, SaveUrnMap},
-    {"UrnMapEntry", kMap, "old:/old/\n", "old:/old/\nnew:/new/\n", ChangeNothing, SaveUrn},
+    {"OptionFile", "a.zop", kOldOptions, kNewOptions, &Tool::ChangeOption, &Tool::SaveOption},
+    {"NewOptionFile", "a.zop", kNone, kNewFile, &Tool::ChangeOption, &Tool::SaveOption},
+    {"PlainFile", "a.rg", kOldOptions, kNewFile, &Tool::ChangePlain, &Tool::SavePlain},
+    {"NewPlainFile", "a.rg", kNone, kNewFile, &Tool::ChangePlain, &Tool::SavePlain},
+    {"StyleFile", "a.styles", NOTE, NOTE BODY, &Tool::ChangeStyle, &Tool::SaveStyle},
+    {"PredefinedFile", kUser, kOldOptions, kNewOptions, &Tool::ChangeNothing, &Tool::SavePredefined},
+    {"UrnMap", kMap, "old:/old/\n", "new:/new/\n", &Tool::ChangeNothing, &Tool::SaveUrnMap},
+    {"UrnMapEntry", kMap, "old:/old/\n", "old:/old/\nnew:/new/\n", &Tool::ChangeNothing, &Tool::SaveUrn},
 };
 
 std::ostream& operator<<(std::ostream& stream, const Row& row) {
@@ -149,18 +131,6 @@ std::string LeftOver(const TemporaryDirectory& directory, const std::string& fil
     return names;
 }
 
-auto OpenDescriptors() {
-    return std::distance(fs::directory_iterator("/proc/self/fd"), fs::directory_iterator());
-}
-
-// What waitpid tells of a child, once it has ended.
-int Wait(pid_t child) {
-    int status = -1;
-    while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
-    }
-    return status;
-}
-
 class Faults : public testing::TestWithParam<Row> {
 protected:
     enum Outcome { eRight, eWrong, eNoFault, eKilled };
@@ -190,7 +160,9 @@ protected:
             }
             _exit(wrong.empty() ? eRight : wrong == "-" ? eNoFault : eWrong);
         }
-        const int status = Wait(child);
+        int status = -1;
+        while (waitpid(child, &status, 0) < 0 && errno == EINTR) {
+        }
         return WIFSIGNALED(status) && WTERMSIG(status) == SIGKILL ? eKilled : Outcome(WEXITSTATUS(status));
     }
     // \return what is wrong after the fault, "" for nothing, "-" when it didn't come to the fault.
@@ -198,14 +170,14 @@ protected:
         Tool tool(m_path);
         const auto open = OpenDescriptors();
         Arm(fault);
-        GetParam().change(tool);
-        const int status = GetParam().save(tool);
+        (tool.*GetParam().change)();
+        const int status = (tool.*GetParam().save)();
         if (!Disarm()) {
             return "-";
         }
         const std::string text = Text(m_path), left = LeftOver(m_directory, GetParam().file);
         const bool isNew = text == GetParam().after;
-        const bool isOption = GetParam().save == SaveOption;
+        const bool isOption = GetParam().save == &Tool::SaveOption;
         const bool hasWay = !fault.inPlace || (isOption && GetParam().before != kNone);
         const bool isTried = hasWay && (fault.error == EINTR || fault.error == kShort);
         const auto mode = static_cast<int>(isNew ? fs::status(m_path).permissions() : fs::perms(0640));
@@ -222,7 +194,7 @@ protected:
     }
     // The save that succeeds.
     std::string Finish(Tool& tool) {
-        const int status = GetParam().save(tool);
+        const int status = (tool.*GetParam().save)();
         const std::string text = Text(m_path), left = LeftOver(m_directory, GetParam().file);
         return status > 0                 ? "the next save gives " + std::to_string(status)
                : text != GetParam().after ? "the next save makes " + text
@@ -267,7 +239,7 @@ TEST_P(Faults, TheEndOfTheProcessLosesNothing) {
             << kills << " calls, then " << text;
         const auto next = [&] {
             Tool tool(m_path);
-            GetParam().change(tool);
+            (tool.*GetParam().change)();
             return Finish(tool);
         };
         EXPECT_EQ(InChild(next), eRight) << "after " << kills << " calls";
@@ -282,11 +254,8 @@ INSTANTIATE_TEST_SUITE_P(Files, Faults, testing::ValuesIn(rows),
 // Each of several processes changes an option of its own, and all save at the same moment.
 class Together : public testing::TestWithParam<int> {
 protected:
-    static constexpr const char* kOptions[][2] = {{"Editor", "Wrap"},
-                                                  {"Editor", "Owner"},
-                                                  {"Editor/Text", "Font"},
-                                                  {"Editor/Text", "Size"},
-                                                  {"Build", "Target"}};
+    static constexpr const char* kKeys[] = {"Editor", "Editor", "Editor/Text", "Editor/Text", "Build"};
+    static constexpr const char* kNames[] = {"Wrap", "Owner", "Font", "Size", "Target"};
 
     // Ends with what the save gave. `go` is read until its end.
     [[noreturn]] void Save(int process, bool merging, int go) {
@@ -296,7 +265,7 @@ protected:
         char byte;
         while (read(go, &byte, 1) != 0) {
         }
-        file->SetValue(kOptions[process][0], kOptions[process][1], "set");
+        file->SetValue(kKeys[process], kNames[process], "set");
         _exit(file->Save(nullptr));
     }
     // Lets all of them save once. Meanwhile every load succeeds.
@@ -324,8 +293,8 @@ protected:
         Manager manager;
         const COptionFile* file = manager.Load(m_path.c_str());
         int count = 0;
-        for (const auto& option : kOptions) {
-            count += strcmp(manager.GetValue(option[0], option[1]), "set") == 0;
+        for (int process = 0; process < 5; ++process) {
+            count += strcmp(manager.GetValue(kKeys[process], kNames[process]), "set") == 0;
         }
         EXPECT_NE(file, nullptr);
         EXPECT_NE(ReadText(m_path).find("\"Unknown\"=\"u\""), std::string::npos);

@@ -88,8 +88,6 @@ public:
         };
         VirtualMachine::env->functions = &m_table;
     }
-    AlteredFunctions(const AlteredFunctions&) = delete;
-    AlteredFunctions& operator=(const AlteredFunctions&) = delete;
     ~AlteredFunctions() { VirtualMachine::env->functions = m_pReal; }
 
     static inline jobject m_deleted = nullptr;
@@ -249,7 +247,7 @@ TEST_F(Bridge, GivesAnObjectOneWrapperThroughAllItsInterfaces) {
     EXPECT_EQ(object.m_nReferences, 1);
 }
 
-TEST_F(Bridge, WrapsNothingThatHasNoPointerOrName) {
+TEST_F(Bridge, WrapsNothingWithoutPointerNameOrClassWhoseNullStaysUntilItIsUnregistered) {
     EXPECT_EQ(CreateNewWrappingJavaObject(env, nullptr), nullptr);
     EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, nullptr), nullptr);
     CountingObject refusing, withoutInfo, nameless;
@@ -264,9 +262,7 @@ TEST_F(Bridge, WrapsNothingThatHasNoPointerOrName) {
     EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, refusing.Canonical()), nullptr);
     EXPECT_EQ(Unregister(nullptr), kNotRegistered);
     EXPECT_EQ(Unregister(NewJavaElement()), kNotRegistered);
-}
 
-TEST_F(Bridge, KeepsTheNullOfAFailedWrapperUntilItIsUnregistered) {
     CountingObject object;
     object.m_listNames = {"IFoo"};
     EXPECT_EQ(CreateNewWrappingJavaObject(env, object.Canonical()), nullptr);

@@ -3,24 +3,19 @@
 #include <gtest/gtest.h>
 
 #include <cerrno>
-#include <cmath>
-#include <cstdlib>
 
 #include "TestSupport.h"
 
 namespace vyn {
 namespace {
 
-TEST(SString, TakesNullForTheEmptyString) {
+TEST(SString, TakesNullForEmptyAndLooksAtTextUpToTheFirstNul) {
     const char* null = nullptr;
     SString text("x");
     text = null;
     EXPECT_EQ(text + SString(null) + UTF8String(null), "");
     EXPECT_EQ(text.IsEmpty(), 1);
-}
-
-TEST(SString, LooksAtTextUpToTheFirstNul) {
-    const SString text(std::string("ab\0cd", 5));
+    text = SString(std::string("ab\0cd", 5));
     EXPECT_EQ(text.Find("cd"), -1);
     EXPECT_EQ(text.Find(""), 0);
     EXPECT_EQ(SString().Find(""), 0);
@@ -29,16 +24,13 @@ TEST(SString, LooksAtTextUpToTheFirstNul) {
     EXPECT_THROW(text.Find(nullptr), std::logic_error);
 }
 
-TEST(SString, InsertsBeforeAByteOffset) {
+TEST(SString, InsertsAndChangesCaseByBytes) {
     SString text("ad");
     EXPECT_EQ(text.Insert(1, "b"), 3);
     EXPECT_EQ(text.Insert(3, SString(std::string("e\0f", 3))), 4);
     EXPECT_EQ(text, "abde");
     EXPECT_THROW(text.Insert(6, "x"), std::out_of_range);
-}
-
-TEST(SString, ChangesCaseOfBytesInPlace) {
-    SString text("aZ\xC3\xA9");
+    text = "aZ\xC3\xA9";
     text.MakeUpper();
     EXPECT_EQ(text, "AZ\xC3\xA9");
     text.MakeLower();
@@ -109,7 +101,7 @@ void ExpectFormat(const char* format, const char* text, int bound, Args... args)
     EXPECT_EQ(errno, text ? 0 : EINVAL) << format;
 }
 
-TEST(Format, ReturnsTheBoundOfTheScan) {
+TEST(Format, ReturnsTheBoundOfTheScanAndFindsEachText) {
     const char unended[] = {'a', 'b', 'c', 'd'};
     ExpectFormat("%d", "5", 32, 5);
     ExpectFormat("%%", "%", 1);
@@ -125,9 +117,7 @@ TEST(Format, ReturnsTheBoundOfTheScan) {
     ExpectFormat("%5.2s", nullptr, 2, "xyz");
     ExpectFormat("%.3s%.0s%.2ls", "abcde", 6, unended, "x", L"de");
     ExpectFormat("%.*s", "xyz", 3, -1, "xyz");
-}
-
-TEST(Format, FindsTheTextBehindEachSizeOfNumber) {
+    // The text behind each size of number.
     ExpectFormat("%hhd %s", "5 x", 34, 5, "x");
     ExpectFormat("%ld %s", "-5000000000 x", 34, -5000000000L, "x");
     ExpectFormat("%lld %s", "-5000000000 x", 34, -5000000000LL, "x");
@@ -136,9 +126,7 @@ TEST(Format, FindsTheTextBehindEachSizeOfNumber) {
     ExpectFormat("%td %s", "5 x", 34, ptrdiff_t{5}, "x");
     ExpectFormat("%.1Lf %s", "5.0 x", 11, 5.0L, "x");
     ExpectFormat("%Lg %d %s", "5 6 x", 163, 5.0L, 6, "x");
-}
-
-TEST(Format, ReadsNoTextBehindWhatItDoesNotKnow) {
+    // No text is read behind what isn't known.
     ExpectFormat("%E", nullptr, 0, 1.0);
     ExpectFormat("%E %d %s", nullptr, 40, 1.0, 1, 2);
     ExpectFormat("%y%s", nullptr, 6, 1);

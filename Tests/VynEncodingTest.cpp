@@ -4,16 +4,13 @@
 
 #include <cerrno>
 #include <clocale>
-#include <cstdlib>
-#include <string>
 #include <vector>
 
 namespace vyn {
 namespace {
 
 // Sets LC_CTYPE for the life of the object. The eight-bit locale comes from the build tree.
-class CType {
-public:
+struct CType {
     explicit CType(const char* name) {
         if (std::string(name) == "de_DE.ISO-8859-1") {
             setenv("LOCPATH", VYN_TEST_LOCALES, 1);

@@ -4,12 +4,7 @@
 #include <gtest/gtest.h>
 #include <unistd.h>
 
-#include <cstdio>
-#include <cstdlib>
-#include <filesystem>
-
 #include "TestSupport.h"
-#include "ZemAPICommon.h"
 
 namespace vyn {
 namespace {
@@ -78,8 +73,7 @@ TEST(GlobalStreams, WorkBeforeTheirStartAndAfterTheirEnd) {
     EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-q"), strQuiet) << "quiet beyond the end as well";
 }
 
-class Recorder : public k4::IMessageOutputHandler {
-public:
+struct Recorder : k4::IMessageOutputHandler {
     explicit Recorder(bool handled) : m_bHandled(handled) {}
     bool OnMessage(const std::string& text) override {
         m_strLog += "[" + text + "]";
@@ -90,8 +84,6 @@ public:
     }
     void OnFlush() override { m_strLog += "|"; }
     std::string m_strLog;
-
-private:
     bool m_bHandled;
 };
 
@@ -105,6 +97,9 @@ TEST(MsgOut, DeliversAMessageOfSeveralLinesAtOnce) {
         EXPECT_EQ(handler.m_strLog, "");
         stream << flush << flush;
         EXPECT_EQ(handler.m_strLog, std::string("[a\nb\0c01234567-8\n]|[]|", 22));
+        handler.m_strLog.clear();
+        stream << "before" << static_cast<const char*>(nullptr) << "after" << flush;
+        EXPECT_EQ(handler.m_strLog, "[before\nInternal error: CMsgOut: NULL TCHAR* argument\n]|[after]|");
         stream.SetOutput(&declining);
         stream << "a";
     }
@@ -145,14 +140,6 @@ TEST(MsgOut, StacksHandlers) {
     EXPECT_EQ(a.m_strLog, "") << "nothing was pending";
 }
 
-TEST(MsgOut, ReportsNullTextBehindTheMessage) {
-    Recorder handler(true);
-    CMsgOut stream(CMsgOut::eOutput);
-    stream.SetOutput(&handler);
-    stream << "before" << static_cast<const char*>(nullptr) << "after" << flush;
-    EXPECT_EQ(handler.m_strLog, "[before\nInternal error: CMsgOut: NULL TCHAR* argument\n]|[after]|");
-}
-
 TEST(MsgOut, FollowsTheVariableOfItsStart) {
     const test::TemporaryDirectory directory;
     const std::string pid = "." + std::to_string(getpid());
@@ -182,8 +169,8 @@ TEST(MsgOut, FollowsTheVariableOfItsStart) {
         EXPECT_EQ(handlerOfVynerr.m_strLog, row.logOfVynerr) << row.options;
     }
     EXPECT_EQ(test::ReadText(directory / "log" + pid), "ab");
-    EXPECT_EQ(RunProbe("MsgOutProbe", "-a").find("constructor -1\nconstructor -1\nInternal error: assert"),
-              0u)
+    const std::string early = "constructor -1\nconstructor -1\nInternal error: assert";
+    EXPECT_EQ(RunProbe("MsgOutProbe", "-a").find(early), 0u)
         << "on vynerr itself the message is still there when the report is made";
 }
 

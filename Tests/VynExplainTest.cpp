@@ -2,7 +2,6 @@
 
 #include <gtest/gtest.h>
 
-#include <cerrno>
 #include <random>
 
 #include "TestSupport.h"
@@ -93,16 +92,10 @@ TEST_F(Explain, AgreesWithTheManagerAndWithTheSave) {
     for (int round = 0; round < 10000; ++round) {
         COptionFile* file = files[random() % 3];
         const char* name = names[random() % 3];
-        switch (random() % 4) {
-            case 0:
-                file->Reset();
-                break;
-            case 1:
-                file->SetRedefineFlag("Editor", name, "f", static_cast<int>(random() % 2));
-                break;
-            default:
-                file->SetValue("Editor", name, std::to_string(random() % 3).c_str());
-        }
+        const auto change = random() % 4;
+        change == 0   ? file->Reset()
+        : change == 1 ? void(file->SetRedefineFlag("Editor", name, "f", static_cast<int>(random() % 2)))
+                      : void(file->SetValue("Editor", name, std::to_string(random() % 3).c_str()));
         for (const char* asked : names) {
             const ValueExplanation explanation = ExplainValue(manager, "Editor", asked);
             ASSERT_EQ(explanation.value, manager.GetValue("Editor", asked)) << round;
@@ -121,12 +114,11 @@ TEST_F(Explain, AgreesWithTheManagerAndWithTheSave) {
 
 TEST_F(Explain, PreviewListsWhatChanges) {
     Manager manager;
-    COptionFile* file =
-        Add(manager, 0, "[Editor]\"Name\"=\"n\"\"x\"=\"1\"\"Owner\"=\"o\"[Build]\"Target\"=\"t\"");
+    const std::string before = "[Editor]\"Name\"=\"n\"\"x\"=\"1\"\"Owner\"=\"o\"[Build]\"Target\"=\"t\"";
+    COptionFile* file = Add(manager, 0, before);
     manager.SetValue("Editor", "Name", "m");
     manager.SetValue("Editor", "Owner", "nobody");
     manager.SetValue("Editor/Text", "Font", "f");
-    const std::string before = ReadText(Path(0));
     std::string shown;
     for (const SaveChange& change : PreviewSave(*file, nullptr).changes) {
         shown +=
@@ -143,37 +135,31 @@ TEST_F(Explain, PreviewListsWhatChanges) {
 
 TEST_F(Explain, PersonalFileKeepsItsPlace) {
     const std::string sound = "[Editor]\"Name\"=\"p\"";
-    const struct {
-        const char* text;  // null: missing
-        int error;
-        int editable;
-        ChangeObstacle obstacle;
-    } rows[] = {{sound.c_str(), 0, 1, eNoObstacle},
-                {nullptr, ENOENT, 1, eNoObstacle},
-                {"stray", EILSEQ, 0, eNotLoaded}};
-    for (const auto& row : rows) {
+    // A null text is a missing file.
+    for (const auto& [text, error] : {std::pair(sound.c_str(), 0), {nullptr, ENOENT}, {"stray", EILSEQ}}) {
+        const int editable = error != EILSEQ;
         Manager manager;
         COptionFile* team = Add(manager, 1, "[Build]\"Target\"=\"t\"");
         std::filesystem::remove(Path(0));
-        if (row.text) {
-            WriteText(Path(0), row.text);
+        if (text) {
+            WriteText(Path(0), text);
         }
         COptionFile* personal = manager.AddPersonalFile(SPathName(Path(0).c_str()));
-        EXPECT_EQ(personal->GetLoadError(), row.error);
-        EXPECT_EQ(manager.IsEditable("Build", "Target"), row.editable) << row.error;
+        EXPECT_EQ(personal->GetLoadError(), error);
+        EXPECT_EQ(manager.IsEditable("Build", "Target"), editable) << error;
         const ChangeAnswer answer = CanChange(manager, "Build", "Target");
-        EXPECT_EQ(answer.obstacle, row.obstacle);
-        EXPECT_EQ(answer.error, row.editable ? 0 : row.error);
+        EXPECT_EQ(answer.obstacle, editable ? eNoObstacle : eNotLoaded);
+        EXPECT_EQ(answer.error, editable ? 0 : error);
         manager.SetValue("Build", "Target", "mine");
         EXPECT_STREQ(team->GetValue("Build", "Target"), "t") << "no change ends up below";
         SVector<SaveFailure> failed;
-        EXPECT_EQ(manager.SaveAllFiles(failed), row.editable ? 0 : 1);
-        EXPECT_EQ(failed.empty(), row.editable != 0);
-        if (row.editable) {
+        EXPECT_EQ(manager.SaveAllFiles(failed), editable ? 0 : 1);
+        EXPECT_EQ(failed.empty(), editable);
+        if (editable) {
             EXPECT_NE(ReadText(Path(0)).find("\"Target\"=\"mine\""), std::string::npos);
         } else {
             EXPECT_EQ(failed[0].file, personal);
-            EXPECT_EQ(ReadText(Path(0)), row.text);
+            EXPECT_EQ(ReadText(Path(0)), text);
             WriteText(Path(0), sound);
             EXPECT_EQ(manager.Reload(Path(0).c_str()), 1);
             EXPECT_EQ(manager.IsEditable("Build", "Target"), 1);

@@ -3,8 +3,6 @@
 #include <gtest/gtest.h>
 #include <malloc.h>
 
-#include <cstring>
-#include <functional>
 #include <memory>
 #include <random>
 #include <thread>
@@ -42,8 +40,8 @@ public:
         m_other.AddCategory(&catOther);
         m_other.AddCategory(&catNew);
         for (const char* name : {"a", "b", "c", "d", "e"}) {
-            WriteText(m_directory / name, "[Editor]\"Wrap\"=\"" + std::string(name) +
-                                              "\" [Editor/Text]\"Font\"=\"F\"(\"fixed\"=\"true\")");
+            const std::string wrap = "[Editor]\"Wrap\"=\"" + std::string(name) + "\"";
+            WriteText(m_directory / name, wrap + "[Editor/Text]\"Font\"=\"F\"(\"fixed\"=\"true\")");
             m_manager.Load((m_directory / name).c_str());
         }
     }
@@ -55,20 +53,14 @@ public:
             [&] { File().SetAttributeValue(Key(), Name(), Text(), "fixed", Text()); },
             [&] { OptionFile().SetRedefineFlag("Editor", "Wrap", Text(), Pick(2) ? 1 : 0); },
             [&] { File().CreateKey(Key(), Pick(2) ? "k" : nullptr, "v"); },
-            [&] {
-                InKey([&](CRgFile&, CRgKey* key) {
-                    key->CreateValue(Name(), CRgValue::eText, Text(), nullptr);
-                });
-            },
+            [&] { InKey([&](auto&, auto* key) { key->CreateValue(Name(), CRgValue::eText, Text(), {}); }); },
             [&] { InKey([&](CRgFile&, CRgKey* key) { RemoveValue(key, key->FindValue(Name())); }); },
-            [&] { InKey([&](CRgFile&, CRgKey* key) { key->Empty(); }); },
+            [&] { InKey([&](auto&, auto* key) { key->Empty(); }); },
             [&] { InKey([&](CRgFile& file, CRgKey* key) { RemoveKey(file, key, &CRgFile::RemoveKey); }); },
             [&] { InKey([&](CRgFile& file, CRgKey* key) { RemoveKey(file, key, &CRgFile::DestroyKey); }); },
             [&] { m_manager.Reset(); },
             [&] { OptionFile().Reset(); },
-            [&] {
-                Pick(9) ? void(m_manager.Reload(OptionFile().GetPathName())) : m_manager.ReloadAllFiles();
-            },
+            [&] { Pick(9) ? Reload() : m_manager.ReloadAllFiles(); },
             [&] { Pick(9) ? void(OptionFile().Save(nullptr)) : m_manager.SaveAllFiles(); },
             [&] { SetAside(Pick(9) ? 1 : 5); },
             [&] { BringBack(); },
@@ -114,9 +106,7 @@ private:
             redefined = redefined || value;
         }
         const COption* option = m_manager.FindOption((std::string(key) + "/" + name).c_str());
-        if (!redefined && option) {
-            expected = option->szDefault;
-        }
+        expected = !redefined && option ? option->szDefault : expected;
         ASSERT_EQ(m_manager.IsRedefined(key, name), redefined) << What(key, name);
         ASSERT_EQ(m_manager.IsEditable(key, name), fixed <= 0) << What(key, name);
         const char* value = m_manager.GetValue(key, name);
@@ -135,11 +125,10 @@ private:
             BringBack();
         }
         void* pos = m_manager.GetFirstFilePosition();
-        COptionFile* file = m_manager.GetNextFile(pos);
         for (size_t skip = Pick(static_cast<size_t>(m_manager.GetFileCount())); skip > 0; --skip) {
-            file = m_manager.GetNextFile(pos);
+            m_manager.GetNextFile(pos);
         }
-        return *file;
+        return *m_manager.GetNextFile(pos);
     }
     CRgFile& File() { return Pick(4) ? static_cast<CRgFile&>(OptionFile()) : m_plain; }
     template <class Use>
@@ -163,6 +152,7 @@ private:
             delete key;
         }
     }
+    void Reload() { m_manager.Reload(OptionFile().GetPathName()); }
     void SetAside(size_t count) {
         for (; count > 0 && m_manager.GetFileCount() > 0; --count) {
             COptionFile& file = OptionFile();
@@ -177,11 +167,7 @@ private:
         }
         std::unique_ptr<COptionFile> file = std::move(m_aside.back());
         m_aside.pop_back();
-        if (Pick(2)) {
-            m_manager.AddFile(file.release());
-        } else {
-            m_manager.AddOptionFile(file->GetPathName());
-        }
+        Pick(2) ? m_manager.AddFile(file.release()) : void(m_manager.AddOptionFile(file->GetPathName()));
     }
     // Takes a key out of the plain tree with all that it holds, or brings it back.
     void MoveSubtree() {
@@ -251,21 +237,14 @@ void AskForEverNewAddresses(CRgFile& file, int rounds) {
     }
 }
 
-TEST(Lookup, KeepsNothingOfWhatIsGone) {
-    CRgFile file;
+TEST(Lookup, KeepsNothingOfWhatIsGoneAndServesThreadsWithFilesOfTheirOwn) {
+    CRgFile file, another;
     AskForEverNewAddresses(file, 100);
     const size_t before = mallinfo2().uordblks;
     AskForEverNewAddresses(file, 10000);
     EXPECT_LT(mallinfo2().uordblks, before + 100000);
-}
-
-TEST(Lookup, ServesSeveralThreadsWithFilesOfTheirOwn) {
-    const auto ask = [] {
-        CRgFile file;
-        AskForEverNewAddresses(file, 5000);
-    };
-    std::thread other(ask);
-    ask();
+    std::thread other([&] { AskForEverNewAddresses(another, 5000); });
+    AskForEverNewAddresses(file, 5000);
     other.join();
 }
 

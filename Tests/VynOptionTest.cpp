@@ -3,7 +3,6 @@
 #include <gtest/gtest.h>
 #include <sys/stat.h>
 
-#include <cerrno>
 #include <memory>
 
 #include "TestSupport.h"
@@ -27,21 +26,20 @@ TEST(Category, ResolvesAddresses) {
     Manager manager;
     const struct {
         const char* address;
-        const char* expected;  // null when it isn't declared
+        const char* expected;  // "-" when it isn't declared
     } rows[] = {{"Editor/Wrap", "true"},
                 {"Editor/Text/Font", "Mono"},
                 {"Editor/Owner", "nobody"},
                 {"Editor/Name", "editor"},
-                {"Wrap", nullptr},
-                {"Editor", nullptr},
-                {"editor/Wrap", nullptr},
-                {"Editor/Font", nullptr},
-                {"", nullptr},
-                {"/Wrap", nullptr}};
+                {"Wrap", "-"},
+                {"Editor", "-"},
+                {"editor/Wrap", "-"},
+                {"Editor/Font", "-"},
+                {"", "-"},
+                {"/Wrap", "-"}};
     for (const auto& row : rows) {
         const COption* option = manager.FindOption(row.address);
-        EXPECT_EQ(option ? std::string(option->szDefault) : "-", row.expected ? row.expected : "-")
-            << row.address;
+        EXPECT_STREQ(option ? option->szDefault : "-", row.expected) << row.address;
     }
     errno = 0;
     EXPECT_EQ(manager.FindOption((std::string(256, 'x') + "/Wrap").c_str()), nullptr);
@@ -95,18 +93,18 @@ class OptionFileTest : public testing::Test {
 protected:
     std::string Path(const char* name) { return m_directory / name; }
     // A file of the stack, below those added before.
-    COptionFile* Add(Manager& manager, const char* name, const std::string& text) {
+    COptionFile* Add(const char* name, const std::string& text) {
         WriteText(Path(name), text);
         return manager.AddOptionFile(Path(name).c_str());
     }
 
     TemporaryDirectory m_directory;
+    Manager manager;
 };
 
 TEST_F(OptionFileTest, LoadKeepsWhatIsDeclared) {
-    Manager manager;
     COptionFile* file =
-        Add(manager, "f",
+        Add("f",
             "[Editor](k=v)\"Wrap\"=\"false\" \"Other\"=1 \"Text/Font\"=\"x\"\n"
             "[Editor/Text]\"Font\"=\"A\" [Tool]\"Wrap\"=\"x\" [Editor/No/Text]\"Font\"=\"B\"");
     ASSERT_NE(file, nullptr);
@@ -133,22 +131,20 @@ TEST_F(OptionFileTest, ValueIsOfTheLastDeclarationOfItsName) {
     const CCategory table = {"Twice", nullptr, 0, &setTwice};
     const COptionSet setOnce = {"Once", twice + 1, 1, nullptr};
     const CCategory merged = {"Build", nullptr, 0, &setOnce};
-    Manager manager;
     COptionManager other;
     other.AddCategory(&table);
     other.AddCategory(&merged);
     manager.AddCategory(&table);
     manager.MergeManager(&other);
-    COptionFile* file = Add(manager, "f", "[Twice]\"Target\"=\"1\" [Build]\"Target\"=\"1\"");
+    COptionFile* file = Add("f", "[Twice]\"Target\"=\"1\" [Build]\"Target\"=\"1\"");
     for (const char* key : {"Twice", "Build"}) {
         EXPECT_EQ(file->FindKey(key)->FindValue("Target")->GetType(), CRgValue::eBare) << key;
     }
 }
 
 TEST_F(OptionFileTest, DyingCategoryTakesItsKeysAlong) {
-    Manager manager;
-    COptionFile* file = Add(manager, "f", "[Editor/Text]\"Font\"=\"A\" [Build]\"Target\"=\"x\"");
-    COptionFile* below = Add(manager, "g", "[Editor]\"Wrap\"=\"false\" [Editor/Text]\"Font\"=\"A\"");
+    COptionFile* file = Add("f", "[Editor/Text]\"Font\"=\"A\" [Build]\"Target\"=\"x\"");
+    COptionFile* below = Add("g", "[Editor]\"Wrap\"=\"false\" [Editor/Text]\"Font\"=\"A\"");
     delete const_cast<CMgrCategory*>(manager.FindCategory("Editor", 0));
     EXPECT_EQ(file->FindKey("Editor"), nullptr);
     EXPECT_EQ(below->GetKeyRoot()->GetKeyCount(), 0);
@@ -158,8 +154,7 @@ TEST_F(OptionFileTest, DyingCategoryTakesItsKeysAlong) {
 }
 
 TEST_F(OptionFileTest, EmptiedKeyCanBeRemovedOrDestroyed) {
-    Manager manager;
-    COptionFile* file = Add(manager, "f", "[Editor/Text]\"Font\"=\"A\"");
+    COptionFile* file = Add("f", "[Editor/Text]\"Font\"=\"A\"");
     CRgKey* editor = file->FindKey("Editor");
     CRgKey* text = file->FindKey("Editor/Text");
     file->RemoveKey(text);
@@ -174,8 +169,7 @@ TEST_F(OptionFileTest, EmptiedKeyCanBeRemovedOrDestroyed) {
 }
 
 TEST_F(OptionFileTest, FixedIsExactlyTrue) {
-    Manager manager;
-    COptionFile* file = Add(manager, "f",
+    COptionFile* file = Add("f",
                             "[Editor]\"Wrap\"=\"1\"(\"fixed\"=\"True\") \"Name\"=\"2\"(\"fixed\"=\"true\")"
                             "\"Width\"=3(\"fixed\"=true)");
     EXPECT_EQ(file->IsUnredefinable("Editor", "Wrap"), 0);
@@ -189,11 +183,10 @@ TEST_F(OptionFileTest, FixedIsExactlyTrue) {
 }
 
 TEST_F(OptionFileTest, ChangeIsKeptAsADifferenceFromBelow) {
-    Manager manager;
     manager.SetValue("Editor", "Name", "x");
     EXPECT_STREQ(manager.GetValue("Editor", "Name"), "editor") << "without a file nothing is kept";
-    COptionFile* top = Add(manager, "top", "");
-    Add(manager, "below", "[Editor]\"Name\"=\"below\"");
+    COptionFile* top = Add("top", "");
+    Add("below", "[Editor]\"Name\"=\"below\"");
     EXPECT_STREQ(manager.GetUnderneathValue(top, "Editor", "Name"), "below");
     EXPECT_STREQ(manager.GetUnderneathValue(nullptr, "Editor", "Owner"), "nobody");
     manager.SetValue("Editor", "Name", "below");
@@ -219,9 +212,8 @@ TEST_F(OptionFileTest, ChangeIsKeptAsADifferenceFromBelow) {
 }
 
 TEST_F(OptionFileTest, FixedAndReadOnlyOptionsAreNotChanged) {
-    Manager manager;
-    COptionFile* top = Add(manager, "top", "[Editor]\"Name\"=\"a\" \"Wrap\"=\"false\"(\"fixed\"=\"true\")");
-    Add(manager, "below", "[Editor]\"Name\"=\"b\"(\"fixed\"=\"true\")");
+    COptionFile* top = Add("top", "[Editor]\"Name\"=\"a\" \"Wrap\"=\"false\"(\"fixed\"=\"true\")");
+    Add("below", "[Editor]\"Name\"=\"b\"(\"fixed\"=\"true\")");
     manager.SetValue("Editor", "Name", "c");
     EXPECT_STREQ(top->GetValue("Editor", "Name"), "a");
     manager.SetValue("Editor", "Wrap", "true");
@@ -231,10 +223,9 @@ TEST_F(OptionFileTest, FixedAndReadOnlyOptionsAreNotChanged) {
 }
 
 TEST_F(OptionFileTest, ManagerKeepsItsFilesInOrder) {
-    Manager manager;
     EXPECT_EQ(manager.AddOptionFile(Path("missing").c_str()), nullptr);
-    COptionFile* a = Add(manager, "a", "[Editor]\"Name\"=\"a\"");
-    COptionFile* b = Add(manager, "b", "[Editor]\"Name\"=\"b\"");
+    COptionFile* a = Add("a", "[Editor]\"Name\"=\"a\"");
+    COptionFile* b = Add("b", "[Editor]\"Name\"=\"b\"");
     EXPECT_NE(manager.Load(Path("a").c_str()), nullptr) << "a second load adds a second file";
     EXPECT_EQ(manager.GetFile(Path("a").c_str()), a);
     EXPECT_EQ(manager.GetOptionFile(Path("a").c_str()), nullptr);

@@ -1,19 +1,17 @@
 // The program that tests start to see the library from outside: Probe [COMMAND [ARGUMENT...]]. The commands stand in
 // the table at the end.
 
-#include <dirent.h>
 #include <dlfcn.h>
 #include <fcntl.h>
 #include <unistd.h>
 
 #include <cerrno>
 #include <cstdio>
-#include <cstdlib>
 #include <cstring>
+#include <filesystem>
 #include <map>
 #include <memory>
-#include <string>
-#include <vector>
+#include <set>
 
 #include "Platform.h"
 #include "VynEncoding.h"
@@ -80,7 +78,6 @@ const std::map<std::string, SString (*)()> questions = {
     {"useraddins", Text<VynGetUserAddinsDir>},
     {"teamaddins", Text<VynGetTeamAddinsDir>},
     {"companyaddins", Text<VynGetCompanyAddinsDir>},
-    {"personal", Directory<VynGetUserPersonalDirectory>},
     {"shared", Directory<VynGetSharedDataDirectory>},
     {"allusers", Directory<VynGetAllUsersSharedDataDirectory>},
     {"projects", Directory<VynGetDefaultUserProjectPath>},
@@ -99,20 +96,18 @@ void Ask(char** arguments) {
 
 // Prints the open descriptors of this process with their access, as "0:r 1:w 2:w", on one line.
 void ShowDescriptors() {
-    DIR* dir = opendir("/proc/self/fd");
-    std::map<int, char> open;
-    while (const dirent* entry = readdir(dir)) {
-        const int fd = atoi(entry->d_name);
-        if (entry->d_name[0] != '.' && fd != dirfd(dir)) {
-            const int access = fcntl(fd, F_GETFL) & O_ACCMODE;
-            open[fd] = access == O_RDONLY ? 'r' : access == O_WRONLY ? 'w' : 'b';
-        }
+    std::set<int> open;
+    for (const auto& entry : std::filesystem::directory_iterator("/proc/self/fd")) {
+        open.insert(std::stoi(entry.path().filename()));
     }
-    closedir(dir);
     const char* separator = "";
-    for (const auto& [fd, access] : open) {
-        printf("%s%d:%c", separator, fd, access);
-        separator = " ";
+    for (const int fd : open) {
+        const int flags = fcntl(fd, F_GETFL);
+        if (flags >= 0) {  // not that of the directory, which is closed
+            const int access = flags & O_ACCMODE;
+            printf("%s%d:%c", separator, fd, access == O_RDONLY ? 'r' : access == O_WRONLY ? 'w' : 'b');
+            separator = " ";
+        }
     }
 }
 
