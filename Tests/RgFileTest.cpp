@@ -264,11 +264,14 @@ TEST_F(RgFileTest, PlainKeysKnowNoParent) {
 
 TEST_F(RgFileTest, LeavesOutSectionsWhoseNameNoHeadingHolds) {
     for (const char* name : {"", " a", "\ta", "a]", "a/b"}) {
+        std::string log;
         CRgFile file;
         for (const char* parent : {"first", "second"}) {
             CRgKey* key = file.CreateKey(parent, nullptr, nullptr)->CreateKey(name, nullptr);
             key->CreateValue("x", CRgValue::eText, "1", nullptr);
             key->CreateKey("below", nullptr)->CreateValue("x", CRgValue::eText, "1", nullptr);
+            key->AddKey(new RecordingKey("foreign", log));
+            key->FindKey("foreign")->AddValue(new CDefRgValue("x", CRgValue::eText, "1"));
         }
         file.SetValue("second/z", "x", "2");
         test::Reports reports;

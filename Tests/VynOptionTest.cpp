@@ -76,9 +76,9 @@ TEST(Category, MergesAManagerAndTakesItOutAgain) {
     const CCategory catOther = {"Editor", nullptr, 0, &set};
     const CCategory catNew = {"New", nullptr, 0, &set};
     other.AddCategory(&catOther);
-    other.AddCategory(&catNew);
     manager.RemoveManager(&other);
-    EXPECT_NE(manager.FindOption("Editor/Name"), nullptr) << "nothing was merged yet";
+    EXPECT_NE(manager.FindOption("Editor/Wrap"), nullptr) << "nothing was merged yet";
+    other.AddCategory(&catNew);
     manager.MergeManager(&other);
     EXPECT_STREQ(manager.FindOption("Editor/Extra")->szDefault, "e");
     EXPECT_STREQ(manager.FindOption("New/Wrap")->szDefault, "false");
@@ -132,7 +132,6 @@ TEST_F(OptionFileTest, ValueIsOfTheLastDeclarationOfItsName) {
     const COptionSet setOnce = {"Once", twice + 1, 1, nullptr};
     const CCategory merged = {"Build", nullptr, 0, &setOnce};
     COptionManager other;
-    other.AddCategory(&table);
     other.AddCategory(&merged);
     manager.AddCategory(&table);
     manager.MergeManager(&other);
