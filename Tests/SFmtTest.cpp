@@ -45,8 +45,8 @@ TEST(SFmt, TakesItsTextFromAModuleToAStream) {
     vynout << (SFmt(VynhDllInstance, 16) << 0 << SString("why")) << endl << flush;
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "The filter '0' is invalid.\nwhy\n");
     testing::internal::CaptureStderr();
-    EXPECT_EQ(SFmt(VynhDllInstance, 17), "");
-    const std::string report = "\nInternal error: Vyn::SFmt::LoadString(17): resource id not found\n";
+    EXPECT_EQ(SFmt(VynhDllInstance, 999), "");
+    const std::string report = "\nInternal error: Vyn::SFmt::LoadString(999): resource id not found\n";
     EXPECT_NE(testing::internal::GetCapturedStderr().find(report), std::string::npos);
 }
 

@@ -32,7 +32,10 @@ enum LibraryString : unsigned {
     eStrUrnUnknown = 13,              // URN
     eStrUrnAlreadyDefined = 14,       // URN, target
     eStrUrnTargetNotFound = 15,       // URN, target, error
-    eStrInvalidFilter = 16            // pattern, error
+    eStrInvalidFilter = 16,           // pattern, error
+    eStrFinding = 17,                 // the first of one for each vyn::FindingCode, in its order
+    eStrExpected = 45,                // the first of one for each RgExpected, in its order
+    eStrDidYouMean = 49               // name
 };
 
 /// \return the string \p id with each "%s" replaced by the next of \p texts, and "%1" to "%9" by the one of that

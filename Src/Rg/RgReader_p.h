@@ -20,6 +20,20 @@ namespace vyn::detail {
 /// The attributes of a heading or of a value, as they stand in the text.
 using RgAttributes = std::vector<std::pair<std::string_view, std::string_view>>;
 
+/// What a text has that the format accepts and nobody means.
+enum RgOddity {
+    eRgTextBeforeHeading,  ///< bytes that are passed over
+    eRgOpenHeading,        ///< the input ends in a heading
+    eRgOpenString,         ///< no closing quote
+    eRgOpenAttributes,     ///< the input ends in a list of attributes
+    eRgOddAttributes,      ///< something else than `name = value` or a comma in it
+    eRgMissingText,        ///< no text behind a value's name
+    eRgNumber              ///< a number that may not be read as it is written
+};
+
+/// What could have stood where a text is malformed.
+enum RgExpected { eRgHeading, eRgSectionName, eRgValueOrHeading, eRgAssign };
+
 /// \brief Reads one text and tells a sink what stands there.
 ///
 /// The sink has these operations. Texts are views into the input, but for numbers that aren't written as they are read.
@@ -32,7 +46,13 @@ using RgAttributes = std::vector<std::pair<std::string_view, std::string_view>>;
 /// \endcode
 /// When an operation is called, the input up to the byte behind the last view has been read for good: a sink that owns
 /// the text may put a NUL there.
-template <class Sink>
+///
+/// With \p reports it also has these; without, nothing of it costs anything:
+/// \code
+///     void Odd(RgOddity oddity, const char* place, std::string_view token);
+///     void Stop(const char* place, RgExpected expected);     // the text is malformed
+/// \endcode
+template <class Sink, bool reports = false>
 class RgReader {
 public:
     /// \param text ends in a NUL; the first NUL is the end of the input.
@@ -42,8 +62,17 @@ public:
     bool Read() {
         do {
             NextToken();
+            if (m_kind == eUnknown) {
+                Odd(eRgTextBeforeHeading, m_start);
+            }
         } while (m_kind == eUnknown);
+        Expect(eRgHeading);
         while (m_kind == eSectionOpen && ReadSection()) {
+        }
+        if constexpr (reports) {
+            if (m_kind != eEnd) {
+                m_sink.Stop(m_start, m_expected);
+            }
         }
         return m_kind == eEnd;
     }
@@ -64,10 +93,25 @@ private:
         eEnd
     };
 
+    void Odd(RgOddity oddity, const char* place) {
+        if constexpr (reports) {
+            m_sink.Odd(oddity, place, m_token);
+        }
+    }
+
+    void Expect(RgExpected expected) {
+        if constexpr (reports) {
+            m_expected = expected;
+        }
+    }
+
     // False at the end of the input.
     bool SkipSpace() {
         while (IsSpace(*m_next)) {
             ++m_next;
+        }
+        if constexpr (reports) {
+            m_start = m_next;
         }
         return m_next != m_end;
     }
@@ -95,6 +139,9 @@ private:
         const char* stop = quote ? static_cast<const char*>(quote) : m_end;
         m_token = std::string_view(start, static_cast<size_t>(stop - start));
         m_next = quote ? stop + 1 : stop;
+        if (!quote) {
+            Odd(eRgOpenString, start - 1);
+        }
         return m_kind = eString;
     }
 
@@ -108,6 +155,7 @@ private:
         m_token = std::string_view(start, static_cast<size_t>(m_next - start));
         if (m_token.size() > 9 || (*start == '0' && m_token.size() > 1)) {
             m_token = m_numbers.emplace_back(std::to_string(static_cast<int32_t>(n)));
+            Odd(eRgNumber, start);
         }
         return m_kind = eWord;
     }
@@ -184,6 +232,7 @@ private:
     // Reads a section behind its `[`. False when the heading is malformed or the input ended in it.
     bool ReadSection() {
         m_sink.BeginSection(m_next - 1);
+        Expect(eRgSectionName);
         while (NextKey() == eName) {
             const std::string_view name = m_token;
             NextToken();
@@ -193,8 +242,12 @@ private:
             }
         }
         if (m_kind != eSectionClose) {
+            if (m_kind == eEnd) {
+                Odd(eRgOpenHeading, m_start);
+            }
             return false;
         }
+        Expect(eRgValueOrHeading);
         const char* end = m_next;
         m_attributes.clear();
         if (NextToken() == eOpen) {
@@ -213,11 +266,18 @@ private:
             (this->*next)();
             const std::string_view name = m_token;
             if (NextToken() != eAssign) {
+                Odd(eRgOddAttributes, m_start);
                 break;
             }
             (this->*next)();
             m_attributes.emplace_back(name, m_token);
-        } while (NextToken() != eClose && m_kind != eEnd);
+            NextToken();
+            if (m_kind == eEnd) {
+                Odd(eRgOpenAttributes, m_start);
+            } else if (m_kind != eClose && m_kind != eComma) {
+                Odd(eRgOddAttributes, m_start);
+            }
+        } while (m_kind != eClose && m_kind != eEnd);
         const char* end = m_next;
         NextToken();
         return end;
@@ -226,15 +286,23 @@ private:
     // Reads a value whose name is the current token. False when no `=` follows it.
     bool ReadValue() {
         const std::string_view name = m_token;
+        Expect(eRgAssign);
         if (m_next[0] == '=' && m_next[1] == '"') {
             ++m_next;  // as a save writes it
             TakeString();
         } else {
             if (NextToken() != eAssign) {
+                if (m_kind == eEnd) {
+                    Odd(eRgMissingText, name.data() - 1);
+                }
                 return false;
             }
             NextToken();
+            if (m_kind != eString && m_kind != eWord) {
+                Odd(eRgMissingText, name.data() - 1);
+            }
         }
+        Expect(eRgValueOrHeading);
         const std::string_view text = m_token;
         const char* end = m_next;
         m_attributes.clear();
@@ -247,6 +315,8 @@ private:
 
     const char* m_next;  // the first byte not yet read
     const char* m_end;
+    const char* m_start = nullptr;       // of the token, with reports
+    RgExpected m_expected = eRgHeading;  // where the reader is, with reports
     Sink& m_sink;
     std::string_view m_token;  // text of the last token that has one
     TokenKind m_kind = eUnknown;
