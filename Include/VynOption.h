@@ -21,6 +21,7 @@
 
 namespace vyn {
 
+class CDeclarations;
 class CIncrSaveContext;
 class COptDummyRgKey;
 class COptionFile;
@@ -399,6 +400,8 @@ protected:
     static int m_bPredefinedAlreadyLoaded;
 
 private:
+    friend class CDeclarations;
+
     // Where an option was found: its values from the top file down, or without any its declaration.
     struct Found {
         const char* Text() const;
@@ -413,6 +416,7 @@ private:
     template <class Set>
     const CMgrOptionSet* MakeComponent(const Set* set, const char* name);
 
+    std::vector<std::shared_ptr<const void>> m_tables;  // those that aren't static
     bool m_bMergingSaves = false;
     bool m_bSyncedSaves = true;
     std::unique_ptr<detail::AddressTable> m_pFound;  // the options that were looked up
