@@ -8,7 +8,7 @@
 #include <string>
 #include <vector>
 
-#include "VynOption.h"
+#include "VynExplain.h"
 
 namespace {
 
@@ -30,16 +30,12 @@ const vyn::CCategory catView = {"View", nullptr, 0, &setView};
 
 // Where the value of an option comes from.
 std::string Source(const vyn::COptionManager& manager, const char* key, const char* name) {
-    std::string source = "default";
-    for (void* pos = manager.GetFirstFilePosition(); pos;) {
-        vyn::COptionFile* file = manager.GetNextFile(pos);
-        const bool fixed = file->IsUnredefinable(key, name) != 0;
-        if (file->GetValue(key, name) && (fixed || source == "default")) {
-            source =
-                std::filesystem::path(file->GetPathName()).filename().string() + (fixed ? " (fixed)" : "");
-        }
+    const vyn::ValueExplanation explanation = vyn::ExplainValue(manager, key, name);
+    const vyn::ExplainStep* step = explanation.GetDecision();
+    if (!step || step->isDefault) {
+        return "default";
     }
-    return source;
+    return std::filesystem::path(step->file.c_str()).filename().string() + (step->isFixed ? " (fixed)" : "");
 }
 
 void PrintOptions(const vyn::COptionManager& manager, vyn::CMgrCategory* category) {

@@ -9,6 +9,7 @@
 #include <string>
 #include <vector>
 
+#include "VynExplain.h"
 #include "VynStyle.h"
 
 namespace {
@@ -70,12 +71,12 @@ private:
 
 // Where the value of an option comes from.
 std::string Source(vyn::CStyle& style, const char* name) {
-    for (vyn::CStyle* from = &style; from; from = from->GetParent()) {
-        if (from->IsRedefined(Path(*from), name)) {
-            return from == &style ? "its own" : std::string("inherited from ") + from->GetName();
-        }
+    const vyn::ValueExplanation explanation = vyn::ExplainValue(style, Path(style), name);
+    const vyn::ExplainStep* step = explanation.GetDecision();
+    if (!step || step->isDefault) {
+        return "default";
     }
-    return "default";
+    return step->style == style.GetName() ? "its own" : "inherited from " + step->style;
 }
 
 void PrintStyle(vyn::CStyle& style) {
