@@ -67,6 +67,8 @@ const struct {
      "junk:1:1: the mark of another encoding: UTF-16\njunk:1:4: ']][[\"\"((==,/\"\x80' is unexpected here: "
      "expected "
      "a name between '[', '/' and ']'\n"},
+    {"list", 2, "there is neither a file nor --declared\n"},
+    {"list --declared tables '*F*'", 0, "E/T/Font=Sans\n"},
     {"set -f top E/T/Tab 3", 0, "", "\n[E/T]\n\n\"Tab\"=3 \n\"Wrap\"=\"true\" \n\n[E/U]\n\n\"own\"=\"1\" \n"},
     {"set -f top E/T/Tab 3 --dry-run", 0,
      "--- top\n+++ top\n@@ -1,9 +1,9 @@\n \n [E/T]\n \n-\"Tab\"=4\n-\"Wrap\"=\"true\"\n+\"Tab\"=3 "
@@ -142,6 +144,19 @@ TEST_F(Tool, AnswersEachCommand) {
         EXPECT_EQ(Run(std::string("vyn ") + row.arguments), row.code) << row.arguments;
         EXPECT_EQ(output, row.output) << row.arguments;
         EXPECT_EQ(ReadText(m_directory / "top"), row.top ? row.top : files[0].second) << row.arguments;
+    }
+}
+
+TEST_F(Tool, CompletesCommandsOptionsAndAddresses) {
+    WriteText(m_directory / "tables", files[2].second);
+    const char* const completions[][2] = {{"un", "unset unfix"},
+                                          {"get --j", "--json"},
+                                          {"get --declared tab", "tables"},
+                                          {"get --declared tables E/T/T", "E/T/Tab"}};
+    for (const auto& row : completions) {
+        Run("bash -c '. " VYN_COMPLETIONS "/vyn.bash; COMP_WORDS=(vyn " + std::string(row[0]) +
+            "); COMP_CWORD=$((${#COMP_WORDS[@]} - 1)); _vyn; echo ${COMPREPLY[@]}'");
+        EXPECT_EQ(output, row[1] + std::string("\n")) << row[0];
     }
 }
 

@@ -46,6 +46,7 @@ const vyn::VynMessage vynMessages[] = {
     {eTextOperands, "Positionals"},
     {eTextSubcommands, "Subcommands"},
     {eTextNoAddress, "'%1' is no address of the form KEY/NAME"},
+    {eTextNoFiles, "there is neither a file nor --declared"},
     {eTextNotThere, "%1: not found"},
     {eTextNotDeclared, "%1: no table declares it"},
     {eTextEmptyFile, "%1:1:1: the file is empty"},

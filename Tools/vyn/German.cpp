@@ -46,6 +46,7 @@ const vyn::VynMessage vynMessages[] = {
     {eTextOperands, "Argumente"},
     {eTextSubcommands, "Befehle"},
     {eTextNoAddress, "'%1' ist keine Adresse der Form SCHLÜSSEL/NAME"},
+    {eTextNoFiles, "Es fehlt eine Datei oder --declared"},
     {eTextNotThere, "%1: nicht gefunden"},
     {eTextNotDeclared, "%1: in keiner Tabelle deklariert"},
     {eTextEmptyFile, "%1:1:1: Die Datei ist leer"},

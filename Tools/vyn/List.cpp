@@ -9,7 +9,7 @@ namespace tool {
 namespace {
 
 void Declare(CLI::App& app, Arguments& arguments) {
-    AddFiles(app, arguments);
+    AddFiles(app, arguments)->required(false);
     AddDeclared(app, arguments);
     app.add_flag("--origin", arguments.origin, Text(eTextHelpOrigin));
     AddJson(app, arguments);
@@ -17,6 +17,9 @@ void Declare(CLI::App& app, Arguments& arguments) {
 }
 
 int Run(const Arguments& arguments) {
+    if (arguments.files.empty() && arguments.declared.empty()) {
+        throw Failure{eWrongUse, Text(eTextNoFiles)};
+    }
     Stack stack(arguments, Stack::eAllEntries);
     std::vector<std::string> objects;
     for (const std::string& text : AllAddresses(stack.Manager())) {

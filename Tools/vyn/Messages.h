@@ -50,6 +50,7 @@ enum TextId : unsigned {
     eTextOperands,
     eTextSubcommands,
     eTextNoAddress,
+    eTextNoFiles,
     eTextNotThere,
     eTextNotDeclared,
     eTextEmptyFile,

@@ -36,8 +36,10 @@ struct Gatherer : vyn::CFindingSink {
 
 }  // namespace
 
-void AddFiles(CLI::App& app, Arguments& arguments) {
-    app.add_option("-f,--file", arguments.files, Text(eTextHelpFile))->required()->allow_extra_args(false);
+CLI::Option* AddFiles(CLI::App& app, Arguments& arguments) {
+    return app.add_option("-f,--file", arguments.files, Text(eTextHelpFile))
+        ->required()
+        ->allow_extra_args(false);
 }
 
 void AddDeclared(CLI::App& app, Arguments& arguments) {

@@ -56,7 +56,7 @@ extern const Command commandGet, commandSet, commandUnset, commandFix, commandUn
     commandRun;
 
 // Options that several commands have.
-void AddFiles(CLI::App& app, Arguments& arguments);
+CLI::Option* AddFiles(CLI::App& app, Arguments& arguments);
 void AddDeclared(CLI::App& app, Arguments& arguments);
 void AddAddress(CLI::App& app, Arguments& arguments);
 void AddJson(CLI::App& app, Arguments& arguments);
