@@ -17,12 +17,13 @@ namespace vyn {
 /// In its file a section is a category, a value an option, its text the default, and the attribute "kind" is "bare" or
 /// "other" for the options that are written bare.
 /// \code
+/// COptionManager manager;  // of the tool that declares them
 /// CDeclarations own;
-/// own.AddFrom(manager);  // in the tool
+/// own.AddFrom(manager);
 /// own.Save("tool.tables");
 ///
-/// CDeclarations declarations;  // elsewhere
-/// COptionManager other;
+/// COptionManager other;  // of another program
+/// CDeclarations declarations;
 /// if (declarations.Load("tool.tables") == 0) {
 ///     declarations.AddTo(other);
 /// }
@@ -43,14 +44,14 @@ public:
     /// \return as Load.
     int LoadEntries(const char* path);
     /// Writes the file, which is replaced whole.
-    /// \return 0 on success; EILSEQ when the format can't hold a name or a default, and the file stays as it was; else the
-    /// `errno` of the write.
+    /// \return 0 on success; EILSEQ when the format can't hold a name or a default, and the file stays as it was; else
+    /// the `errno` of the write.
     int Save(const char* path) const;
     /// \return whether the option is declared.
     bool Has(const char* key, const char* name) const;
 
-    /// Declares the options to \p manager, which owns the tables: this object may change or go. A category whose name has
-    /// more than 255 bytes, and so no address, is left out. To be called before any file is loaded.
+    /// Declares the options to \p manager, which owns the tables: this object may change or go. A category whose name
+    /// has more than 255 bytes, and so no address, is left out. To be called before any file is loaded.
     void AddTo(COptionManager& manager) const;
 
 private:

@@ -147,6 +147,10 @@ private:
         m_findings.Add(code, place, {what, std::to_string(m_findings.LineOf(first))});
     }
 
+    static std::string Member(const std::string& family, const std::string& style) {
+        return std::string(family).append("/").append(style);
+    }
+
     // A parent is a style of the same root and kind.
     void CheckParents() {
         std::map<std::string, std::string> parents;  // by family and name
@@ -154,22 +158,22 @@ private:
         std::string family;
         for (const detail::ScannedSection& section : m_scan.Sections()) {
             if (SplitStylePath(section.path, name, family)) {
-                parents.emplace(family + '/' + name, std::string());
+                parents.emplace(Member(family, name), std::string());
             }
         }
         for (const detail::ScannedValue& value : m_scan.Values()) {
             if (IsParentOf(value, name, family)) {
-                parents[family + '/' + name] = family + '/' + value.text;
+                parents[Member(family, name)] = Member(family, value.text);
             }
         }
         for (const detail::ScannedValue& value : m_scan.Values()) {
             if (!IsParentOf(value, name, family)) {
                 continue;
             }
-            const std::string own = family + '/' + name;
-            if (parents.count(family + '/' + value.text) == 0) {
+            const std::string own = Member(family, name);
+            if (parents.count(Member(family, value.text)) == 0) {
                 m_findings.Add(FindingCode::eParentMissing, value.place, {name, value.text});
-            } else if (LeadsTo(parents, family + '/' + value.text, own)) {
+            } else if (LeadsTo(parents, Member(family, value.text), own)) {
                 m_findings.Add(FindingCode::eParentCircle, value.place, {name, value.text});
             }
         }

@@ -7,7 +7,9 @@ _vyn() {
         return
     fi
     if [[ $word == -* ]]; then
-        mapfile -t COMPREPLY < <(compgen -W "$(vyn "$command" --help 2>/dev/null | grep -oE '^  (-.,)?--?[a-z-]+' | tr , ' ')" -- "$word")
+        local options
+        options=$(vyn "$command" --help 2>/dev/null | grep -oE '^  (-.,)?--?[a-z-]+' | tr , ' ')
+        mapfile -t COMPREPLY < <(compgen -W "$options" -- "$word")
         return
     fi
     COMPREPLY=()
