@@ -131,8 +131,7 @@ std::string LeftOver(const TemporaryDirectory& directory, const std::string& fil
     return names;
 }
 
-class Faults : public testing::TestWithParam<Row> {
-protected:
+struct Faults : testing::TestWithParam<Row> {
     enum Outcome { eRight, eWrong, eNoFault, eKilled };
 
     Faults() {
@@ -252,8 +251,7 @@ INSTANTIATE_TEST_SUITE_P(Files, Faults, testing::ValuesIn(rows),
                          [](const auto& row) { return std::string(row.param.name); });
 
 // Each of several processes changes an option of its own, and all save at the same moment.
-class Together : public testing::TestWithParam<int> {
-protected:
+struct Together : testing::TestWithParam<int> {
     static constexpr const char* kKeys[] = {"Editor", "Editor", "Editor/Text", "Editor/Text", "Build"};
     static constexpr const char* kNames[] = {"Wrap", "Owner", "Font", "Size", "Target"};
 

@@ -26,8 +26,7 @@ const char* const kError = "com/dravmoor/zem/APIError";
 
 // The one virtual machine of the process. What it prints is kept: the checks of -Xcheck:jni have to be
 // silent.
-class VirtualMachine : public ::testing::Environment {
-public:
+struct VirtualMachine : ::testing::Environment {
     void SetUp() override {
         ASSERT_EQ(dlopen("libjvm.so", RTLD_NOW | RTLD_NOLOAD), nullptr) << "the library brings no machine";
         void* library = dlopen(VYN_JVM, RTLD_NOW);
@@ -53,7 +52,6 @@ public:
     static inline JavaVM* machine = nullptr;
     static inline JNIEnv* env = nullptr;
 
-private:
     static jint JNICALL Print(FILE*, const char* format, va_list args) {
         char text[1024];
         const int length = vsnprintf(text, sizeof text, format, args);
@@ -70,8 +68,7 @@ const auto* const environment = ::testing::AddGlobalTestEnvironment(new VirtualM
 
 // While it lives, the look-up of one name fails in this thread, as that of an unknown name does, and the weak
 // reference that was deleted last is kept.
-class AlteredFunctions {
-public:
+struct AlteredFunctions {
     explicit AlteredFunctions(const char* name = "") : m_table(*VirtualMachine::env->functions) {
         m_szName = name;
         m_pReal = VirtualMachine::env->functions;
@@ -92,7 +89,6 @@ public:
 
     static inline jobject m_deleted = nullptr;
 
-private:
     static const char* Replace(const char* name) { return strcmp(name, m_szName) == 0 ? "missing" : name; }
 
     static inline const char* m_szName = nullptr;
@@ -111,8 +107,7 @@ struct CountingCreator : ICppWrapperObjectCreator {
     std::string m_strCalls;
 };
 
-class Bridge : public ::testing::Test {
-protected:
+struct Bridge : ::testing::Test {
     void SetUp() override {
         ASSERT_NE(env, nullptr) << "no virtual machine";
         ASSERT_EQ(env->PushLocalFrame(32), 0);
@@ -195,11 +190,7 @@ TEST_F(Bridge, LeavesTheExceptionOfAFailedLookUp) {
     const jobject kind = Kind("CLASS");
     const jobject key = NewKey(object.Canonical());
     const jstring noNumber = GetString(env, "x");
-    struct {
-        const char* lookUp;
-        const char* exception;
-        std::function<bool()> isEmpty;
-    } rows[] = {
+    const std::tuple<const char*, const char*, std::function<bool()>> rows[] = {
         {"java/lang/Enum", "NoClassDefFoundError", [&] { return ConvertEnumToInt(env, kind) == 0; }},
         {"ordinal", "NoSuchMethodError", [&] { return ConvertEnumToInt(env, kind) == 0; }},
         {kWrapper, "NoClassDefFoundError", [&] { return !GetIUnknownFromJavaObject(env, key, kElement); }},
@@ -210,12 +201,12 @@ TEST_F(Bridge, LeavesTheExceptionOfAFailedLookUp) {
          [&] { return !CreateNewJavaObject(env, "java/lang/Integer", "(Ljava/lang/String;)V", noNumber); }},
         {kError, "NoClassDefFoundError", [&] { return ThrowJavaAPIErrorException(env, "lost"), true; }},
     };
-    for (const auto& row : rows) {
+    for (const auto& [lookUp, exception, isEmpty] : rows) {
         {
-            const AlteredFunctions failing(row.lookUp);
-            EXPECT_TRUE(row.isEmpty()) << row.lookUp;
+            const AlteredFunctions failing(lookUp);
+            EXPECT_TRUE(isEmpty()) << lookUp;
         }
-        EXPECT_NE(TakeException().find(row.exception), std::string::npos) << row.lookUp;
+        EXPECT_NE(TakeException().find(exception), std::string::npos) << lookUp;
     }
     EXPECT_EQ(creator.m_strCalls, "") << "a failed look-up isn't taken for a Java implementation";
     UnregisterCppWrapperObjectCreator("IModelElement");

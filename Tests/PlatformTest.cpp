@@ -69,11 +69,7 @@ TEST(DynamicLibrary, RunsTheHooksThatItHas) {
 
 TEST(UserDirectories, FollowTheEnvironment) {
     const std::string overlong = "HOME=/" + std::string(1023, 'h') + " ZROOT=/" + std::string(1023, 'z');
-    const struct {
-        const char* environment;
-        const char* question;
-        const char* answer;
-    } rows[] = {
+    const char* const rows[][3] = {
         {"HOME=@/h", "user", "@/h/Ostrel/Halcyne/Zem/4.3"},
         {"", "user", ""},
         {"", "shared", "false unset"},
@@ -100,12 +96,10 @@ TEST(UserDirectories, FollowTheEnvironment) {
          "/dev/null/Ostrel/Halcyne/Zem/4.3\n/dev/null/Ostrel/Halcyne/Shared\n/dev/null/tools/Shared\n"
          "/dev/null/My Projects"},
     };
-    for (const auto& row : rows) {
+    for (const auto& [environment, question, answer] : rows) {
         TemporaryDirectory directory;
-        const ProbeResult result =
-            RunProbe(directory, row.environment, std::string("Probe ask ") + row.question);
-        EXPECT_EQ(result.out, At(directory, row.answer) + "\n")
-            << row.question << " with " << row.environment;
+        const ProbeResult result = RunProbe(directory, environment, std::string("Probe ask ") + question);
+        EXPECT_EQ(result.out, At(directory, answer) + "\n") << question << " with " << environment;
         EXPECT_EQ(result.err, "");
         EXPECT_FALSE(std::filesystem::exists(directory / "Ostrel")) << "made in the working directory";
         EXPECT_EQ(result.status, 0);

@@ -38,16 +38,14 @@ TEST(SString, InsertsAndChangesCaseByBytes) {
 }
 
 TEST(XmlMapper, MapsOneByteToItsReference) {
-    struct {
-        char byte;
-        const char* expected;
-    } rows[] = {{'<', "&lt;"},    {'>', "&gt;"},    {'&', "&amp;"},   {'\'', "&apos;"}, {'"', "&quot;"},
-                {'\t', "&#x09;"}, {'\n', "&#x0A;"}, {'\r', "&#x0D;"}, {1, " "},         {'\xC3', " "},
-                {'\xFF', " "},    {0x7F, "\x7F"},   {' ', " "},       {'a', "a"}};
-    for (const auto& row : rows) {
+    const std::pair<char, const char*> rows[] = {
+        {'<', "&lt;"},    {'>', "&gt;"},    {'&', "&amp;"},   {'\'', "&apos;"}, {'"', "&quot;"},
+        {'\t', "&#x09;"}, {'\n', "&#x0A;"}, {'\r', "&#x0D;"}, {'\1', " "},      {'\xC3', " "},
+        {'\xFF', " "},    {'\x7F', "\x7F"}, {' ', " "},       {'a', "a"}};
+    for (const auto& [byte, expected] : rows) {
         char out[16] = "?";
-        XMLMapSingleDataCharacter(&row.byte, out, sizeof out);
-        EXPECT_STREQ(out, row.expected) << "byte " << int(row.byte);
+        XMLMapSingleDataCharacter(&byte, out, sizeof out);
+        EXPECT_STREQ(out, expected) << "byte " << int(byte);
     }
     char out[16] = "?";
     SetNormalizeLineEndings(true);

@@ -26,22 +26,19 @@ struct CType {
 const char* const kLocales[] = {"C", "C.UTF-8", "de_DE.ISO-8859-1"};
 
 TEST(WideText, IsConvertedFromAndToUtf8) {
-    struct {
-        const char* utf8;
-        const wchar_t* wide;
-        const char* back;  // null: as utf8
-    } rows[] = {
+    // What comes back is as it was where it is null.
+    const std::tuple<const char*, const wchar_t*, const char*> rows[] = {
         {"plain", L"plain", nullptr},
         {"\xC3\xA9\xE2\x82\xAC", L"\u00E9\u20AC", nullptr},
         {"\xF0\x9F\x98\x80z\xF4\x8F\xBF\xBF", L"\U0001F600z\U0010FFFF", nullptr},
         {"a\xC3", L"a\uFFFD", "a\xEF\xBF\xBD"},
         {"\xC0\x80", L"\uFFFD\uFFFD", "\xEF\xBF\xBD\xEF\xBF\xBD"},
     };
-    for (const auto& row : rows) {
-        const WString wide(row.utf8);
-        EXPECT_EQ(wide, row.wide) << row.utf8;
-        EXPECT_EQ(UTF8String(wide), row.back ? row.back : row.utf8);
-        EXPECT_EQ(SString(row.wide), row.back ? row.back : row.utf8);
+    for (const auto& [utf8, expected, back] : rows) {
+        const WString wide(utf8);
+        EXPECT_EQ(wide, expected) << utf8;
+        EXPECT_EQ(UTF8String(wide), back ? back : utf8);
+        EXPECT_EQ(SString(expected), back ? back : utf8);
     }
     for (const wchar_t noCharacter : {wchar_t(0xD800), wchar_t(0xDFFF), wchar_t(0x110000), wchar_t(-1)}) {
         const std::wstring text = std::wstring(L"a") + noCharacter + L"b";
@@ -103,22 +100,18 @@ TEST(SystemLocale, DecidesTheBytesOfText) {
 }
 
 TEST(DetectEncoding, LooksForMarksThenZeroBytesThenUtf8) {
-    struct {
-        std::string data;
-        int encoding;
-        bool mark;
-    } rows[] = {
+    const std::tuple<std::string, int, bool> rows[] = {
         {{"\xFF\xFE", 2}, 1, true},  {{"\xFE\xFF\0\0a", 5}, 2, true}, {{"\xEF\xBB\xBF", 3}, 3, true},
         {{"\xEF\xBB", 2}, 0, false}, {{"\xFF", 1}, 0, false},         {{"A\0B\0", 4}, 1, false},
         {{"\0A\0", 3}, 2, false},    {{"\0\0", 2}, 1, false},         {{"\xE2\x82\xAC", 3}, 3, false},
         {{"plain"}, 0, false},
     };
-    for (const auto& row : rows) {
+    for (const auto& [data, encoding, mark] : rows) {
         // In an allocation of its own length, so that a read behind it is found.
-        const std::vector<char> block(row.data.begin(), row.data.end());
+        const std::vector<char> block(data.begin(), data.end());
         const EncodingInfo info = DetectEncoding(block.data(), static_cast<unsigned>(block.size()));
-        EXPECT_EQ(info.m_nEncoding, row.encoding) << testing::PrintToString(row.data);
-        EXPECT_EQ(info.m_bByteOrderMark, row.mark) << testing::PrintToString(row.data);
+        EXPECT_EQ(info.m_nEncoding, encoding) << testing::PrintToString(data);
+        EXPECT_EQ(info.m_bByteOrderMark, mark) << testing::PrintToString(data);
     }
     EXPECT_EQ(DetectEncoding("A\0B", 4).GetEncodingName(), "UTF-16LE");
     EXPECT_EQ(DetectEncoding("\xE2\x82\xAC", 0).m_nEncoding, 3);
@@ -126,11 +119,7 @@ TEST(DetectEncoding, LooksForMarksThenZeroBytesThenUtf8) {
 }
 
 TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
-    struct {
-        const char* text;
-        bool expected;
-        const char* why;
-    } rows[] = {
+    const std::tuple<const char*, bool, const char*> rows[] = {
         {"plain", false, "nothing good"},
         {"\xC3\xA9", false, "the continuation byte weighs as much as the sequence"},
         {"\xC3\x8D", true, "0x8D ends the test"},
@@ -151,8 +140,8 @@ TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
         {"\x1B(\xC3\x89", true, "no escape sequence"},
         {"\x1B(B\x1B(J\xC3\x89", true, "0x89 ends the test before the escapes are weighed"},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(IsUTF8(row.text), row.expected) << row.why;
+    for (const auto& [text, expected, why] : rows) {
+        EXPECT_EQ(IsUTF8(text), expected) << why;
     }
 }
 

@@ -27,17 +27,19 @@ const std::string strFromExit = "error at exit\ndestructor\noutput at exit\nnot 
 const std::string strPlain = strConstructor + strFromMain + strFromExit;
 const std::string strQuiet = "output\noutput at exit\n";
 
-TEST(ErrOutVariable, IsReadWordByWord) {
+TEST(ErrOutVariable, IsReadWordByWordAtTheFirstUse) {
     const std::string usage =
         "Internal error: CErrOut: usage VYN_ERR_OUT=[-a] [-h] [-q] [-o file]\n"
         "Internal error: CErrOut: -a assert dialog (only Windows debug)\n"
         "Internal error: CErrOut: -h print this message\n"
         "Internal error: CErrOut: -q turn off normal output\n"
         "Internal error: CErrOut: -o <file> write output to file.pid \n";
-    const struct {
-        const char* options;
-        std::string output;
-    } rows[] = {
+    // What a stream still holds at its end goes out there, vynout first; a later destructor writes after it. The
+    // variable is read at the first use, and once; quiet is quiet beyond the end as well.
+    const std::string early = strConstructor + strFromMain + "output at exit\nerror at exit\ndestructor\n";
+    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-z"), strUnknown + early);
+    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-q"), strQuiet);
+    const std::pair<const char*, std::string> rows[] = {
         {nullptr, strPlain},
         {"-q", strQuiet},
         {"  -q  ", strQuiet},
@@ -46,8 +48,8 @@ TEST(ErrOutVariable, IsReadWordByWord) {
         {"-qq", strUnknown + strPlain},
         {"-o", "Internal error: CErrOut: file required\n" + strPlain},
     };
-    for (const auto& row : rows) {
-        EXPECT_EQ(RunProbe("MsgOutProbe", row.options), row.output) << (row.options ? row.options : "unset");
+    for (const auto& [options, output] : rows) {
+        EXPECT_EQ(RunProbe("MsgOutProbe", options), output) << (options ? options : "unset");
     }
 }
 
@@ -63,14 +65,6 @@ TEST(ErrOutVariable, NamesALogFileThatQuietLeavesAlone) {
         EXPECT_EQ(file.path().stem(), "log");
         EXPECT_EQ(test::ReadText(file.path()), log) << probe;
     }
-}
-
-TEST(GlobalStreams, WorkBeforeTheirStartAndAfterTheirEnd) {
-    // What a stream still holds at its end goes out there, vynout first; a later destructor writes after it.
-    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-z"),
-              strUnknown + strConstructor + strFromMain + "output at exit\nerror at exit\ndestructor\n")
-        << "the variable is read at the first use, and once";
-    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-q"), strQuiet) << "quiet beyond the end as well";
 }
 
 struct Recorder : k4::IMessageOutputHandler {

@@ -25,8 +25,7 @@ std::string Show(const ValueExplanation& explanation) {
     return text;
 }
 
-class Explain : public testing::Test {
-protected:
+struct Explain : testing::Test {
     std::string Path(int n) const { return m_directory / ("f" + std::to_string(n) + ".zop"); }
     COptionFile* Add(COptionManager& manager, int n, const std::string& text) {
         WriteText(Path(n), text);

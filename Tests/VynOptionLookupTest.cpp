@@ -28,14 +28,9 @@ CRgValue* Walk(CRgFile& file, const std::string& path, const char* name) {
     return key ? key->FindValue(name) : nullptr;
 }
 
-const COption optOther[] = {{"Wrap", 1, "no", 0, 0}, {"Extra", 1, "e", 0, 0}};
-const COptionSet setOther = {"Other", optOther, 2, nullptr};
-const CCategory catOther = {"Editor", nullptr, 0, &setOther};
-const CCategory catNew = {"New", nullptr, 0, &setOther};
 const CCategory* const categories[] = {&catEditor, &catBuild, &catOther, &catNew};
 
-class Lookups {
-public:
+struct Lookups {
     Lookups() {
         m_other.AddCategory(&catOther);
         m_other.AddCategory(&catNew);
@@ -87,7 +82,6 @@ public:
         }
     }
 
-private:
     // The pointers are compared: what is remembered too long is found without touching it.
     void CompareManager(const char* key, const char* name) {
         const char* expected = nullptr;

@@ -27,8 +27,7 @@ struct Tool : Manager {
     COptionFile* file;
 };
 
-class IncrementalSave : public testing::Test {
-protected:
+struct IncrementalSave : testing::Test {
     // What a save makes of `old` after it was loaded and `change` was done.
     template <class Change>
     std::string Save(const std::string& old, Change change) {
@@ -55,12 +54,8 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
     const char* const styles =
         "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\n[Editor] (a=b)\n\n\n[Editor/Text] (k=v, w=x)\n\n"
         "\n[Editor/None] (k=v)\n\n";
-    const struct {
-        const char* what;
-        const char* old;
-        const char* changes;  // a text that is `!` marks the option as fixed
-        const char* text;
-    } rows[] = {
+    // A changed text that is `!` marks the option as fixed.
+    const char* const rows[][4] = {
         {"unknown entries keep their place", unknown, "", unknown},
         {"known ones are updated, new ones come last",
          "[Editor]'Name'='old''Other'=12 'Owner'='gone'\n[Build]'Target'='t'",
@@ -101,9 +96,9 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
         std::replace(text.begin(), text.end(), '\'', '"');
         return text;
     };
-    for (const auto& row : rows) {
-        const auto change = [&](Tool& tool) {
-            std::istringstream changes(row.changes);
+    for (const auto& [what, old, changed, expected] : rows) {
+        const auto change = [changed = changed](Tool& tool) {
+            std::istringstream changes(changed);
             for (std::string path, text; getline(changes, path, '=') && getline(changes, text, ';');) {
                 const std::string key = path.substr(0, path.rfind('/'));
                 const char* name = &path[key.size() + 1];
@@ -111,7 +106,7 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
                             : void(tool.SetValue(key.c_str(), name, text.c_str()));
             }
         };
-        EXPECT_EQ(Save(quoted(row.old), change), quoted(row.text)) << row.what;
+        EXPECT_EQ(Save(quoted(old), change), quoted(expected)) << what;
     }
 }
 
@@ -341,38 +336,36 @@ TEST_F(IncrementalSave, FollowsLinksToTheFileAndNoneToTheTemporaryOne) {
 TEST_F(IncrementalSave, FailedLoadCostsNothingOfTheFile) {
     const std::string text = "\n[Editor]\n\n\"Name\"=\"n\" \n\"Owner\"=\"o\" \n";
     const std::string withWrap = text + "\"Wrap\"=\"false\" \n";
-    const struct {
-        const char* what;
-        bool atFirst;           // the first load fails, not a later one
-        const char* meanwhile;  // what the path holds; null for nothing
-    } rows[] = {{"away at a reload", false, nullptr},
-                {"malformed at a reload", false, "[Editor] stray"},
-                {"away at first", true, nullptr},
-                {"malformed at first", true, "stray"}};
-    for (const auto& row : rows) {
+    // Whether the first load fails, not a later one, and what the path holds then, null for nothing.
+    const std::tuple<const char*, bool, const char*> rows[] = {
+        {"away at a reload", false, nullptr},
+        {"malformed at a reload", false, "[Editor] stray"},
+        {"away at first", true, nullptr},
+        {"malformed at first", true, "stray"}};
+    for (const auto& [what, atFirst, meanwhile] : rows) {
         Manager manager;
         auto* file = new COptionFile(&manager);
         manager.AddFile(file);
-        for (const bool fails : {row.atFirst, !row.atFirst}) {
-            if (fails && row.meanwhile) {
-                WriteText(m_path, row.meanwhile);
+        for (const bool fails : {atFirst, !atFirst}) {
+            if (fails && meanwhile) {
+                WriteText(m_path, meanwhile);
             } else if (fails) {
                 std::filesystem::remove(m_path);
             } else {
                 WriteText(m_path, text);
             }
-            if (fails || !row.atFirst) {
-                EXPECT_EQ(file->Load(m_path.c_str()), fails ? 1 : 0) << row.what;
+            if (fails || !atFirst) {
+                EXPECT_EQ(file->Load(m_path.c_str()), fails ? 1 : 0) << what;
             }
         }
         WriteText(m_path, text);
         file->SetValue("Editor", "Wrap", "false");
-        EXPECT_EQ(file->Save(nullptr), 0) << row.what;
-        EXPECT_EQ(ReadText(m_path), withWrap) << row.what;
+        EXPECT_EQ(file->Save(nullptr), 0) << what;
+        EXPECT_EQ(ReadText(m_path), withWrap) << what;
         EXPECT_EQ(file->Load(m_path.c_str()), 0);
         manager.SetValue("Editor", "Wrap", "true");
         EXPECT_EQ(file->Save(nullptr), 0);
-        EXPECT_EQ(ReadText(m_path), text) << row.what << ": memory knows the file again";
+        EXPECT_EQ(ReadText(m_path), text) << what << ": memory knows the file again";
     }
 }
 
@@ -398,13 +391,8 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
     };
     const std::string plain = "\"n\" ", open = plain + "(\"fixed\"=\"false\" )",
                       fixed = plain + "(\"fixed\"=\"true\" )";
-    const struct {
-        std::string old;
-        const char* ours;
-        const char* theirs;
-        std::string text;  // "" when the value is gone
-        bool isConflict;
-    } rows[] = {
+    // The value before, the steps of both, the value after, "" when it is gone, and whether that is a conflict.
+    const std::tuple<std::string, const char*, const char*, std::string, bool> rows[] = {
         {plain, "", "x", "\"x\" ", false},   {plain, "x", "", "\"x\" ", false},
         {plain, "x", "y", "\"x\" ", true},   {plain, "x", "x", "\"x\" ", false},
         {plain, "-", "", "", false},         {plain, "-", "x", "", true},
@@ -416,20 +404,19 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
         {plain, "xC", "y", "\"x\" ", true},
     };
     const auto text = [](const std::string& value) { return "\n[Editor]\n\n\"Name\"=" + value + "\n"; };
-    for (const auto& row : rows) {
-        const std::string what = std::string(row.ours) + " and " + row.theirs;
-        Tool ours(m_path, text(row.old));
-        Tool theirs(m_path, text(row.old));
+    for (const auto& [old, our, their, value, isConflict] : rows) {
+        const std::string what = std::string(our) + " and " + their;
+        Tool ours(m_path, text(old));
+        Tool theirs(m_path, text(old));
         ours.SetMergingSaves(1);
-        act(ours, row.ours);
-        act(theirs, std::string(row.theirs) + "S");
+        act(ours, our);
+        act(theirs, std::string(their) + "S");
         ASSERT_EQ(ours.Save(), 0);
         std::string saved = ReadText(m_path);
-        EXPECT_EQ(saved.find("Name") == std::string::npos ? "" : saved,
-                  row.text.empty() ? "" : text(row.text))
+        EXPECT_EQ(saved.find("Name") == std::string::npos ? "" : saved, value.empty() ? "" : text(value))
             << what;
         const SVector<SString>& conflicts = ours.file->GetSaveConflicts();
-        EXPECT_EQ(conflicts.empty() ? "" : conflicts[0], row.isConflict ? "Editor/Name" : "") << what;
+        EXPECT_EQ(conflicts.empty() ? "" : conflicts[0], isConflict ? "Editor/Name" : "") << what;
         ASSERT_EQ(ours.Save(), 0);
         EXPECT_TRUE(ours.file->GetSaveConflicts().empty())
             << what << ": what was saved is no longer a change";
@@ -449,8 +436,7 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
 }
 
 // Random files with repeated sections and values, headings with attributes and unknown entries.
-class RandomFile {
-public:
+struct RandomFile {
     explicit RandomFile(unsigned seed) : m_random(seed) {}
 
     std::string Text() {
@@ -478,7 +464,6 @@ public:
     static constexpr const char* kSections[] = {"Editor", "Editor/Text", "Build", "Tool", "Editor/None"};
     static constexpr const char* kNames[] = {"Wrap", "Name", "Owner", "Font", "Size", "Target"};
 
-private:
     int Pick(unsigned n) { return static_cast<int>(m_random() % n); }
     std::string Number() { return std::to_string(m_random() % 1000); }
 

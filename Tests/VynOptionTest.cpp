@@ -22,24 +22,21 @@ TEST(Option, ReadsItsDefault) {
     EXPECT_EQ(number.IsDefaultValue("12"), 0);
 }
 
-TEST(Category, ResolvesAddresses) {
+TEST(Category, ResolvesAddressesAndTellsItsPath) {
     Manager manager;
-    const struct {
-        const char* address;
-        const char* expected;  // "-" when it isn't declared
-    } rows[] = {{"Editor/Wrap", "true"},
-                {"Editor/Text/Font", "Mono"},
-                {"Editor/Owner", "nobody"},
-                {"Editor/Name", "editor"},
-                {"Wrap", "-"},
-                {"Editor", "-"},
-                {"editor/Wrap", "-"},
-                {"Editor/Font", "-"},
-                {"", "-"},
-                {"/Wrap", "-"}};
-    for (const auto& row : rows) {
-        const COption* option = manager.FindOption(row.address);
-        EXPECT_STREQ(option ? option->szDefault : "-", row.expected) << row.address;
+    const std::pair<const char*, const char*> rows[] = {{"Editor/Wrap", "true"},
+                                                        {"Editor/Text/Font", "Mono"},
+                                                        {"Editor/Owner", "nobody"},
+                                                        {"Editor/Name", "editor"},
+                                                        {"Wrap", "-"},
+                                                        {"Editor", "-"},
+                                                        {"editor/Wrap", "-"},
+                                                        {"Editor/Font", "-"},
+                                                        {"", "-"},
+                                                        {"/Wrap", "-"}};
+    for (const auto& [address, expected] : rows) {
+        const COption* option = manager.FindOption(address);
+        EXPECT_STREQ(option ? option->szDefault : "-", expected) << address;
     }
     errno = 0;
     EXPECT_EQ(manager.FindOption((std::string(256, 'x') + "/Wrap").c_str()), nullptr);
@@ -59,10 +56,7 @@ TEST(Category, TablesOfOneNameAddUp) {
     EXPECT_STREQ(manager.FindOption("Editor/Text/Size")->szDefault, "12");
     EXPECT_STREQ(manager.FindOption("Editor/Text/Weight")->szDefault, "bold");
     EXPECT_EQ(manager.GetCategoryCount(), 2);
-}
 
-TEST(Category, TellsItsPath) {
-    Manager manager;
     EXPECT_EQ(static_cast<CMgrCategory&>(manager).GetPath(), nullptr);
     const CMgrCategory* text = manager.FindCategory("Editor", 0)->FindCategory("TextAndMore", 4);
     EXPECT_STREQ(const_cast<CMgrCategory*>(text)->GetPath(), "Editor/Text");
@@ -71,17 +65,13 @@ TEST(Category, TellsItsPath) {
 TEST(Category, MergesAManagerAndTakesItOutAgain) {
     Manager manager;
     COptionManager other;
-    const COption rows[] = {{"Wrap", 1, "false", 0, 0}, {"Extra", 1, "e", 0, 0}};
-    const COptionSet set = {"Other", rows, 2, nullptr};
-    const CCategory catOther = {"Editor", nullptr, 0, &set};
-    const CCategory catNew = {"New", nullptr, 0, &set};
     other.AddCategory(&catOther);
     manager.RemoveManager(&other);
     EXPECT_NE(manager.FindOption("Editor/Wrap"), nullptr) << "nothing was merged yet";
     other.AddCategory(&catNew);
     manager.MergeManager(&other);
     EXPECT_STREQ(manager.FindOption("Editor/Extra")->szDefault, "e");
-    EXPECT_STREQ(manager.FindOption("New/Wrap")->szDefault, "false");
+    EXPECT_STREQ(manager.FindOption("New/Wrap")->szDefault, "no");
     manager.RemoveManager(&other);
     EXPECT_EQ(manager.FindCategory("New", 0), nullptr);
     EXPECT_EQ(manager.FindCategory("Editor", 0), nullptr) << "its last manager took it along";
@@ -89,8 +79,7 @@ TEST(Category, MergesAManagerAndTakesItOutAgain) {
     EXPECT_NE(manager.FindOption("Build/Target"), nullptr) << "a second removal does nothing";
 }
 
-class OptionFileTest : public testing::Test {
-protected:
+struct OptionFileTest : testing::Test {
     std::string Path(const char* name) { return m_directory / name; }
     // A file of the stack, below those added before.
     COptionFile* Add(const char* name, const std::string& text) {

@@ -30,18 +30,13 @@ TEST(StringTable, CutsATextToTheBuffer) {
     table.Add(7, "xyz");
     table.Add(7, "abc");
     table.Add(0, "");
-    const struct {
-        unsigned id;
-        int size;  // 0 for a null buffer
-        int result;
-        const char* text;
-    } rows[] = {{7, 4, 4, "abc"}, {7, 3, 3, "ab"}, {7, 1, 1, ""},
-                {7, 0, 3, "?"},   {8, 9, -1, "?"}, {0, 5, 1, ""}};
-    for (const auto& row : rows) {
+    // A size of 0 stands for a null buffer.
+    const std::tuple<unsigned, int, int, const char*> rows[] = {
+        {7, 4, 4, "abc"}, {7, 3, 3, "ab"}, {7, 1, 1, ""}, {7, 0, 3, "?"}, {8, 9, -1, "?"}, {0, 5, 1, ""}};
+    for (const auto& [id, size, result, text] : rows) {
         char buffer[] = "?\0cdefghi";
-        EXPECT_EQ(table.GetString(row.id, row.size ? buffer : nullptr, row.size), row.result)
-            << row.id << ", " << row.size;
-        EXPECT_STREQ(buffer, row.text) << row.id << ", " << row.size;
+        EXPECT_EQ(table.GetString(id, size ? buffer : nullptr, size), result) << id << ", " << size;
+        EXPECT_STREQ(buffer, text) << id << ", " << size;
     }
 }
 
@@ -96,19 +91,17 @@ TEST(ResourceFormat, TakesItsFormatFromTheCurrentModule) {
 TEST(ResourceFormat, PutsNumberedArgumentsInTheOrderOfTheText) {
     SStringTable table(module);
     VynDllHrscState current(module);
-    const struct {
-        const char* format;
-        const char* text;  // null when it fails
-    } rows[] = {
+    // A null text stands for a failure.
+    const std::pair<const char*, const char*> rows[] = {
         {"%s is %s", "a is b"}, {"%$2s %$1s %s", "b a b"},     {"%$3s %s", nullptr},
         {"%$0s %s", nullptr},   {"%%%$2s%% %s", "%b% (null)"}, {"%s%s%s%s%s%s%s%s%s%s", nullptr},
         {"%s %5*d", nullptr},   {"%$2s %2n", nullptr},
     };
-    for (const auto& row : rows) {
-        table.Add(1, row.format);
+    for (const auto& [format, expected] : rows) {
+        table.Add(1, format);
         SString text("before");
-        EXPECT_EQ(text.FormatI18n(1, "a", "b", "c") == -1, row.text == nullptr) << row.format;
-        EXPECT_EQ(text, row.text ? row.text : "") << row.format;
+        EXPECT_EQ(text.FormatI18n(1, "a", "b", "c") == -1, expected == nullptr) << format;
+        EXPECT_EQ(text, expected ? expected : "") << format;
     }
     SString text;
     table.Add(1, "%d%d%d%d%d%d%d%$9d%d");
@@ -148,10 +141,7 @@ TEST(Language, ChoosesTheStrings) {
         "\nVynLoadString(#, 9): handle not found\nVynUnregisterStringTable(#): instance not found\n";
     const std::string pseudo = "[Fáíléd tó ópén '%s' fór wríté.~~~~~~~~~~]";
     const std::string noFolder = failed + "no such language" + unknown;
-    const struct {
-        const char* variable;
-        std::string out, err;
-    } rows[] = {
+    const std::tuple<const char*, std::string, std::string> rows[] = {
         {"", english, ""},
         {"DRAVMOOR_STUDIO_LANGUAGE=", english, ""},
         {"DRAVMOOR_STUDIO_LANGUAGE=x-pseudo",
@@ -165,13 +155,12 @@ TEST(Language, ChoosesTheStrings) {
          failed + "@/opt/locale/xx/VYN10_R.DLL: cannot open shared object file: No such file or directory" +
              unknown},
     };
-    for (const auto& row : rows) {
-        const ProbeResult result =
-            RunProbe(directory, std::string("LD_LIBRARY_PATH=@/opt/lib ") + row.variable,
-                     "Probe ask locale localedir englishdir string9 own");
-        EXPECT_EQ(result.out, At(directory, row.out)) << row.variable;
-        EXPECT_EQ(Plain(result.err), At(directory, row.err)) << row.variable;
-        EXPECT_EQ(result.status, 0) << row.variable;
+    for (const auto& [variable, out, err] : rows) {
+        const ProbeResult result = RunProbe(directory, std::string("LD_LIBRARY_PATH=@/opt/lib ") + variable,
+                                            "Probe ask locale localedir englishdir string9 own");
+        EXPECT_EQ(result.out, At(directory, out)) << variable;
+        EXPECT_EQ(Plain(result.err), At(directory, err)) << variable;
+        EXPECT_EQ(result.status, 0) << variable;
     }
 }
 

@@ -18,8 +18,7 @@ struct Known : CStyle {
     static int Count() { return m_listStyleKind.GetCount(); }
 };
 
-class Style : public testing::Test {
-protected:
+struct Style : testing::Test {
     static std::string Text(const char* text) { return text ? text : "(null)"; }
     static const char* Path(CStyle& style) { return style.GetMgrCategory()->GetPath(); }
     static std::string Get(CStyle& style, const char* name) {
@@ -104,28 +103,21 @@ TEST_F(Style, OfAnUnknownKindIsEmptyAndToleratesEverything) {
 }
 
 TEST_F(Style, FilesHoldDifferencesAndTheChainTheRest) {
-    const auto body = Make("Body");
-    const auto note = Make("Note", body.get());
-    const auto hint = Make("Hint", note.get());
+    const auto body = Make("Body"), note = Make("Note", body.get()), hint = Make("Hint", note.get());
     Set(*body, "Font", "Sans");
     EXPECT_EQ(Saved(*body), "") << "the default";
-    const struct {
-        CStyle& style;
-        const char* name;
-        const char* value;
-        const char* stored;
-        const char* inherited;  // in the grandchild
-    } rows[] = {
+    // What is set, what the file holds and what the grandchild inherits.
+    const std::tuple<CStyle&, const char*, const char*, const char*, const char*> rows[] = {
         {*body, "Font", "Serif", "Serif", "Serif"},   {*body, "Size", "12", "12", "12"},
         {*body, "Colour", "red", "(null)", "(null)"}, {*body, "BasedOn", "Note", "Note", "Note"},
         {*note, "Font", "Mono", "Mono", "Mono"},      {*note, "Size", "12", "(null)", "12"},
         {*note, "BasedOn", "Other", "Body", "Note"},  {*hint, "Font", "Script", "Script", "Script"},
         {*hint, "Font", "Mono", "(null)", "Mono"},
     };
-    for (const auto& row : rows) {
-        Set(row.style, row.name, row.value);
-        EXPECT_EQ(Stored(row.style, row.name), row.stored) << row.name << " " << row.value;
-        EXPECT_EQ(Get(*hint, row.name), row.inherited) << row.name << " " << row.value;
+    for (const auto& [style, name, value, stored, inherited] : rows) {
+        Set(style, name, value);
+        EXPECT_EQ(Stored(style, name), stored) << name << " " << value;
+        EXPECT_EQ(Get(*hint, name), inherited) << name << " " << value;
     }
     EXPECT_EQ(Saved(*note),
               "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\"Font\"=\"Mono\" \n\"BasedOn\"=\"Body\" \n");
@@ -155,9 +147,7 @@ TEST_F(Style, FixedMarksWinAndCannotBeEdited) {
 }
 
 TEST_F(Style, ParentsAreLinkedAndUnlinked) {
-    auto body = Make("Body");
-    const auto note = Make("Note", body.get());
-    auto hint = Make("Hint", note.get());
+    auto body = Make("Body"), note = Make("Note", body.get()), hint = Make("Hint", note.get());
     Set(*body, "Font", "Serif");
     note->SetParent(note.get());
     EXPECT_EQ(note->GetParent(), nullptr);
@@ -183,9 +173,7 @@ TEST_F(Style, ParentsAreLinkedAndUnlinked) {
 }
 
 TEST_F(Style, CopyTakesOverWhatDiffers) {
-    const auto body = Make("Body");
-    const auto note = Make("Note", body.get());
-    const auto other = Make("Other");
+    const auto body = Make("Body"), note = Make("Note", body.get()), other = Make("Other");
     Set(*note, "Font", "Mono");
     Set(*other, "Size", "12");
     Set(*body, "Size", "12");
@@ -217,8 +205,7 @@ TEST_F(Style, OutlivesItsKindAndWhatItWasMadeFrom) {
                  "Styles");
 }
 
-class StyleFile : public Style {
-protected:
+struct StyleFile : Style {
     StyleFile() {
         COptionFile* optionFile = new COptionFile(m_proto);
         m_proto->AddFile(optionFile);
@@ -276,10 +263,7 @@ TEST_F(StyleFile, GivesStylesInFileOrderForTheToolToLink) {
 }
 
 TEST_F(StyleFile, KnowsAStyleByTheAttributeOfItsHeading) {
-    const struct {
-        const char* text;
-        const char* names;
-    } rows[] = {
+    const std::pair<const char*, const char*> rows[] = {
         {"[Doc/Styles/A/Para](Para=B)", ""},
         {"[Doc/Styles/A/Nothing](Nothing=A)\"Size\"=8", ""},
         {"[Other/Styles/A/Para](Para=A)", ""},
@@ -298,10 +282,10 @@ TEST_F(StyleFile, KnowsAStyleByTheAttributeOfItsHeading) {
         {"[Doc/Styles/Styles/Para](Para=Styles)[Doc/Styles/Doc/Para](Para=Doc)", "Styles:Para Doc:Para "},
     };
     int listed = 0;
-    for (const auto& row : rows) {
+    for (const auto& [text, names] : rows) {
         m_list.RemoveAll();
-        EXPECT_EQ(Load(row.text), 0) << row.text;
-        EXPECT_EQ(Names(m_list), row.names) << row.text;
+        EXPECT_EQ(Load(text), 0) << text;
+        EXPECT_EQ(Names(m_list), names) << text;
         listed += m_list.GetCount();
     }
     EXPECT_EQ(m_kind.GetStyleList()->GetCount() + m_line.GetStyleList()->GetCount(), listed + 2)
@@ -371,8 +355,7 @@ TEST_F(StyleFile, SavesOverOneFileKeepEveryStyle) {
     WriteText(path, "[Doc/Styles/Bare/Para] (Para=Bare)\n[Doc/Styles/Note/Para] (Para=Note)\n");
     const auto bare = Make("Bare");
     ASSERT_NE(bare->AddOptionFile(path.c_str()), nullptr);
-    const auto body = Make("Body");
-    const auto note = Make("Note", body.get());
+    const auto body = Make("Body"), note = Make("Note", body.get());
     CStyle thin("Thin", &m_line, "Doc", 0, nullptr);
     Set(*body, "Font", "Serif");
     Set(*note, "Size", "8");
