@@ -35,9 +35,8 @@ inline std::string Value(int i) {
 
 /// Counts the time of one of the values of an iteration, which should be the same for every size.
 inline void PerValue(benchmark::State& state, size_t values) {
-    state.counters["per_value"] =
-        benchmark::Counter(static_cast<double>(values),
-                           benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
+    state.counters["per_value"] = benchmark::Counter(
+        static_cast<double>(values), benchmark::Counter::kIsIterationInvariantRate | benchmark::Counter::kInvert);
 }
 
 /// The same where an iteration serves them all.

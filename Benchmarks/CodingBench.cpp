@@ -72,8 +72,8 @@ void PercentDecode(benchmark::State& state) {
 void Base64Encode(benchmark::State& state) {
     const std::string& in = Input(state);
     for (auto _ : state) {
-        std::string out = vyn::base64_encode(reinterpret_cast<const unsigned char*>(in.data()),
-                                             static_cast<unsigned>(in.size()));
+        std::string out =
+            vyn::base64_encode(reinterpret_cast<const unsigned char*>(in.data()), static_cast<unsigned>(in.size()));
         benchmark::DoNotOptimize(out.data());
     }
     Finish(state);
@@ -81,8 +81,7 @@ void Base64Encode(benchmark::State& state) {
 
 std::string Base64Input(const benchmark::State& state) {
     const std::string& in = Input(state);
-    return vyn::base64_encode(reinterpret_cast<const unsigned char*>(in.data()),
-                              static_cast<unsigned>(in.size()));
+    return vyn::base64_encode(reinterpret_cast<const unsigned char*>(in.data()), static_cast<unsigned>(in.size()));
 }
 
 void Base64Decode(benchmark::State& state) {

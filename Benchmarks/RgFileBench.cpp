@@ -63,8 +63,7 @@ void BM_RgLookup(benchmark::State& state) {
     file.Load(text.Path());
     for (auto _ : state) {
         for (size_t i = 0; i < addresses.names.size(); ++i) {
-            benchmark::DoNotOptimize(
-                file.GetValue(addresses.sections[i].c_str(), addresses.names[i].c_str()));
+            benchmark::DoNotOptimize(file.GetValue(addresses.sections[i].c_str(), addresses.names[i].c_str()));
         }
     }
     bench::PerValue(state);
@@ -114,8 +113,8 @@ void BM_GKeyFileLookup(benchmark::State& state) {
     g_key_file_load_from_file(file, text.Path(), G_KEY_FILE_NONE, nullptr);
     for (auto _ : state) {
         for (size_t i = 0; i < addresses.names.size(); ++i) {
-            gchar* value = g_key_file_get_value(file, addresses.sections[i].c_str(),
-                                                addresses.names[i].c_str(), nullptr);
+            gchar* value =
+                g_key_file_get_value(file, addresses.sections[i].c_str(), addresses.names[i].c_str(), nullptr);
             benchmark::DoNotOptimize(value);
             g_free(value);
         }

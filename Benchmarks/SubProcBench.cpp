@@ -150,9 +150,8 @@ bool Transfer(Write write, Read read) {
 void LaunchCat(benchmark::State& state) {
     vyn::CSubProc child;
     for (auto _ : state) {
-        if (!Launch(child, "/bin/cat") ||
-            !Transfer([&](const char* b, unsigned n) { return child.write(b, n); },
-                      [&](char* b, unsigned n) { return child.read(b, n); })) {
+        if (!Launch(child, "/bin/cat") || !Transfer([&](const char* b, unsigned n) { return child.write(b, n); },
+                                                    [&](char* b, unsigned n) { return child.read(b, n); })) {
             state.SkipWithError("lost bytes");
             break;
         }
@@ -166,9 +165,8 @@ void LaunchCat(benchmark::State& state) {
 void PosixSpawnCat(benchmark::State& state) {
     SSpawned child;
     for (auto _ : state) {
-        if (!child.Launch("/bin/cat") ||
-            !Transfer([&](const char* b, size_t n) { return write(child.writeFd, b, n); },
-                      [&](char* b, size_t n) { return read(child.readFd, b, n); })) {
+        if (!child.Launch("/bin/cat") || !Transfer([&](const char* b, size_t n) { return write(child.writeFd, b, n); },
+                                                   [&](char* b, size_t n) { return read(child.readFd, b, n); })) {
             state.SkipWithError("lost bytes");
             break;
         }

@@ -9,8 +9,7 @@
 
 int main(int argc, char** argv) {
     void* library = argc > 1 ? dlopen(argv[1], RTLD_NOW) : nullptr;
-    const auto* messages =
-        library ? static_cast<const vyn::VynMessage*>(dlsym(library, "vynMessages")) : nullptr;
+    const auto* messages = library ? static_cast<const vyn::VynMessage*>(dlsym(library, "vynMessages")) : nullptr;
     if (!messages) {
         std::fprintf(stderr, "%s\n", argc > 1 ? dlerror() : "no library is named");
         return 1;

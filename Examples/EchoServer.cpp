@@ -134,8 +134,7 @@ size_t ParseLength(const std::string& text, int base) {
     if (text.empty() || text.find_first_not_of(digits) != std::string::npos) {
         throw badRequest;
     }
-    const unsigned long long length =
-        strtoull(text.c_str(), nullptr, base);  // the highest number on overflow
+    const unsigned long long length = strtoull(text.c_str(), nullptr, base);  // the highest number on overflow
     if (length > maxBody) {
         throw Failure{"413 Content Too Large"};
     }
@@ -342,8 +341,7 @@ public:
         if (length != 0) {  // to wait for no bytes at all is to wait for some
             recv(m_nDescriptor, &body[0], length, MSG_WAITALL);
         }
-        return status.substr(std::min(status.length(), strlen("HTTP/1.1 "))) +
-               (length != 0 ? ": " + body : "");
+        return status.substr(std::min(status.length(), strlen("HTTP/1.1 "))) + (length != 0 ? ": " + body : "");
     }
 };
 
@@ -361,8 +359,8 @@ void SendTexts(int port, const std::vector<std::string>& texts) {
         vyn::EncodeAgentURL(text, target);
         client.SendBytes("GET " + target + " HTTP/1.1\r\nHost: localhost\r\n\r\n");
         Show("GET " + target, client.Receive(), "200 OK: " + text);
-        client.SendBytes("POST /echo HTTP/1.1\r\nHost: localhost\r\nContent-Length: " +
-                         std::to_string(text.length()) + "\r\n\r\n" + text);
+        client.SendBytes("POST /echo HTTP/1.1\r\nHost: localhost\r\nContent-Length: " + std::to_string(text.length()) +
+                         "\r\n\r\n" + text);
         Show("POST /echo of " + text, client.Receive(), "200 OK: " + text);
     }
 }
@@ -375,8 +373,7 @@ void SendOddRequests(int port) {
     } rows[] = {
         {"another path", "GET / HTTP/1.1\r\nHost: a\r\n\r\n", "404 Not Found"},
         {"lines that end in a line feed", "POST /echo HTTP/1.0\nContent-Length: 2\n\nok", "200 OK: ok"},
-        {"chunks",
-         post + "Transfer-Encoding: chunked\r\n\r\n4;x=y\r\nin p\r\nA\r\nieces of 2\r\n0\r\nEnd: 1\r\n\r\n",
+        {"chunks", post + "Transfer-Encoding: chunked\r\n\r\n4;x=y\r\nin p\r\nA\r\nieces of 2\r\n0\r\nEnd: 1\r\n\r\n",
          "200 OK: in pieces of 2"},
         {"a chunk longer than it says", post + "Transfer-Encoding: chunked\r\n\r\n1\r\nab\r\n0\r\n\r\n",
          "400 Bad Request"},
@@ -392,8 +389,7 @@ void SendOddRequests(int port) {
         {"another coding", post + "Transfer-Encoding: gzip\r\n\r\n", "501 Not Implemented"},
         {"another method", "PUT /echo HTTP/1.1\r\nHost: a\r\n\r\n", "405 Method Not Allowed"},
         {"half a request", "GET /echo?te", "408 Request Timeout"},
-        {"a body that is awaited", post + "Expect: 100-continue\r\nContent-Length: 1\r\n\r\n",
-         "100 Continue"},
+        {"a body that is awaited", post + "Expect: 100-continue\r\nContent-Length: 1\r\n\r\n", "100 Continue"},
     };
     for (const auto& row : rows) {
         Client client(port);
@@ -458,9 +454,8 @@ int main(int argc, char** argv) {
             ServeUntilStopped(texts.size() > 1 ? atoi(texts[1].c_str()) : 0);
         }
         alarm(30);  // a server that hangs is no reason to wait for ever
-        return Demonstrate(texts.empty()
-                               ? std::vector<std::string>{"hello", "a blank, a + and 100%", "K\xC3\xBChler"}
-                               : texts);
+        return Demonstrate(texts.empty() ? std::vector<std::string>{"hello", "a blank, a + and 100%", "K\xC3\xBChler"}
+                                         : texts);
     } catch (const char* text) {
         std::cerr << "EchoServer: " << text << std::endl;
     } catch (const std::string& text) {

@@ -14,8 +14,7 @@ namespace {
 
 // The options of the tool, as static tables.
 const vyn::COption optEditor[] = {{"AutoSave", 1, "false", 0, 0}, {"Language", 1, "en", 0, 0}};
-const vyn::COption optText[] = {
-    {"Font", 1, "Sans", 0, 0}, {"TabWidth", 2, "8", 0, 0}, {"Wrap", 1, "true", 0, 0}};
+const vyn::COption optText[] = {{"Font", 1, "Sans", 0, 0}, {"TabWidth", 2, "8", 0, 0}, {"Wrap", 1, "true", 0, 0}};
 const vyn::COption optBuild[] = {{"Target", 1, "debug", 0, 0}, {"Parallel", 2, "1", 0, 0}};
 const vyn::COption optView[] = {{"Zoom", 2, "100", 0, 0}};
 const vyn::COptionSet setEditor = {"Editor", optEditor, 2, nullptr};
@@ -71,8 +70,8 @@ void PrintDifference(const std::vector<std::string>& before, const std::vector<s
     std::vector<std::vector<int>> common(before.size() + 1, std::vector<int>(after.size() + 1));
     for (size_t i = before.size(); i-- > 0;) {
         for (size_t j = after.size(); j-- > 0;) {
-            common[i][j] = before[i] == after[j] ? common[i + 1][j + 1] + 1
-                                                 : std::max(common[i + 1][j], common[i][j + 1]);
+            common[i][j] =
+                before[i] == after[j] ? common[i + 1][j + 1] + 1 : std::max(common[i + 1][j], common[i][j + 1]);
         }
     }
     size_t i = 0;

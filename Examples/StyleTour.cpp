@@ -14,10 +14,8 @@
 
 namespace {
 
-const vyn::COption optParagraph[] = {{"Font", 1, "Sans", 0, 0},
-                                     {"Size", 2, "10", 0, 0},
-                                     {"Italic", 1, "false", 0, 0},
-                                     {"Colour", 1, "black", 0, 0}};
+const vyn::COption optParagraph[] = {
+    {"Font", 1, "Sans", 0, 0}, {"Size", 2, "10", 0, 0}, {"Italic", 1, "false", 0, 0}, {"Colour", 1, "black", 0, 0}};
 const vyn::COption optLine[] = {{"Width", 2, "2", 0, 0}, {"Dash", 1, "solid", 0, 0}};
 
 // The kinds of the tool. A style of each makes them known to the reader of style files, and declares the root
@@ -80,8 +78,7 @@ std::string Source(vyn::CStyle& style, const char* name) {
 }
 
 void PrintStyle(vyn::CStyle& style) {
-    const std::string parent =
-        style.GetParent() ? std::string(", based on ") + style.GetParent()->GetName() : "";
+    const std::string parent = style.GetParent() ? std::string(", based on ") + style.GetParent()->GetName() : "";
     printf("  %s (%s)%s\n", style.GetName(), style.GetStyleKind()->GetName(), parent.c_str());
     const vyn::CMgrOptionSet* options = style.GetMgrCategory()->GetOptionSet();
     for (void* pos = options->GetFirstOptionPosition(); pos;) {
@@ -129,11 +126,9 @@ void Tour(const std::string& data, const std::string& work) {
         "\nWarning gets the size of its parent, which needs no place in its file, and is then based on "
         "Body:\n");
     warning.SetValue(Path(warning), "Size", "9");
-    printf("  Warning: Size = %s, %s\n", warning.GetValue(Path(warning), "Size"),
-           Source(warning, "Size").c_str());
+    printf("  Warning: Size = %s, %s\n", warning.GetValue(Path(warning), "Size"), Source(warning, "Size").c_str());
     warning.SetParent(&body);
-    printf("  Warning: Size = %s, %s\n", warning.GetValue(Path(warning), "Size"),
-           Source(warning, "Size").c_str());
+    printf("  Warning: Size = %s, %s\n", warning.GetValue(Path(warning), "Size"), Source(warning, "Size").c_str());
 
     const std::string path = work + "/saved.styles";
     Save(sheet, path);

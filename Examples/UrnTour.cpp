@@ -34,9 +34,7 @@ public:
         }
         return new std::istringstream(document->second);
     }
-    std::ostream* OpenWrite(SVector<SString>&, const SString& uri) override {
-        return new Writer(m_mapDocuments[uri]);
-    }
+    std::ostream* OpenWrite(SVector<SString>&, const SString& uri) override { return new Writer(m_mapDocuments[uri]); }
     bool CanHandle(const SString& uri) const override { return uri.compare(0, 4, "mem:") == 0; }
     int GetCapabilities() const override { return eCapabilityRead | eCapabilityWrite; }
     SFormat GetFormat(const SString&) const override { return eFormatUnknown; }
@@ -130,8 +128,7 @@ int Tour(const std::string& work) {
     if (!Write("urn:project:parts/wheel.mod", "a wheel") || !Write("urn:library:bolt.mod", "a bolt")) {
         return 1;
     }
-    printf("  %s reads '%s'\n", (project + "/parts/wheel.mod").c_str(),
-           Read(project + "/parts/wheel.mod").c_str());
+    printf("  %s reads '%s'\n", (project + "/parts/wheel.mod").c_str(), Read(project + "/parts/wheel.mod").c_str());
     printf("  urn:library:bolt.mod reads '%s'\n", Read("urn:library:bolt.mod").c_str());
     printf("  urn:library:nut.mod reads '%s'\n", Read("urn:library:nut.mod").c_str());
 

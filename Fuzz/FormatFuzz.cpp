@@ -52,9 +52,9 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
 
     vyn::SString text;
 #define FIVE(argument) argument, argument, argument, argument, argument
-#define FORTY(argument)                                                                             \
-    FIVE(argument), FIVE(argument), FIVE(argument), FIVE(argument), FIVE(argument), FIVE(argument), \
-        FIVE(argument), FIVE(argument)
+#define FORTY(argument)                                                                                             \
+    FIVE(argument), FIVE(argument), FIVE(argument), FIVE(argument), FIVE(argument), FIVE(argument), FIVE(argument), \
+        FIVE(argument)
     text.Format(1u, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, 1.5, FORTY(word));
     vyn::fuzz::Require(text.size() == strlen(text.c_str()), "a NUL inside the text");
     text.FormatI18n(1u, word, word, word, word, word, word, word, word, word);

@@ -20,8 +20,7 @@ void Free(char* text) {
 
 void Look(const SPathName& path) {
     path.IsAbsolutePath();
-    Require(!path.GetSuffix() || strlen(path.GetSuffix()) <= strlen(path.GetTail()),
-            "the suffix isn't in the tail");
+    Require(!path.GetSuffix() || strlen(path.GetSuffix()) <= strlen(path.GetTail()), "the suffix isn't in the tail");
     Require(path.GetDirectory().size() <= path.size(), "the directory is longer than the path");
     for (char* text : {path.GetBaseName(), path.GetUnixPath(), path.GetWinPath()}) {
         free(text);

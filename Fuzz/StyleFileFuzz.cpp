@@ -37,8 +37,7 @@ extern "C" int LLVMFuzzerTestOneInput(const uint8_t* data, size_t size) {
         for (void* at = list.GetHeadPosition(); at;) {
             vyn::CStyle* style = list.GetNext(at);
             style->SetInitialValues();
-            const char* parent =
-                style->GetValue(style->GetMgrCategory()->GetPath(), vyn::CStyle::InheritString);
+            const char* parent = style->GetValue(style->GetMgrCategory()->GetPath(), vyn::CStyle::InheritString);
             style->SetParent(parent ? list.FindStyle(parent) : nullptr);
         }
     }

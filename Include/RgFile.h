@@ -89,8 +89,7 @@ public:
     /// \param file open for writing; not null, as \p name and \p value aren't.
     /// \param attributes may be null.
     /// \return 1.
-    static int Dump(FILE* file, const char* name, RvType type, const char* value,
-                    MList<CRgAttribute*>* attributes);
+    static int Dump(FILE* file, const char* name, RvType type, const char* value, MList<CRgAttribute*>* attributes);
 
     /// \return the line of the file, from 1, that a load read the value from; 0 for a value that a tool made.
     int GetLine() const { return static_cast<int>(m_nLine); }
@@ -264,9 +263,9 @@ protected:
     /// such keys find may be remembered. A subclass of a class of this library isn't taken for one.
     virtual bool IsOfOwnClass() const;
 
-    CRgKey* m_pParent = nullptr;    ///< the parent key; null in a plain key, since only subclasses set it
-    MList<CRgKey*> m_listKeys;      ///< the subkeys
-    MList<CRgValue*> m_listValues;  ///< the values
+    CRgKey* m_pParent = nullptr;            ///< the parent key; null in a plain key, since only subclasses set it
+    MList<CRgKey*> m_listKeys;              ///< the subkeys
+    MList<CRgValue*> m_listValues;          ///< the values
     MList<CRgAttribute*> m_listAttributes;  ///< the attributes of the key
 
 private:
@@ -401,8 +400,8 @@ public:
     const char* GetAttributeValue(const char* path, const char* name, const char* attributeName);
     /// Sets an attribute on a value, which is made with the text \p valueText when it is missing. The text of
     /// an existing value stays.
-    void SetAttributeValue(const char* path, const char* name, const char* valueText,
-                           const char* attributeName, const char* attributeValue);
+    void SetAttributeValue(const char* path, const char* name, const char* valueText, const char* attributeName,
+                           const char* attributeValue);
     /// Unlinks \p key from its parent when it has neither subkeys nor values; it then belongs to the caller.
     /// A key that knows no parent, as every plain key, and a null key are left alone.
     void RemoveKey(CRgKey* key);

@@ -77,11 +77,10 @@ struct SChildRequest {
 /// \brief How a child ended, and what it wrote.
 struct SChildOutcome {
     ChildEnd end = eChildNotStarted;  ///< which of the ways
-    int code = 0;  ///< exit code; number of the signal; `errno` of a child that wasn't started; else 0
-    std::string
-        failedCall;  ///< the call of the system that failed, as "execvp" or "chdir"; empty for a started child
-    std::string output;  ///< as far as kept
-    std::string error;   ///< as far as kept
+    int code = 0;            ///< exit code; number of the signal; `errno` of a child that wasn't started; else 0
+    std::string failedCall;  ///< the call of the system that failed, as "execvp" or "chdir"; empty for a started child
+    std::string output;      ///< as far as kept
+    std::string error;       ///< as far as kept
 };
 
 /// Runs a program to its end. Whatever it does, the call comes back at a limit: the program leads a group of

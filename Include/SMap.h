@@ -88,8 +88,7 @@ public:
     int Lookup(const K& key, V& value) const { return Get(FindNode(key), value); }
     /// The same for a map with SString keys, with no SString made. \p key isn't null.
     template <class Key = K>
-    auto Lookup(const char* key, V& value) const
-        -> decltype(detail::MapKey<Key>::Hash(detail::TextKey(key)), int()) {
+    auto Lookup(const char* key, V& value) const -> decltype(detail::MapKey<Key>::Hash(detail::TextKey(key)), int()) {
         return m_ppTable ? Get(FindNode(detail::TextKey(key)), value) : 0;
     }
     /// \return the number of entries.
@@ -111,8 +110,7 @@ public:
     /// The same for a map with SString keys, with no SString made for an entry that is there. \p key isn't
     /// null.
     template <class Key = K>
-    auto operator[](const char* key)
-        -> decltype(detail::MapKey<Key>::Hash(detail::TextKey(key)), std::declval<V&>()) {
+    auto operator[](const char* key) -> decltype(detail::MapKey<Key>::Hash(detail::TextKey(key)), std::declval<V&>()) {
         return GetOrAdd(detail::TextKey(key));
     }
     /// The value itself isn't destroyed.
@@ -236,9 +234,8 @@ private:
             m_ppTable = new MapNode* [kBuckets] {};
         }
         const unsigned bucket = static_cast<unsigned>(hash % kBuckets);
-        MapNode* node =
-            new MapNode{nullptr, nullptr, bucket, static_cast<unsigned>(hash), detail::MapKey<K>::Make(key),
-                        V(),     nullptr};
+        MapNode* node = new MapNode{nullptr, nullptr, bucket, static_cast<unsigned>(hash), detail::MapKey<K>::Make(key),
+                                    V(),     nullptr};
         Link(node);
         ++m_nCount;
         if (m_pIndex && m_nCount <= static_cast<int>(m_pIndex->mask)) {

@@ -22,8 +22,7 @@ VYN_API char* vyn_strerror(int number);
 /// Formats into \p buffer as `snprintf` does: what doesn't fit is cut off, and a NUL ends the text.
 /// \param size bytes of \p buffer, at least 1.
 /// \return the length of the whole text in bytes; negative when the system refuses the format.
-VYN_API int xq_sprintf_s(char* buffer, size_t size, const char* format, ...)
-    __attribute__((format(printf, 3, 4)));
+VYN_API int xq_sprintf_s(char* buffer, size_t size, const char* format, ...) __attribute__((format(printf, 3, 4)));
 
 /// \brief A base for the points of a tool.
 class VYN_API CRPoint {

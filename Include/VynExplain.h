@@ -24,12 +24,12 @@ enum ExplainRole {
 
 /// \brief One step of the ladder: a file of the stack, or the declared default at its foot.
 struct ExplainStep {
-    SString file;            ///< path name of the file; empty for the default and for a file without one
-    SString style;           ///< name of the style whose stack the step belongs to; empty for a manager
-    int line = 0;            ///< line of the file that the value was read from; 0 for one that was set since
-    SString text;            ///< the text; empty without a value
-    bool isDefault = false;  ///< the step is the declared default
-    bool isFixed = false;    ///< the value is marked fixed
+    SString file;                 ///< path name of the file; empty for the default and for a file without one
+    SString style;                ///< name of the style whose stack the step belongs to; empty for a manager
+    int line = 0;                 ///< line of the file that the value was read from; 0 for one that was set since
+    SString text;                 ///< the text; empty without a value
+    bool isDefault = false;       ///< the step is the declared default
+    bool isFixed = false;         ///< the value is marked fixed
     ExplainRole role = eNoValue;  ///< its part in the answer
 };
 
@@ -60,9 +60,8 @@ enum ChangeObstacle {
 /// \brief Whether an option can be changed, and if not, why.
 struct ChangeAnswer {
     ChangeObstacle obstacle = eNoObstacle;  ///< why it can't
-    SString file;  ///< path name of the file that stands in the way; empty when none does
-    int line =
-        0;  ///< of the fixed value in it; 0 when that was set since the load, and for the other obstacles
+    SString file;                           ///< path name of the file that stands in the way; empty when none does
+    int line = 0;   ///< of the fixed value in it; 0 when that was set since the load, and for the other obstacles
     int error = 0;  ///< an error number for eNotWritable and eNotLoaded: EILSEQ for a malformed file
 };
 
@@ -88,11 +87,10 @@ struct SaveChange {
 
 /// \brief What a save would do.
 struct SavePreview {
-    int status = 0;    ///< what COptionFile::Save would return, as long as the disk has room
-    std::string text;  ///< what the file would then hold
-    std::vector<SaveChange>
-        changes;   ///< in the order of the new text, the dropped entries last; no entry that is kept
-    int kept = 0;  ///< number of entries that stay as they are, in their place
+    int status = 0;                   ///< what COptionFile::Save would return, as long as the disk has room
+    std::string text;                 ///< what the file would then hold
+    std::vector<SaveChange> changes;  ///< in the order of the new text, the dropped entries last; no entry that is kept
+    int kept = 0;                     ///< number of entries that stay as they are, in their place
 };
 
 /// Tells what COptionFile::Save would do, without touching the disk or memory. A merging save isn't foretold: the

@@ -41,8 +41,7 @@ struct SUrnExplanation {
     SUrnResolver::SURNStatus status;  ///< as of SUrnResolver::ResolveUrn
     SString name;                     ///< in lower case; empty without a well-formed URN
     SString path;                     ///< as of SUrnResolver::ResolveUrn
-    std::vector<SUrnEntry>
-        entries;  ///< all that there were for the name, in the order in which they were read
+    std::vector<SUrnEntry> entries;   ///< all that there were for the name, in the order in which they were read
 };
 
 /// \return how \p urn is resolved, and which entry of its name decides and which lost. Nothing is reported.

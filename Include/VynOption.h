@@ -630,7 +630,7 @@ private:
     void ReportHeading(const char* name);
 
     COptRgKey* m_pRoot;
-    COptRgKey* m_pCurrent;  // key in memory of the section being read; null when it has none
+    COptRgKey* m_pCurrent;                     // key in memory of the section being read; null when it has none
     std::unique_ptr<COptDummyRgKey> m_pDummy;  // holds the attributes of the heading being read
     SString m_strPath;                         // the pending heading
     std::string_view m_oldText;                // ends in a NUL

@@ -129,7 +129,7 @@ private:
     CStyleList m_listStyles;
 
     std::unordered_map<CStyle*, void*> m_mapPositions;  // where styles stand in the list
-    unsigned m_nPositionsAt = 0;  // the list's change count that the positions belong to
+    unsigned m_nPositionsAt = 0;                        // the list's change count that the positions belong to
 };
 
 /// \brief A named set of option values of one kind, which inherits from its parent what it doesn't set

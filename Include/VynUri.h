@@ -179,16 +179,13 @@ public:
     // These five do nothing unless a scheme offers them: eStatusNotDone.
 
     /// Lets the user choose a document to open. The scheme gives \p start and \p extra their meaning.
-    virtual SStatus OpenDialog(SVector<SString>& errors, const SString& start, SString& result,
-                               const SString& extra);
+    virtual SStatus OpenDialog(SVector<SString>& errors, const SString& start, SString& result, const SString& extra);
     /// Lets the user choose where to save.
-    virtual SStatus SaveDialog(SVector<SString>& errors, const SString& start, SString& result,
-                               const SString& extra);
+    virtual SStatus SaveDialog(SVector<SString>& errors, const SString& start, SString& result, const SString& extra);
     /// Lets the user choose a directory.
     virtual SStatus DirDialog(SVector<SString>& errors, const SString& start, SString& result);
     /// Reads without a stream. The scheme gives \p data and \p context their meaning.
-    virtual SStatus DirectRead(SVector<SString>& errors, const SString& uri, SVector<void*>& data,
-                               const void* context);
+    virtual SStatus DirectRead(SVector<SString>& errors, const SString& uri, SVector<void*>& data, const void* context);
     /// Writes without a stream.
     virtual SStatus DirectWrite(SVector<SString>& errors, const SString& uri, const SVector<void*>& data,
                                 const void* context);

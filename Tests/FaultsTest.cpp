@@ -105,14 +105,12 @@ const struct {
     int error;
     bool forGood;
 } faults[] = {
-    {Call::Open, ENOSPC, true},  {Call::Open, EMFILE, true},  {Call::Open, EIO, true},
-    {Call::Open, EINTR, false},  {Call::Read, EIO, true},     {Call::Read, EINTR, false},
-    {Call::Read, kShort, true},  {Call::Write, ENOSPC, true}, {Call::Write, EIO, true},
-    {Call::Write, EINTR, false}, {Call::Write, kShort, true}, {Call::Sync, EIO, true},
-    {Call::Sync, ENOSPC, true},  {Call::Sync, EINTR, false},  {Call::Rename, EIO, true},
-    {Call::Rename, EXDEV, true}, {Call::Close, EIO, true},    {Call::Close, EINTR, false},
-    {Call::Unlink, EIO, true},   {Call::Lock, EINTR, false},  {Call::Lock, ENOLCK, true},
-    {Call::Look, EIO, true},     {Call::Look, EACCES, true},  {Call::Mark, EPERM, true},
+    {Call::Open, ENOSPC, true}, {Call::Open, EMFILE, true},  {Call::Open, EIO, true},     {Call::Open, EINTR, false},
+    {Call::Read, EIO, true},    {Call::Read, EINTR, false},  {Call::Read, kShort, true},  {Call::Write, ENOSPC, true},
+    {Call::Write, EIO, true},   {Call::Write, EINTR, false}, {Call::Write, kShort, true}, {Call::Sync, EIO, true},
+    {Call::Sync, ENOSPC, true}, {Call::Sync, EINTR, false},  {Call::Rename, EIO, true},   {Call::Rename, EXDEV, true},
+    {Call::Close, EIO, true},   {Call::Close, EINTR, false}, {Call::Unlink, EIO, true},   {Call::Lock, EINTR, false},
+    {Call::Lock, ENOLCK, true}, {Call::Look, EIO, true},     {Call::Look, EACCES, true},  {Call::Mark, EPERM, true},
 };
 
 std::string Text(const std::string& path) {
@@ -185,11 +183,11 @@ struct Faults : testing::TestWithParam<Row> {
                    ? "the result is " + std::to_string(status) + " and the file is " + text
                : !isNew && isTried                                                      ? "not tried again"
                : GetParam().before != kNone && mode != 0640 && fault.call != Call::Mark ? "the mode is lost"
-               : OpenDescriptors() != open                   ? "a descriptor stays open"
-               : !left.empty() && fault.call != Call::Unlink ? left + "stays"
+               : OpenDescriptors() != open                                              ? "a descriptor stays open"
+               : !left.empty() && fault.call != Call::Unlink                            ? left + "stays"
                : isOption && strcmp(tool.file.GetValue("Editor", "Wrap"), "false") != 0 ? "the value is lost"
-               : isOption && (tool.file.IsModified() == 0) != (status == 0) ? "the modified flag is wrong"
-                                                                            : Finish(tool);
+               : isOption && (tool.file.IsModified() == 0) != (status == 0)             ? "the modified flag is wrong"
+                                                                                        : Finish(tool);
     }
     // The save that succeeds.
     std::string Finish(Tool& tool) {
@@ -219,8 +217,8 @@ TEST_P(Faults, LoseNothing) {
                         break;
                     }
                     EXPECT_EQ(outcome, eRight)
-                        << "call " << static_cast<int>(row.call) << ", number " << nth << ", error "
-                        << row.error << (forGood ? " for good" : " once") << (inPlace ? " in place" : "");
+                        << "call " << static_cast<int>(row.call) << ", number " << nth << ", error " << row.error
+                        << (forGood ? " for good" : " once") << (inPlace ? " in place" : "");
                 }
             }
         }
@@ -234,8 +232,7 @@ TEST_P(Faults, TheEndOfTheProcessLosesNothing) {
         Prepare();
         outcome = InChild([&] { return RunWith({Call::Any, kills + 1, kKill, false, false}); });
         const std::string text = Text(m_path);
-        EXPECT_TRUE(text == GetParam().before || text == GetParam().after)
-            << kills << " calls, then " << text;
+        EXPECT_TRUE(text == GetParam().before || text == GetParam().after) << kills << " calls, then " << text;
         const auto next = [&] {
             Tool tool(m_path);
             (tool.*GetParam().change)();

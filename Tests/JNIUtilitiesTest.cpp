@@ -135,8 +135,7 @@ struct Bridge : ::testing::Test {
     }
     jobject Kind(const char* name) {
         const jclass kinds = env->FindClass("com/dravmoor/zem/EElementKind");
-        return env->GetStaticObjectField(
-            kinds, env->GetStaticFieldID(kinds, name, "Lcom/dravmoor/zem/EElementKind;"));
+        return env->GetStaticObjectField(kinds, env->GetStaticFieldID(kinds, name, "Lcom/dravmoor/zem/EElementKind;"));
     }
     jobject NewJavaElement(const std::string& name = "orders") {
         return CreateNewJavaObject(env, kJavaElement, "(Ljava/lang/String;Lcom/dravmoor/zem/EElementKind;)V",
@@ -283,8 +282,7 @@ TEST_F(Bridge, WrapsAJavaImplementationByTheCreatorOfItsInterface) {
     const jobject element = NewJavaElement();
     RegisterCppWrapperObjectCreator("IModelElement", &creator);
     EXPECT_EQ(GetIUnknownFromJavaObject(env, element, kElement), creator.m_object.Canonical());
-    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, kElement),
-              static_cast<IModelElement*>(&creator.m_object));
+    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, kElement), static_cast<IModelElement*>(&creator.m_object));
     EXPECT_EQ(creator.m_object.m_nReferences, 2);
     EXPECT_EQ(creator.m_strCalls, "IModelElement IModelElement ");
 

@@ -124,8 +124,7 @@ TEST(Texts, OutliveTheGlobalsOfATool) {
     const std::string root(VynGetInstallationRoot());
     EXPECT_EQ(RunProbe(directory, "HOME=@/a_name_of_some_length", "Probe texts").out,
               root + "\n" + root + "/etc\n" + root + "/lib\n" + root + "/include\n" + root + "/locale/en\n" +
-                  At(directory,
-                     "@/a_name_of_some_length/Ostrel/Halcyne/Zem/4.3/addins\n@/a_name_of_some_length\n"));
+                  At(directory, "@/a_name_of_some_length/Ostrel/Halcyne/Zem/4.3/addins\n@/a_name_of_some_length\n"));
 }
 
 TEST(Installation, IsFoundWhereTheLibraryLies) {
@@ -133,9 +132,7 @@ TEST(Installation, IsFoundWhereTheLibraryLies) {
     std::filesystem::create_directories(directory / "opt/bin");
     std::filesystem::copy(SString(VynGetInstallationBin()) + "/libvyn10.so", directory / "opt/bin");
     EXPECT_EQ(
-        RunProbe(directory, "LD_LIBRARY_PATH=@/opt/bin",
-                 "Probe ask bin directory root etc lib include localedir")
-            .out,
+        RunProbe(directory, "LD_LIBRARY_PATH=@/opt/bin", "Probe ask bin directory root etc lib include localedir").out,
         At(directory, "@/opt/bin\n@/opt/bin\n@/opt\n@/opt/etc\n@/opt/lib\n@/opt/include\n@/opt/locale/en\n"));
     EXPECT_EQ(RunProbe(directory, "LD_LIBRARY_PATH=opt/bin", "Probe ask root").out, "opt/bin/..\n");
 }

@@ -54,25 +54,23 @@ TEST(RunChild, ComesBackFromWhateverAProgramDoes) {
     using Text = std::string;
     using Time = std::chrono::milliseconds;
     const Rows<Text, Text, Time, Time, ChildEnd, int, Text, Text, Time, Time> rows = {
-        {"cat; echo ${VYN_RUN_CHILD_TEST:+set} >&2; exit 3", large, 0s, 0s, eChildExited, 3, large, "set\n",
-         0s, 9s},
+        {"cat; echo ${VYN_RUN_CHILD_TEST:+set} >&2; exit 3", large, 0s, 0s, eChildExited, 3, large, "set\n", 0s, 9s},
         {"exec cat 0<&0 1>&2", large, 0s, 0s, eChildExited, 0, "", large, 0s, 9s},
-        {"exec <&-; sleep 0.1; echo closed its input", large, 0s, 0s, eChildExited, 0, "closed its input\n",
-         "", 0s, 9s},
+        {"exec <&-; sleep 0.1; echo closed its input", large, 0s, 0s, eChildExited, 0, "closed its input\n", "", 0s,
+         9s},
         {"read -r line; exit 4", "a\n" + large, 0s, 0s, eChildExited, 4, "", "", 0s, 9s},
         {"kill -USR1 $$", "", 0s, 0s, eChildSignalled, SIGUSR1, "", "", 0s, 9s},
         {"sleep 60 & echo has a grandchild", "", 0s, 0s, eChildExited, 0, "has a grandchild\n", "", 0s, 9s},
-        {"trap '' TERM; setsid sleep 3 & echo it escapes", "", 0s, 0s, eChildExited, 0, "it escapes\n", "",
-         0s, 2500ms},
+        {"trap '' TERM; setsid sleep 3 & echo it escapes", "", 0s, 0s, eChildExited, 0, "it escapes\n", "", 0s, 2500ms},
         {"trap '' TERM; sleep 60; sleep 60", "", 100ms, 0s, eChildTotalTime, 0, "", "", 300ms, 9s},
         {"trap 'echo tidied up; exit 5' TERM; echo on; sleep 60 & wait", "", 100ms, 0s, eChildTotalTime, 0,
          "on\ntidied up\n", "", 100ms, 9s},
-        {"(trap 'sleep 0.1; echo last words' TERM; sleep 60 & wait) & sleep 60", "", 100ms, 0s,
-         eChildTotalTime, 0, "last words\n", "", 200ms, 9s},
+        {"(trap 'sleep 0.1; echo last words' TERM; sleep 60 & wait) & sleep 60", "", 100ms, 0s, eChildTotalTime, 0,
+         "last words\n", "", 200ms, 9s},
         {"kill -STOP $$", "", 0s, 100ms, eChildIdleTime, 0, "", "", 100ms, 9s},
         {"exec >&- 2>&-; sleep 60", "", 0s, 100ms, eChildIdleTime, 0, "", "", 100ms, 9s},
-        {"for i in 1 2 3 4 5 6; do echo $i >&2; sleep 0.2; done", "", 0s, 1s, eChildExited, 0, "",
-         "1\n2\n3\n4\n5\n6\n", 1200ms, 9s}};
+        {"for i in 1 2 3 4 5 6; do echo $i >&2; sleep 0.2; done", "", 0s, 1s, eChildExited, 0, "", "1\n2\n3\n4\n5\n6\n",
+         1200ms, 9s}};
     for (const auto& [script, input, totalTime, idleTime, end, code, output, error, atLeast, atMost] : rows) {
         SCOPED_TRACE(script);
         const CNothingLeft nothingLeft;
@@ -84,8 +82,7 @@ TEST(RunChild, ComesBackFromWhateverAProgramDoes) {
         EXPECT_EQ(std::pair(end, code), std::pair(outcome.end, outcome.code));
         EXPECT_TRUE(output == outcome.output) << outcome.output.substr(0, 200);
         EXPECT_TRUE(error == outcome.error) << outcome.error.substr(0, 200);
-        EXPECT_TRUE(atLeast <= time && time <= atMost)
-            << std::chrono::duration_cast<Time>(time).count() << " ms";
+        EXPECT_TRUE(atLeast <= time && time <= atMost) << std::chrono::duration_cast<Time>(time).count() << " ms";
     }
 }
 

@@ -25,8 +25,7 @@ struct ProbeResult {
 /// of the form NAME=value. "@" stands for the directory in both.
 inline ProbeResult RunProbe(const TemporaryDirectory& directory, const std::string& environment,
                             const std::string& command) {
-    const std::string line =
-        "cd @ && env -i " + environment + " " VYN_PROBE_DIR "/" + command + " >@/out 2>@/err";
+    const std::string line = "cd @ && env -i " + environment + " " VYN_PROBE_DIR "/" + command + " >@/out 2>@/err";
     const int status = system(At(directory, line).c_str());
     return {status, ReadText(directory / "out"), ReadText(directory / "err")};
 }

@@ -70,15 +70,10 @@ TEST(Suffix, BelongsToTheLastElement) {
 }
 
 TEST(PathElement, IsAppendedBehindOneSeparator) {
-    const Rows<const char*, const char*, const char*> rows = {{"/x", "", "/x/"},
-                                                              {"/x", "/y", "/x/y"},
-                                                              {"/x/", "//y", "/x//y"},
-                                                              {"", "/y", "/y"},
-                                                              {"", "", ""},
-                                                              {"/a/b", "..", "/a"},
-                                                              {"a/b", "..", "a/b/.."},
-                                                              {"http://h", "./p", "http://h/p"},
-                                                              {"a", "b\\", "a/b\\"}};
+    const Rows<const char*, const char*, const char*> rows = {
+        {"/x", "", "/x/"},    {"/x", "/y", "/x/y"}, {"/x/", "//y", "/x//y"}, {"", "/y", "/y"},
+        {"", "", ""},         {"/a/b", "..", "/a"}, {"a/b", "..", "a/b/.."}, {"http://h", "./p", "http://h/p"},
+        {"a", "b\\", "a/b\\"}};
     for (const auto& [expectedPath, element, expected] : rows) {
         SPathName path(expectedPath);
         path.AddPathElement(SString(element));
@@ -108,8 +103,7 @@ TEST(PathName, HasAtMost1023Bytes) {
 
 TEST(AbsolutePath, StartsFromTheCurrentDirectory) {
     setenv("VYN_X", "d", 1);
-    const Rows<const char*, std::string> rows = {
-        {"", ""}, {"$(VYN_X)/./x", start + "/d/x"}, {"c:/x", start + "/c:/x"}};
+    const Rows<const char*, std::string> rows = {{"", ""}, {"$(VYN_X)/./x", start + "/d/x"}, {"c:/x", start + "/c:/x"}};
     for (const auto& [text, expected] : rows) {
         SPathName path(text), based(text);
         path.MakeAbsolutePath();

@@ -38,10 +38,10 @@ TEST(SString, InsertsAndChangesCaseByBytes) {
 }
 
 TEST(XmlMapper, MapsOneByteToItsReference) {
-    const std::pair<char, const char*> rows[] = {
-        {'<', "&lt;"},    {'>', "&gt;"},    {'&', "&amp;"},   {'\'', "&apos;"}, {'"', "&quot;"},
-        {'\t', "&#x09;"}, {'\n', "&#x0A;"}, {'\r', "&#x0D;"}, {'\1', " "},      {'\xC3', " "},
-        {'\xFF', " "},    {'\x7F', "\x7F"}, {' ', " "},       {'a', "a"}};
+    const std::pair<char, const char*> rows[] = {{'<', "&lt;"},   {'>', "&gt;"},    {'&', "&amp;"},   {'\'', "&apos;"},
+                                                 {'"', "&quot;"}, {'\t', "&#x09;"}, {'\n', "&#x0A;"}, {'\r', "&#x0D;"},
+                                                 {'\1', " "},     {'\xC3', " "},    {'\xFF', " "},    {'\x7F', "\x7F"},
+                                                 {' ', " "},      {'a', "a"}};
     for (const auto& [byte, expected] : rows) {
         char out[16] = "?";
         XMLMapSingleDataCharacter(&byte, out, sizeof out);

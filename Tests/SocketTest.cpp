@@ -105,8 +105,7 @@ TEST(Socket, ReceivesLinesWithTheirEnds) {
     pair.a->SendLine("abc");
     pair.a->SendBytes("e\0f\n\r\n"s + std::string(5000, 'x') + "\nabc");
     pair.a->Close();
-    for (const std::string& expected :
-         {"abc\r\n"s, "e\0f\n"s, "\r\n"s, std::string(5000, 'x') + "\n", "abc"s, ""s}) {
+    for (const std::string& expected : {"abc\r\n"s, "e\0f\n"s, "\r\n"s, std::string(5000, 'x') + "\n", "abc"s, ""s}) {
         EXPECT_EQ(pair.b->ReceiveLine(), expected);
     }
 }

@@ -26,10 +26,8 @@ TEST(StudioProduct, MarksTheIdentifiersOfOneTool) {
     for (const auto& row : rows) {
         row.variable ? setenv("QZD_TOOLID", row.variable, 1) : unsetenv("QZD_TOOLID");
         EXPECT_EQ(StudioProduct::GetToolID(), row.id);
-        EXPECT_EQ(StudioProduct::GetZemStudioProgID(),
-                  SString("Dravmoor.ZemDeveloperStudioAPI.4.3") + row.suffix);
-        EXPECT_EQ(StudioProduct::GetZemModelProgID(),
-                  SString("Dravmoor.ZemDeveloperModelAPI.4.3") + row.suffix);
+        EXPECT_EQ(StudioProduct::GetZemStudioProgID(), SString("Dravmoor.ZemDeveloperStudioAPI.4.3") + row.suffix);
+        EXPECT_EQ(StudioProduct::GetZemModelProgID(), SString("Dravmoor.ZemDeveloperModelAPI.4.3") + row.suffix);
     }
     unsetenv("QZD_TOOLID");
 }

@@ -233,8 +233,7 @@ TEST(Launch, UndoesEveryStepThatWasDone) {
                 fs::current_path(directory);  // the way back there is what failed
             }
         }
-        EXPECT_EQ(std::tuple(-1, 0, -1, -1), std::tuple(launched, child.state(), child.rfd(), child.wfd()))
-            << step;
+        EXPECT_EQ(std::tuple(-1, 0, -1, -1), std::tuple(launched, child.state(), child.rfd(), child.wfd())) << step;
         EXPECT_EQ(before, ParentState()) << step;
         EXPECT_EQ(step <= stepsBefore ? -1 : 7 << 8, ReapOther()) << step << ": a started child runs on";
     }
@@ -249,8 +248,7 @@ TEST(Launch, SurvivesASystemWithoutProcesses) {
                vyn::local_spawn("true", environ, false) == -1;
     };
     // One line, of the second call: during a launch it goes to the pipe.
-    EXPECT_EXIT(WithoutProcesses(launch), testing::ExitedWithCode(0),
-                "^fork: Resource temporarily unavailable\n$");
+    EXPECT_EXIT(WithoutProcesses(launch), testing::ExitedWithCode(0), "^fork: Resource temporarily unavailable\n$");
 }
 
 TEST(Launch, ReportsAProgramThatCannotRunOnThePipe) {

@@ -41,19 +41,17 @@ unsigned long Wait(void* waiter) {
 }  // namespace
 
 TEST(Time, AddsAndSaturates) {
-    const Rows<double, double, uint32_t, uint32_t> rows = {
-        {1.75, 2.5, 4, 250000000},
-        {0.5, 0.5, 1, 0},
-        {-3, 1, 1, 0},
-        {4294967295.0, 0, 4294967295U, 0},
-        {2147483648.0, 2147483648.0, 4294967295U, 999999999}};
+    const Rows<double, double, uint32_t, uint32_t> rows = {{1.75, 2.5, 4, 250000000},
+                                                           {0.5, 0.5, 1, 0},
+                                                           {-3, 1, 1, 0},
+                                                           {4294967295.0, 0, 4294967295U, 0},
+                                                           {2147483648.0, 2147483648.0, 4294967295U, 999999999}};
     for (const auto& [first, second, seconds, nanoseconds] : rows) {
         Time a, b;
         a.set(first);
         b.set(second);
         a.add(b);
-        EXPECT_EQ(std::pair(seconds, nanoseconds), std::pair(a.seconds(), a.nanoseconds()))
-            << first << " + " << second;
+        EXPECT_EQ(std::pair(seconds, nanoseconds), std::pair(a.seconds(), a.nanoseconds())) << first << " + " << second;
     }
 }
 
@@ -70,8 +68,7 @@ TEST(Semaphore, CountsUpToItsMaximum) {
     EXPECT_EQ(2, semaphore.get(deadline));
     timespec now;
     clock_gettime(CLOCK_MONOTONIC, &now);
-    EXPECT_GE(double(now.tv_sec) + double(now.tv_nsec) / 1e9,
-              deadline.seconds() + deadline.nanoseconds() / 1e9);
+    EXPECT_GE(double(now.tv_sec) + double(now.tv_nsec) / 1e9, deadline.seconds() + deadline.nanoseconds() / 1e9);
 }
 
 TEST(Semaphore, MayBeDestroyedByWhoeverTakesTheLastUnit) {
@@ -94,8 +91,7 @@ TEST(Semaphore, StaysWholeWhenAWaiterIsCancelled) {
         thread.KillWait();
         EXPECT_FALSE(waiter.woken);
         waiter.semaphore.put(1);
-        EXPECT_EQ(eStatusOk, waiter.semaphore.get(FromNow(0)))
-            << "the cancelled waiter left the mutex locked";
+        EXPECT_EQ(eStatusOk, waiter.semaphore.get(FromNow(0))) << "the cancelled waiter left the mutex locked";
     }
 }
 

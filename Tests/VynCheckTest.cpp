@@ -12,9 +12,8 @@ namespace {
 
 using namespace test;
 
-const COption optText[] = {{"TabWidth", eBareOption, "8", 0, 0},
-                           {"Wrap", eTextOption, "true", 0, 0},
-                           {"Font", eTextOption, "12", 0, 0}};
+const COption optText[] = {
+    {"TabWidth", eBareOption, "8", 0, 0}, {"Wrap", eTextOption, "true", 0, 0}, {"Font", eTextOption, "12", 0, 0}};
 const COptionSet setText = {"Text", optText, 3, nullptr};
 const CCategory catText = {"Text", nullptr, 0, &setText};
 const COptionSet setEditor = {"Editor", nullptr, 0, nullptr};
@@ -61,8 +60,7 @@ TEST_F(Check, ReportsWhatTheParseSees) {
         {"[a]\n\"n\"=", "2:1 missing-text\n"},
         {"[a]\n\"n\"", "2:1 missing-text\n"},
         {"[a]\n\"n\"=4294967297\n\"m\"=007\n\"o\"=1234567890", "2:5 number-changed\n3:5 number-changed\n"},
-        {"[a]\n\"n\"=1\n\"n\"=2\n[a]\n\"n\"=3",
-         "3:1 repeated-value\n4:1 repeated-section\n5:1 repeated-value\n"},
+        {"[a]\n\"n\"=1\n\"n\"=2\n[a]\n\"n\"=3", "3:1 repeated-value\n4:1 repeated-section\n5:1 repeated-value\n"},
         {"[a]\n\"" + std::string(256, 'n') + "\"=1", "2:1 name-too-long\n"},
         {std::string("[a]\n\"n\"=1\0[", 11), "2:6 nul-byte\n"},
         // Malformed from here on.
@@ -118,8 +116,7 @@ TEST_F(Check, ComparesWithTheDeclaredOptions) {
         {"[Quite/Other]\n[D/Styles/A/K] (K=A)", "1:1 unknown section 'Quite/Other'\n"},
         {"[Editor/Text]\n\"TabWdith\"=4\n\"Xyz\"=1",
          "2:1 unknown option 'TabWdith': did you mean 'TabWidth'?\n3:1 unknown option 'Xyz'\n"},
-        {"[Editor/Text]\n\"TabWidth\"=\"4x\"\n\"Font\"=\"b\"",
-         "2:1 'TabWidth' has to be an integer, not '4x'\n"},
+        {"[Editor/Text]\n\"TabWidth\"=\"4x\"\n\"Font\"=\"b\"", "2:1 'TabWidth' has to be an integer, not '4x'\n"},
         {"[Editor/Text]\n\"TabWidth\"=\"-4\"", ""},
         {"[Editor/Text]\n\"TabWidth\"=8\n\"Font\"=\"Mono\"",
          "2:1 'TabWidth' has the text that lies underneath\n3:1 'Font' has the text that lies underneath\n"},

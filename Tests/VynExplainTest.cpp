@@ -18,9 +18,8 @@ std::string Show(const ValueExplanation& explanation) {
     static const char* const roles[] = {"decides", "same", "shadowed", "overruled", "none", "undeclared"};
     std::string text;
     for (const ExplainStep& step : explanation.steps) {
-        text += (step.style.empty() ? "" : step.style + ":") + std::to_string(step.line) +
-                (step.isFixed ? "!" : "") + (step.isDefault ? "d " : " ") + step.text + " " +
-                roles[step.role] + "; ";
+        text += (step.style.empty() ? "" : step.style + ":") + std::to_string(step.line) + (step.isFixed ? "!" : "") +
+                (step.isDefault ? "d " : " ") + step.text + " " + roles[step.role] + "; ";
     }
     return text;
 }
@@ -45,10 +44,8 @@ TEST_F(Explain, TellsThePartOfEachStep) {
     COptionFile* low = Add(manager, 2, "[Editor]\n\"Name\"=\"b\" (\"fixed\"=\"true\")\n\n\n\"Wrap\"=\"12\"");
     EXPECT_EQ(Show(ExplainValue(manager, "Editor", "Name")),
               "4 a overruled; 0  none; 2! b decides; 0d editor shadowed; ");
-    EXPECT_EQ(Show(ExplainValue(manager, "Editor", "Wrap")),
-              "3 12 decides; 0  none; 5 12 same; 0d true shadowed; ");
-    EXPECT_EQ(Show(ExplainValue(manager, "Build", "Target")),
-              "5 t decides; 0  none; 0  none; 0d all shadowed; ");
+    EXPECT_EQ(Show(ExplainValue(manager, "Editor", "Wrap")), "3 12 decides; 0  none; 5 12 same; 0d true shadowed; ");
+    EXPECT_EQ(Show(ExplainValue(manager, "Build", "Target")), "5 t decides; 0  none; 0  none; 0d all shadowed; ");
     EXPECT_EQ(Show(ExplainValue(manager, "Editor", "None")), "0  none; 0  none; 0  none; 0d  undeclared; ");
     EXPECT_EQ(ExplainValue(manager, "Editor", "None").GetDecision(), nullptr);
 
@@ -120,8 +117,7 @@ TEST_F(Explain, PreviewListsWhatChanges) {
     manager.SetValue("Editor/Text", "Font", "f");
     std::string shown;
     for (const SaveChange& change : PreviewSave(*file, nullptr).changes) {
-        shown +=
-            std::to_string(change.kind) + change.address + " " + change.oldText + ">" + change.newText + "; ";
+        shown += std::to_string(change.kind) + change.address + " " + change.oldText + ">" + change.newText + "; ";
     }
     EXPECT_EQ(shown, "0Editor/Name n>m; 1Editor/Text/Font >f; 2Editor/Owner o>; ");
     EXPECT_EQ(PreviewSave(*file, nullptr).kept, 2);

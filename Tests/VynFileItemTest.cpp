@@ -74,10 +74,10 @@ TEST_F(Tree, GathersTheMatchesOfPatterns) {
     std::filesystem::current_path(m_directory.Path());
     std::vector<VynFileItem> items;
     std::string names;
-    const Rows<SString, const char*> rows = {
-        {In("b*"), "b.txt "},     {In("none*"), ""},      {In("[a-c].txt"), "a.txt "},
-        {In("sub/../?.txt"), ""}, {In(".*"), ".hidden "}, {"urn:fileitem:w*", "with blank.c "},
-        {"[al]*", "link "}};
+    const Rows<SString, const char*> rows = {{In("b*"), "b.txt "},        {In("none*"), ""},
+                                             {In("[a-c].txt"), "a.txt "}, {In("sub/../?.txt"), ""},
+                                             {In(".*"), ".hidden "},      {"urn:fileitem:w*", "with blank.c "},
+                                             {"[al]*", "link "}};
     for (const auto& [pattern, added] : rows) {
         EXPECT_EQ(ErrorOutputOf([&, p = pattern] { VynFileItem("").GetFiles(p, items); }), "");
         EXPECT_EQ(Names(items), names += added) << pattern;
@@ -93,8 +93,7 @@ TEST_F(Tree, ReportsADirectoryThatCantBeRead) {
         VynFileItem("").GetFiles(In("sub/*"), items);
         VynFileItem("").GetFiles(In("none/*"), items);
     });
-    EXPECT_EQ(errors,
-              "Permission denied: " + In("sub/*") + "\nNo such file or directory: " + In("none/*") + "\n");
+    EXPECT_EQ(errors, "Permission denied: " + In("sub/*") + "\nNo such file or directory: " + In("none/*") + "\n");
     EXPECT_EQ(Names(items), "before ");
 }
 
@@ -116,8 +115,7 @@ TEST_F(Tree, TellsWhichPathsAreTooLong) {
         std::vector<VynFileItem> items;
         testing::internal::CaptureStderr();
         errno = 0;
-        pattern.empty() ? VynFileItem(directory).GetFilesList(items)
-                        : VynFileItem("").GetFiles(pattern, items);
+        pattern.empty() ? VynFileItem(directory).GetFilesList(items) : VynFileItem("").GetFiles(pattern, items);
         EXPECT_EQ(std::tuple(errno, Names(items)), std::tuple(ENAMETOOLONG, names)) << report;
         EXPECT_EQ(testing::internal::GetCapturedStderr(), "File name too long: " + report + "\n");
     }

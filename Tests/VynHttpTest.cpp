@@ -27,9 +27,8 @@ TEST(TruncAtNewLine, CutsAtTheFirstLineEndButNotAtTheVeryStart) {
 
 TEST(RemoveProtocolFromUrl, NeedsTwoSlashesBehindTheFirstColon) {
     const Rows<Text, bool, Text, Text> rows = {
-        {"http://a/b", true, "http", "a/b"},  {"://", true, "", ""},
-        {"c:\\dir", false, "old", "c:\\dir"}, {"a:b://c", false, "old", "a:b://c"},
-        {"a:/", false, "old", "a:/"},
+        {"http://a/b", true, "http", "a/b"},  {"://", true, "", ""},        {"c:\\dir", false, "old", "c:\\dir"},
+        {"a:b://c", false, "old", "a:b://c"}, {"a:/", false, "old", "a:/"},
     };
     for (const auto& [url, found, expectedProtocol, expectedRest] : rows) {
         std::string protocol = "old", rest = "old";
@@ -79,8 +78,7 @@ TEST(SplitUrl, KnowsHttpAndFile) {
         SplitUrl(url, protocol, host, path);
         std::cerr.rdbuf(before);
         EXPECT_EQ(message.str(), expectedMessage) << url;
-        EXPECT_EQ(std::tuple(protocol, host, path), std::tuple(expectedProtocol, expectedHost, expectedPath))
-            << url;
+        EXPECT_EQ(std::tuple(protocol, host, path), std::tuple(expectedProtocol, expectedHost, expectedPath)) << url;
     }
 }
 
@@ -163,8 +161,7 @@ TEST(PercentCoding, DecodesWhateverStandsBehindAPercentSign) {
 }
 
 std::string Base64(const std::string& bytes) {
-    return base64_encode(reinterpret_cast<const unsigned char*>(bytes.data()),
-                         static_cast<unsigned>(bytes.size()));
+    return base64_encode(reinterpret_cast<const unsigned char*>(bytes.data()), static_cast<unsigned>(bytes.size()));
 }
 
 TEST(Base64, MatchesKnownTexts) {

@@ -75,8 +75,7 @@ struct Lookups {
         for (const char* key : keys) {
             for (const char* name : names) {
                 const CRgValue* plain = Walk(m_plain, key, name);
-                ASSERT_EQ(m_plain.GetValue(key, name), plain ? plain->GetValue() : nullptr)
-                    << What(key, name);
+                ASSERT_EQ(m_plain.GetValue(key, name), plain ? plain->GetValue() : nullptr) << What(key, name);
                 CompareManager(key, name);
             }
         }

@@ -65,11 +65,10 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
         {"an unknown empty section", "[Tool][Build]'Target'='t'", "", "\n[Build]\n\n'Target'='t' \n"},
         {"attributes belong to one heading", "[Editor](a=b, c=d)'Name'='n'[Build]'Target'='t'", "",
          "\n[Editor] (a=b, c=d)\n\n'Name'='n' \n\n[Build]\n\n'Target'='t' \n"},
-        {"the last heading", "[Editor]'Name'='n'[Build](k=v)", "",
-         "\n[Editor]\n\n'Name'='n' \n\n[Build] (k=v)\n\n"},
+        {"the last heading", "[Editor]'Name'='n'[Build](k=v)", "", "\n[Editor]\n\n'Name'='n' \n\n[Build] (k=v)\n\n"},
         {"nothing", "", "", ""},
-        {"an old line with the text, but not the form", "\n[Editor]\n\n'Width'='5' \n'Name'='n' \n",
-         "Editor/Name=!", "\n[Editor]\n\n'Width'=5 \n'Name'='n' ('fixed'='true' )\n"},
+        {"an old line with the text, but not the form", "\n[Editor]\n\n'Width'='5' \n'Name'='n' \n", "Editor/Name=!",
+         "\n[Editor]\n\n'Width'=5 \n'Name'='n' ('fixed'='true' )\n"},
         {"a text that wouldn't read back bare", "[Editor]'Width'=1", "Editor/Width=-1;Editor/Width=!",
          "\n[Editor]\n\n'Width'='-1' ('fixed'='true' )\n"},
         {"the first value goes, the heading stays for the second", "[Editor]'Name'='n''Other'='o'",
@@ -83,14 +82,14 @@ TEST_F(IncrementalSave, WritesWhatMemoryKnowsAndKeepsTheRest) {
          "\n"},
         {"when no known one is left they don't", "[Editor](a=b)'Name'='n''Other'='o'", "",
          "\n[Editor] (a=b)\n\n'Name'='n' \n'Other'='o' \n"},
-        {"repeated values stand once", "[Editor]'Name'='1''Name'='2'[Build]'Target'='a'[Build]'Target'='b'",
-         "", "\n[Editor]\n\n'Name'='2' \n\n[Build]\n\n'Target'='b' \n\n[Build]\n\n"},
+        {"repeated values stand once", "[Editor]'Name'='1''Name'='2'[Build]'Target'='a'[Build]'Target'='b'", "",
+         "\n[Editor]\n\n'Name'='2' \n\n[Build]\n\n'Target'='b' \n\n[Build]\n\n"},
         {"new ones come at the end of the last section of the path",
          "[Editor]'Name'='1'[Build]'Target'='t'[Editor](a=b)'Wrap'='2'[Editor]'Owner'='3'", "Editor/Width=5",
          "\n[Editor]\n\n'Name'='1' \n\n[Build]\n\n'Target'='t' \n"
          "\n[Editor] (a=b)\n\n'Wrap'='2' \n\n[Editor]\n\n'Owner'='3' \n'Width'=5 \n"},
-        {"a shadowed value doesn't come back", "[Editor]'Name'='1''Name'='2''Other'='o'",
-         "Editor/Name=editor", "\n[Editor]\n\n'Other'='o' \n"},
+        {"a shadowed value doesn't come back", "[Editor]'Name'='1''Name'='2''Other'='o'", "Editor/Name=editor",
+         "\n[Editor]\n\n'Other'='o' \n"},
     };
     const auto quoted = [](std::string text) {
         std::replace(text.begin(), text.end(), '\'', '"');
@@ -221,10 +220,8 @@ TEST_F(IncrementalSave, KeepsOwnerAndPermissionsOrSaysWhyNot) {
         {"another's", us, us, 0755, 12345, 12346, 12346, 0640, 0640, &Tool::Save, 0},
         {"of a group one isn't in", kNobody, us, 0777, kNobody, 12346, group, 0674, 0644, &Tool::Save, 0},
         {"not to be replaced", kNobody, 12345, 01777, 12346, group, group, 0666, 0666, &Tool::Save, 0},
-        {"not to be replaced", kNobody, 12345, 01777, 12346, group, group, 0666, 0666, &Tool::SaveBeside,
-         EPERM},
-        {"beside another's temporary file", kNobody, kNobody, 0300, kNobody, group, group, 0600, 0600,
-         &Tool::Save, 0},
+        {"not to be replaced", kNobody, 12345, 01777, 12346, group, group, 0666, 0666, &Tool::SaveBeside, EPERM},
+        {"beside another's temporary file", kNobody, kNobody, 0300, kNobody, group, group, 0600, 0600, &Tool::Save, 0},
         {"read-only", kNobody, us, 0777, 12346, group, group, 0444, 0444, &Tool::Save, EACCES},
         {"read-only", kNobody, us, 0777, 12346, group, group, 0444, 0444, &Tool::SavePlainly, EACCES},
     };
@@ -337,11 +334,10 @@ TEST_F(IncrementalSave, FailedLoadCostsNothingOfTheFile) {
     const std::string text = "\n[Editor]\n\n\"Name\"=\"n\" \n\"Owner\"=\"o\" \n";
     const std::string withWrap = text + "\"Wrap\"=\"false\" \n";
     // Whether the first load fails, not a later one, and what the path holds then, null for nothing.
-    const std::tuple<const char*, bool, const char*> rows[] = {
-        {"away at a reload", false, nullptr},
-        {"malformed at a reload", false, "[Editor] stray"},
-        {"away at first", true, nullptr},
-        {"malformed at first", true, "stray"}};
+    const std::tuple<const char*, bool, const char*> rows[] = {{"away at a reload", false, nullptr},
+                                                               {"malformed at a reload", false, "[Editor] stray"},
+                                                               {"away at first", true, nullptr},
+                                                               {"malformed at first", true, "stray"}};
     for (const auto& [what, atFirst, meanwhile] : rows) {
         Manager manager;
         auto* file = new COptionFile(&manager);
@@ -393,15 +389,12 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
                       fixed = plain + "(\"fixed\"=\"true\" )";
     // The value before, the steps of both, the value after, "" when it is gone, and whether that is a conflict.
     const std::tuple<std::string, const char*, const char*, std::string, bool> rows[] = {
-        {plain, "", "x", "\"x\" ", false},   {plain, "x", "", "\"x\" ", false},
-        {plain, "x", "y", "\"x\" ", true},   {plain, "x", "x", "\"x\" ", false},
-        {plain, "-", "", "", false},         {plain, "-", "x", "", true},
-        {plain, "", "-", "", false},         {plain, "x", "-", "\"x\" ", true},
-        {plain, "!", "", fixed, false},      {plain, "", "!", fixed, false},
-        {open, "!", "", fixed, false},       {open, "", "!", fixed, false},
-        {plain, "0", "", "", false},         {plain, "-ER", "x", "\"x\" ", false},
-        {plain, "-S", "x", "\"x\" ", false}, {plain, "xS", "y", "\"y\" ", false},
-        {plain, "xC", "y", "\"x\" ", true},
+        {plain, "", "x", "\"x\" ", false},   {plain, "x", "", "\"x\" ", false},    {plain, "x", "y", "\"x\" ", true},
+        {plain, "x", "x", "\"x\" ", false},  {plain, "-", "", "", false},          {plain, "-", "x", "", true},
+        {plain, "", "-", "", false},         {plain, "x", "-", "\"x\" ", true},    {plain, "!", "", fixed, false},
+        {plain, "", "!", fixed, false},      {open, "!", "", fixed, false},        {open, "", "!", fixed, false},
+        {plain, "0", "", "", false},         {plain, "-ER", "x", "\"x\" ", false}, {plain, "-S", "x", "\"x\" ", false},
+        {plain, "xS", "y", "\"y\" ", false}, {plain, "xC", "y", "\"x\" ", true},
     };
     const auto text = [](const std::string& value) { return "\n[Editor]\n\n\"Name\"=" + value + "\n"; };
     for (const auto& [old, our, their, value, isConflict] : rows) {
@@ -413,13 +406,11 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
         act(theirs, std::string(their) + "S");
         ASSERT_EQ(ours.Save(), 0);
         std::string saved = ReadText(m_path);
-        EXPECT_EQ(saved.find("Name") == std::string::npos ? "" : saved, value.empty() ? "" : text(value))
-            << what;
+        EXPECT_EQ(saved.find("Name") == std::string::npos ? "" : saved, value.empty() ? "" : text(value)) << what;
         const SVector<SString>& conflicts = ours.file->GetSaveConflicts();
         EXPECT_EQ(conflicts.empty() ? "" : conflicts[0], isConflict ? "Editor/Name" : "") << what;
         ASSERT_EQ(ours.Save(), 0);
-        EXPECT_TRUE(ours.file->GetSaveConflicts().empty())
-            << what << ": what was saved is no longer a change";
+        EXPECT_TRUE(ours.file->GetSaveConflicts().empty()) << what << ": what was saved is no longer a change";
     }
     Tool ours(m_path, text(plain));
     Tool theirs(m_path, text(plain));
@@ -442,12 +433,11 @@ struct RandomFile {
     std::string Text() {
         std::string text;
         for (int n = Pick(6); n >= 0; --n) {
-            text +=
-                std::string("[") + kSections[Pick(5)] + "]" + (Pick(3) == 0 ? "(a=" + Number() + ")" : "");
+            text += std::string("[") + kSections[Pick(5)] + "]" + (Pick(3) == 0 ? "(a=" + Number() + ")" : "");
             for (int values = Pick(5); values > 0; --values) {
                 const bool unknown = Pick(3) == 0;
-                text += std::string("\"") + (unknown ? "u" + Number() : kNames[Pick(6)]) + "\"=\"" +
-                        Number() + "\"" + (Pick(4) == 0 ? "(\"p\"=\"" + Number() + "\")" : "") + "\n";
+                text += std::string("\"") + (unknown ? "u" + Number() : kNames[Pick(6)]) + "\"=\"" + Number() + "\"" +
+                        (Pick(4) == 0 ? "(\"p\"=\"" + Number() + "\")" : "") + "\n";
             }
         }
         return text;

@@ -11,10 +11,8 @@ namespace vyn::test {
 
 inline const COption optBase[] = {{"Name", 1, "base", 0, 0}, {"Owner", 1, "nobody", 0, 0}};
 inline const COptionSet setBase = {"Base", optBase, 2, nullptr};
-inline const COption optEditor[] = {{"Wrap", 1, "true", 0, 0},
-                                    {"Width", 2, "80", 0, 0},
-                                    {"Ratio", 3, "1.5", 0, 0},
-                                    {"Name", 1, "editor", 0, 0}};
+inline const COption optEditor[] = {
+    {"Wrap", 1, "true", 0, 0}, {"Width", 2, "80", 0, 0}, {"Ratio", 3, "1.5", 0, 0}, {"Name", 1, "editor", 0, 0}};
 inline const COptionSet setEditor = {"Editor", optEditor, 4, &setBase};
 inline const COption optText[] = {{"Font", 1, "Mono", 0, 0}, {"Size", 1, "12", 0, 0}};
 inline const COptionSet setText = {"Text", optText, 2, nullptr};

@@ -92,10 +92,9 @@ struct OptionFileTest : testing::Test {
 };
 
 TEST_F(OptionFileTest, LoadKeepsWhatIsDeclared) {
-    COptionFile* file =
-        Add("f",
-            "[Editor](k=v)\"Wrap\"=\"false\" \"Other\"=1 \"Text/Font\"=\"x\"\n"
-            "[Editor/Text]\"Font\"=\"A\" [Tool]\"Wrap\"=\"x\" [Editor/No/Text]\"Font\"=\"B\"");
+    COptionFile* file = Add("f",
+                            "[Editor](k=v)\"Wrap\"=\"false\" \"Other\"=1 \"Text/Font\"=\"x\"\n"
+                            "[Editor/Text]\"Font\"=\"A\" [Tool]\"Wrap\"=\"x\" [Editor/No/Text]\"Font\"=\"B\"");
     ASSERT_NE(file, nullptr);
     EXPECT_STREQ(file->GetValue("Editor", "Wrap"), "false");
     EXPECT_STREQ(file->GetValue("Editor/Text", "Font"), "A");

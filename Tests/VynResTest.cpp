@@ -31,8 +31,8 @@ TEST(StringTable, CutsATextToTheBuffer) {
     table.Add(7, "abc");
     table.Add(0, "");
     // A size of 0 stands for a null buffer.
-    const std::tuple<unsigned, int, int, const char*> rows[] = {
-        {7, 4, 4, "abc"}, {7, 3, 3, "ab"}, {7, 1, 1, ""}, {7, 0, 3, "?"}, {8, 9, -1, "?"}, {0, 5, 1, ""}};
+    const std::tuple<unsigned, int, int, const char*> rows[] = {{7, 4, 4, "abc"}, {7, 3, 3, "ab"}, {7, 1, 1, ""},
+                                                                {7, 0, 3, "?"},   {8, 9, -1, "?"}, {0, 5, 1, ""}};
     for (const auto& [id, size, result, text] : rows) {
         char buffer[] = "?\0cdefghi";
         EXPECT_EQ(table.GetString(id, size ? buffer : nullptr, size), result) << id << ", " << size;
@@ -93,9 +93,8 @@ TEST(ResourceFormat, PutsNumberedArgumentsInTheOrderOfTheText) {
     VynDllHrscState current(module);
     // A null text stands for a failure.
     const std::pair<const char*, const char*> rows[] = {
-        {"%s is %s", "a is b"}, {"%$2s %$1s %s", "b a b"},     {"%$3s %s", nullptr},
-        {"%$0s %s", nullptr},   {"%%%$2s%% %s", "%b% (null)"}, {"%s%s%s%s%s%s%s%s%s%s", nullptr},
-        {"%s %5*d", nullptr},   {"%$2s %2n", nullptr},
+        {"%s is %s", "a is b"},        {"%$2s %$1s %s", "b a b"},         {"%$3s %s", nullptr}, {"%$0s %s", nullptr},
+        {"%%%$2s%% %s", "%b% (null)"}, {"%s%s%s%s%s%s%s%s%s%s", nullptr}, {"%s %5*d", nullptr}, {"%$2s %2n", nullptr},
     };
     for (const auto& [format, expected] : rows) {
         table.Add(1, format);
@@ -144,16 +143,14 @@ TEST(Language, ChoosesTheStrings) {
     const std::tuple<const char*, std::string, std::string> rows[] = {
         {"", english, ""},
         {"DRAVMOOR_STUDIO_LANGUAGE=", english, ""},
-        {"DRAVMOOR_STUDIO_LANGUAGE=x-pseudo",
-         "x-pseudo\n@/opt/locale/x-pseudo\n@/opt/locale/en\n" + pseudo + "\nown\n", ""},
-        {"DRAVMOOR_STUDIO_LANGUAGE=de",
-         "de\n@/opt/locale/de\n@/opt/locale/en\n'%s' konnte nicht zum Schreiben geöffnet werden.\nother\n",
+        {"DRAVMOOR_STUDIO_LANGUAGE=x-pseudo", "x-pseudo\n@/opt/locale/x-pseudo\n@/opt/locale/en\n" + pseudo + "\nown\n",
          ""},
+        {"DRAVMOOR_STUDIO_LANGUAGE=de",
+         "de\n@/opt/locale/de\n@/opt/locale/en\n'%s' konnte nicht zum Schreiben geöffnet werden.\nother\n", ""},
         {"DRAVMOOR_STUDIO_LANGUAGE=../elsewhere", "../elsewhere\n@/opt/elsewhere" + none, noFolder},
         {"DRAVMOOR_STUDIO_LANGUAGE=sub/de", "sub/de\n@/opt/locale/sub/de" + none, noFolder},
         {"DRAVMOOR_STUDIO_LANGUAGE=xx", "xx\n@/opt/locale/xx" + none,
-         failed + "@/opt/locale/xx/VYN10_R.DLL: cannot open shared object file: No such file or directory" +
-             unknown},
+         failed + "@/opt/locale/xx/VYN10_R.DLL: cannot open shared object file: No such file or directory" + unknown},
     };
     for (const auto& [variable, out, err] : rows) {
         const ProbeResult result = RunProbe(directory, std::string("LD_LIBRARY_PATH=@/opt/lib ") + variable,
@@ -168,8 +165,7 @@ TEST(Start, MakesTheLibrarysHandleCurrentUntilItsEnd) {
     TemporaryDirectory directory;
     for (const char* current : {"own", "other"}) {
         const std::string language = current == std::string("own") ? "en" : "de";
-        const ProbeResult result =
-            RunProbe(directory, "DRAVMOOR_STUDIO_LANGUAGE=" + language, "Probe states");
+        const ProbeResult result = RunProbe(directory, "DRAVMOOR_STUDIO_LANGUAGE=" + language, "Probe states");
         const std::regex states(std::string("before: .*before\nmain: .*") + current + "\nend: .*before\n");
         EXPECT_TRUE(std::regex_match(result.out, states)) << result.out << result.err;
         EXPECT_EQ(result.status, 0);

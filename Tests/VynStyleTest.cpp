@@ -21,12 +21,8 @@ struct Known : CStyle {
 struct Style : testing::Test {
     static std::string Text(const char* text) { return text ? text : "(null)"; }
     static const char* Path(CStyle& style) { return style.GetMgrCategory()->GetPath(); }
-    static std::string Get(CStyle& style, const char* name) {
-        return Text(style.GetValue(Path(style), name));
-    }
-    static void Set(CStyle& style, const char* name, const char* text) {
-        style.SetValue(Path(style), name, text);
-    }
+    static std::string Get(CStyle& style, const char* name) { return Text(style.GetValue(Path(style), name)); }
+    static void Set(CStyle& style, const char* name, const char* text) { style.SetValue(Path(style), name, text); }
     static COptionFile* TopFile(CStyle& style) {
         void* pos = style.GetFirstFilePosition();
         return style.GetNextFile(pos);
@@ -119,8 +115,7 @@ TEST_F(Style, FilesHoldDifferencesAndTheChainTheRest) {
         EXPECT_EQ(Stored(style, name), stored) << name << " " << value;
         EXPECT_EQ(Get(*hint, name), inherited) << name << " " << value;
     }
-    EXPECT_EQ(Saved(*note),
-              "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\"Font\"=\"Mono\" \n\"BasedOn\"=\"Body\" \n");
+    EXPECT_EQ(Saved(*note), "\n[Doc/Styles/Note/Para] (Para=Note)\n\n\"Font\"=\"Mono\" \n\"BasedOn\"=\"Body\" \n");
     EXPECT_STREQ(body->GetHeritedValue(Path(*body), "Font"), "Serif") << "without a parent its own";
     EXPECT_STREQ(note->GetValue("Doc/Styles/Note", "Para/Font"), "Sans") << "not the style's own key";
 
@@ -201,8 +196,7 @@ TEST_F(Style, OutlivesItsKindAndWhatItWasMadeFrom) {
     EXPECT_EQ(Saved(*thin), "\n[Doc/Styles/Thin/Line] (Line=Thin)\n\n\"Width\"=4 \n");
     thin.reset();
     EXPECT_STREQ(merged.GetValue("Doc/Styles/Thin/Line", "BasedOn"), "none");
-    EXPECT_STREQ(merged.FindCategory("Doc", 0)->FindCategory("Styles", 0)->GetOptionSet()->GetName(),
-                 "Styles");
+    EXPECT_STREQ(merged.FindCategory("Doc", 0)->FindCategory("Styles", 0)->GetOptionSet()->GetName(), "Styles");
 }
 
 struct StyleFile : Style {

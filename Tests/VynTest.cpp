@@ -21,9 +21,8 @@ void AssertWith(const char* atFirst, const char* later) {
 TEST(SoftAssertion, ReportsWhenTheVariableIsThereAtTheFirstCall) {
     const testing::ExitedWithCode success(0);
     EXPECT_EXIT(AssertWith(nullptr, "1"), success, "^$");
-    EXPECT_EXIT(
-        AssertWith("", nullptr), success,
-        "^Assertion failed: a < b, file x.cpp, line 12\nAssertion failed: a < b, file x.cpp, line 12\n$");
+    EXPECT_EXIT(AssertWith("", nullptr), success,
+                "^Assertion failed: a < b, file x.cpp, line 12\nAssertion failed: a < b, file x.cpp, line 12\n$");
 }
 
 TEST(SmallHelpers, GiveTextsThatFit) {

@@ -172,10 +172,9 @@ TEST_F(Tool, TakesAHundredThousandValues) {
                 "\"=" + std::to_string(i) + "\n";
     }
     WriteText(m_directory / "large", text);
-    EXPECT_EQ(
-        Run("vyn set -f large S99/v99999 x && vyn get -f large S99/v99999 && vyn list -f large | wc -l && "
-            "vyn check large && vyn explain -f large S0/v7"),
-        0);
+    EXPECT_EQ(Run("vyn set -f large S99/v99999 x && vyn get -f large S99/v99999 && vyn list -f large | wc -l && "
+                  "vyn check large && vyn explain -f large S0/v7"),
+              0);
     EXPECT_EQ(output, "x\n100000\n> large:11  \"7\"  decides\n");
 }
 

@@ -47,21 +47,17 @@ struct TestScheme final : SUriScheme {
         return Note("GetDefaultOutputLocation", uri, eStatusNotDone);
     }
     void GetSchemeDescription(SString& text) const override { text = "Test"; }
-    bool IsReadOnly(const SString& uri, bool flag) override {
-        return Note("IsReadOnly", uri + "," + Is(flag), flag);
-    }
+    bool IsReadOnly(const SString& uri, bool flag) override { return Note("IsReadOnly", uri + "," + Is(flag), flag); }
     bool IsEqual(const SString& first, const SString& second) override {
         return Note("IsEqual", first + "," + second, false);
     }
     bool MakeEditable(const SString& uri) override { return Note("MakeEditable", uri, true); }
     int GetCapabilities() const override { return m_nCapabilities; }
-    SStatus OpenDialog(SVector<SString>&, const SString& start, SString& result,
-                       const SString& extra) override {
+    SStatus OpenDialog(SVector<SString>&, const SString& start, SString& result, const SString& extra) override {
         result = "chosen";
         return Note("OpenDialog", start + "," + extra, eStatusDone);
     }
-    SStatus SaveDialog(SVector<SString>&, const SString& start, SString& result,
-                       const SString& extra) override {
+    SStatus SaveDialog(SVector<SString>&, const SString& start, SString& result, const SString& extra) override {
         result = "chosen";
         return Note("SaveDialog", start + "," + extra, eStatusDone);
     }
@@ -69,8 +65,7 @@ struct TestScheme final : SUriScheme {
         result = "chosen";
         return Note("DirDialog", start, eStatusDone);
     }
-    SStatus DirectRead(SVector<SString>&, const SString& uri, SVector<void*>& data,
-                       const void* context) override {
+    SStatus DirectRead(SVector<SString>&, const SString& uri, SVector<void*>& data, const void* context) override {
         return Note("DirectRead", uri + (data.empty() && context == this ? "" : "?"), eStatusDone);
     }
     SStatus DirectWrite(SVector<SString>&, const SString& uri, const SVector<void*>& data,
@@ -101,7 +96,7 @@ struct Operation {
     const char* name;
     int bit;  // the capability that a scheme needs for it; 0 for none
     std::string (*call)(const SString& uri);
-    const char *result, *calls;  // of the scheme that takes the resolved text, r, or the given one, g
+    const char *result, *calls;           // of the scheme that takes the resolved text, r, or the given one, g
     const char *noHandler, *notResolved;  // the results for a URI that nobody takes, and a URN without a name
 };
 
@@ -122,8 +117,7 @@ const Operation operations[] = {
      "r.OpenWrite(t:/x);", "null 0", "null 0"},
     {"GetFormat", 0, [](const SString& uri) { return std::to_string(SUri.GetFormat(uri)); }, "7",
      "g.GetFormat(urn:u:x);", "0", "0"},
-    {"CanHandle", 0, [](const SString& uri) { return Is(SUri.CanHandle(uri)); }, "true", "", "false",
-     "false"},
+    {"CanHandle", 0, [](const SString& uri) { return Is(SUri.CanHandle(uri)); }, "true", "", "false", "false"},
     {"GetDisplayText", 0,
      [](const SString& uri) {
          SString text("before");
@@ -149,9 +143,8 @@ const Operation operations[] = {
          return std::to_string(SUri.DirectRead(ignored, uri, data, context));
      },
      "1", "g.DirectRead(urn:u:x);", "2", "2"},
-    {"DirectWrite", 0,
-     [](const SString& uri) { return std::to_string(SUri.DirectWrite(ignored, uri, {}, context)); }, "1",
-     "g.DirectWrite(urn:u:x);", "2", "2"}};
+    {"DirectWrite", 0, [](const SString& uri) { return std::to_string(SUri.DirectWrite(ignored, uri, {}, context)); },
+     "1", "g.DirectWrite(urn:u:x);", "2", "2"}};
 
 TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
     SUrnResolver::RegisterUrn("u", "t:");
@@ -168,9 +161,7 @@ TEST(Composite, HandsOnTheResolvedOrTheGivenText) {
         TestScheme unable("unable", "t:", allCapabilities - operation.bit);
         operation.call("t:x");
         const std::string asked = TakeCalls();
-        EXPECT_EQ(asked.substr(0, asked.find('.')), !*operation.calls ? ""
-                                                    : operation.bit   ? "able"
-                                                                      : "unable");
+        EXPECT_EQ(asked.substr(0, asked.find('.')), !*operation.calls ? "" : operation.bit ? "able" : "unable");
         EXPECT_EQ(GetMatchingUriScheme("t:x", SUriScheme::SCapability(255)), &unable) << "any bit will do";
     }
     EXPECT_FALSE(SUri.IsEqual("n:x", "urn:none")) << "the second one counts too";

@@ -7,10 +7,10 @@ namespace {
 
 using namespace test;
 TEST(UriText, HasASchemeOfLettersAndDigits) {
-    const Rows<const char*, bool> rows = {
-        {"a:", true},     {"c:\\x", true},      {"a1:x", true}, {"http://h", true}, {"Z9z:", true},
-        {"a", false},     {"", false},          {":", false},   {"1a:", false},     {"a-b:x", false},
-        {"a+b:x", false}, {"\xC3\xA9:", false}, {"ab", false},  {"a/b:c", false},   {"a b:", false}};
+    const Rows<const char*, bool> rows = {{"a:", true},   {"c:\\x", true},  {"a1:x", true},   {"http://h", true},
+                                          {"Z9z:", true}, {"a", false},     {"", false},      {":", false},
+                                          {"1a:", false}, {"a-b:x", false}, {"a+b:x", false}, {"\xC3\xA9:", false},
+                                          {"ab", false},  {"a/b:c", false}, {"a b:", false}};
     for (const auto& [text, expected] : rows) {
         EXPECT_EQ(VynIsAUri(text), expected) << text;
     }
@@ -23,8 +23,7 @@ TEST(UriText, TellsTheKindByItsExactPrefix) {
         {"ql:", false, false, true},      {"qlx:", false, false, false},   {"", false, false, false},
         {nullptr, false, false, false}};
     for (const auto& [text, urn, reqix, ql] : rows) {
-        EXPECT_EQ(std::tuple(VynIsAUrn(text), VynIsAReqixUri(text), VynIsAQLUri(text)),
-                  std::tuple(urn, reqix, ql))
+        EXPECT_EQ(std::tuple(VynIsAUrn(text), VynIsAReqixUri(text), VynIsAQLUri(text)), std::tuple(urn, reqix, ql))
             << (text ? text : "null");
     }
 }

@@ -213,8 +213,7 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
     WriteText(m_home / "file", "");
     std::filesystem::current_path(m_home.Path());
     const auto missing = [](const std::string& name, const std::string& target) {
-        return "URN '" + name + "', target location not found: '" + target +
-               "'. Error :'No such file or directory'.\n";
+        return "URN '" + name + "', target location not found: '" + target + "'. Error :'No such file or directory'.\n";
     };
     const Rows<const char*, const char*, bool, const char*, std::string> rows = {
         {"n1", "@/dir/", true, "@/dir/", ""},
@@ -245,18 +244,17 @@ TEST_F(UrnTest, ChecksATargetAndTakesItAllTheSame) {
 TEST_F(UrnTest, ResolvesAUrn) {
     SUrnResolver::RegisterURNsFromOptionString("mine:/home/mine;rel:a/../b;empty");
     const std::string most(1023, 'x');
-    const Rows<std::string, bool, int, std::string> rows = {
-        {"urn:MINE:a/b.txt", true, 0, "/home/mine/a/b.txt"},
-        {"urn:mine:../b\\c", true, 0, "/home/mine/../b/c"},
-        {"urn:mine:/a/../b", true, 0, "/home/mine//b"},
-        {"urn:rel:x", true, 0, "a/../b/x"},
-        {"urn:empty:f", true, 0, "f"},
-        {"/a/../b", true, 1, "/a/../b"},
-        {"URN:mine:a", true, 1, "URN:mine:a"},
-        {"urn:mine", false, 2, "urn:mine"},
-        {"urn:NoSuch:x", false, 3, "urn:NoSuch:x"},
-        {"urn:mine:" + most, true, 0, "/home/mine/" + most},
-        {"urn:mine:x" + most, false, 2, "urn:mine:x" + most}};
+    const Rows<std::string, bool, int, std::string> rows = {{"urn:MINE:a/b.txt", true, 0, "/home/mine/a/b.txt"},
+                                                            {"urn:mine:../b\\c", true, 0, "/home/mine/../b/c"},
+                                                            {"urn:mine:/a/../b", true, 0, "/home/mine//b"},
+                                                            {"urn:rel:x", true, 0, "a/../b/x"},
+                                                            {"urn:empty:f", true, 0, "f"},
+                                                            {"/a/../b", true, 1, "/a/../b"},
+                                                            {"URN:mine:a", true, 1, "URN:mine:a"},
+                                                            {"urn:mine", false, 2, "urn:mine"},
+                                                            {"urn:NoSuch:x", false, 3, "urn:NoSuch:x"},
+                                                            {"urn:mine:" + most, true, 0, "/home/mine/" + most},
+                                                            {"urn:mine:x" + most, false, 2, "urn:mine:x" + most}};
     for (const auto& [urn, result, expectedStatus, expectedPath] : rows) {
         SString path("?");
         SUrnResolver::SURNStatus status;
@@ -273,12 +271,11 @@ TEST_F(UrnTest, ResolvesAUrn) {
 TEST_F(UrnTest, CreatesAUrnOfTheFirstNameThatFits) {
     SUrnResolver::RegisterURNsFromOptionString("z:/p;inner:/p/q;empty;drive:c:/x;cwd:/usr/local");
     std::filesystem::current_path("/usr");
-    const std::pair<const char*, std::vector<const char*>> rows[] = {
-        {"urn:inner:a.txt", {"/p/q/a.txt"}},
-        {"urn:z:b", {"/p/a/../b", "\\p\\b", "urn:z:b"}},
-        {"urn:z:", {"/p/"}},
-        {"urn:cwd:a", {"local/a"}},
-        {"urn:drive:y", {"c:\\x\\y"}}};
+    const std::pair<const char*, std::vector<const char*>> rows[] = {{"urn:inner:a.txt", {"/p/q/a.txt"}},
+                                                                     {"urn:z:b", {"/p/a/../b", "\\p\\b", "urn:z:b"}},
+                                                                     {"urn:z:", {"/p/"}},
+                                                                     {"urn:cwd:a", {"local/a"}},
+                                                                     {"urn:drive:y", {"c:\\x\\y"}}};
     for (const auto& [expected, paths] : rows) {
         for (const char* path : paths) {
             EXPECT_EQ(Create(path), expected) << path;
@@ -363,11 +360,11 @@ TEST_F(UrnTest, ResolvesBeneathTheTarget) {
     std::filesystem::current_path(root);
     const std::pair<int, std::vector<const char*>> rows[] = {
         {0,
-         {"urn:r:", "urn:r:sub/new/x", "urn:r:sub/../sub", "urn:r:../beneath", "urn:r:in/..",
-          "urn:r:out/beneath/sub", "urn:r:back/sub", "urn:link:x", "urn:all:etc/..", "urn:rel:x"}},
+         {"urn:r:", "urn:r:sub/new/x", "urn:r:sub/../sub", "urn:r:../beneath", "urn:r:in/..", "urn:r:out/beneath/sub",
+          "urn:r:back/sub", "urn:link:x", "urn:all:etc/..", "urn:rel:x"}},
         {EXDEV,
-         {"urn:r:..", "urn:r:none/../..", "urn:r:../beneather", "urn:r:in/../../..", "urn:r:out",
-          "urn:r:gone", "urn:link:..", "urn:rel:../x"}},
+         {"urn:r:..", "urn:r:none/../..", "urn:r:../beneather", "urn:r:in/../../..", "urn:r:out", "urn:r:gone",
+          "urn:link:..", "urn:rel:../x"}},
         {EINVAL, {"urn:empty:x", "urn:r", "/x"}},
         {ENOENT, {"urn:nosuch:x"}},
         {ELOOP, {"urn:r:loop/x"}}};

@@ -22,21 +22,20 @@ TEST(FilenameExpand, ReplacesReferencesAndALeadingTilde) {
     setenv("VYN_NESTED", "$(VYN_X)$", 1);
     setenv("VYN_HOME", "~", 1);
     unsetenv("VYN_Y");
-    const std::pair<std::string, std::string> rows[] = {
-        {"a$(VYN_X)$(VYN_X)", "a1212"},
-        {"$(VYN_X", "12"},
-        {"$(VYN_Y", "$(VYN_Y)"},
-        {"$(VYN_NESTED)(VYN_X)", "$(VYN_X)$(VYN_X)"},
-        {"$(VYN_HOME)/a", home + "/a"},
-        {"~/x/~", home + "/x/~"},
-        {std::string("~") + user->pw_name + "/x", home + "/x"},
-        {most + "y", most},
-        {most.substr(2) + "$(VYN_X)", most.substr(2) + "12"},
-        {most.substr(1) + "$(VYN_X)$", most.substr(1) + "$ ERANGE"},
-        {most.substr(1) + "$a", most.substr(1) + "$"},
-        {most.substr(4) + "$(VYN_Y)", most.substr(4) + "$() ERANGE"},
-        {"~/" + fitting, home + "/" + fitting},
-        {"~/x" + fitting, "~/x" + fitting + " ERANGE"}};
+    const std::pair<std::string, std::string> rows[] = {{"a$(VYN_X)$(VYN_X)", "a1212"},
+                                                        {"$(VYN_X", "12"},
+                                                        {"$(VYN_Y", "$(VYN_Y)"},
+                                                        {"$(VYN_NESTED)(VYN_X)", "$(VYN_X)$(VYN_X)"},
+                                                        {"$(VYN_HOME)/a", home + "/a"},
+                                                        {"~/x/~", home + "/x/~"},
+                                                        {std::string("~") + user->pw_name + "/x", home + "/x"},
+                                                        {most + "y", most},
+                                                        {most.substr(2) + "$(VYN_X)", most.substr(2) + "12"},
+                                                        {most.substr(1) + "$(VYN_X)$", most.substr(1) + "$ ERANGE"},
+                                                        {most.substr(1) + "$a", most.substr(1) + "$"},
+                                                        {most.substr(4) + "$(VYN_Y)", most.substr(4) + "$() ERANGE"},
+                                                        {"~/" + fitting, home + "/" + fitting},
+                                                        {"~/x" + fitting, "~/x" + fitting + " ERANGE"}};
     for (const auto& [text, expected] : rows) {
         EXPECT_EQ(Expand(text), expected) << text.substr(0, 20);
     }

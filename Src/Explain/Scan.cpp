@@ -39,12 +39,11 @@ void CFindings::Add(FindingCode code, const char* place, std::initializer_list<S
     const int line = LineOf(place);
     const size_t begin = m_lines[static_cast<size_t>(line) - 1];
     const auto id = static_cast<LibraryString>(eStrFinding + static_cast<unsigned>(code));
-    m_findings.push_back({line, static_cast<int>(static_cast<size_t>(place - m_text.data()) - begin) + 1,
-                          code, OwnMessage(id, texts)});
+    m_findings.push_back(
+        {line, static_cast<int>(static_cast<size_t>(place - m_text.data()) - begin) + 1, code, OwnMessage(id, texts)});
 }
 
-void CFindings::AddWithGuess(FindingCode code, const char* place, const SString& name,
-                             const std::string& guess) {
+void CFindings::AddWithGuess(FindingCode code, const char* place, const SString& name, const std::string& guess) {
     Add(code, place, {name});
     if (!guess.empty()) {
         m_findings.back().text += OwnMessage(eStrDidYouMean, {guess});
@@ -97,13 +96,12 @@ void CScan::EndHeading(const RgAttributes&, const char* end) {
     m_behind = end;
 }
 
-void CScan::Value(std::string_view name, std::string_view text, const RgAttributes& attributes,
-                  const char* start, const char* end) {
+void CScan::Value(std::string_view name, std::string_view text, const RgAttributes& attributes, const char* start,
+                  const char* end) {
     if (name.size() > 255) {
         m_findings.Add(FindingCode::eNameTooLong, start, {std::to_string(name.size())});
     }
-    ScannedValue value{m_sections.size() - 1, start,         std::string(name),
-                       std::string(text),     std::string(), false};
+    ScannedValue value{m_sections.size() - 1, start, std::string(name), std::string(text), std::string(), false};
     // A text that was rewritten doesn't stand in the input.
     const bool isInText = text.data() > m_text.data() && text.data() <= m_end;
     value.isQuoted = isInText && text.data()[-1] == '"';
@@ -137,8 +135,7 @@ void CScan::Odd(RgOddity oddity, const char* place, std::string_view token) {
             m_findings.Add(FindingCode::eOddAttributes, place);
             break;
         case eRgMissingText:
-            m_findings.Add(FindingCode::eMissingText, place,
-                           {Excerpt(place + 1, std::find(place + 1, m_end, '"'))});
+            m_findings.Add(FindingCode::eMissingText, place, {Excerpt(place + 1, std::find(place + 1, m_end, '"'))});
             break;
         case eRgNumber: {
             const std::string written(place, std::find_if_not(place, m_end, IsDigit));
@@ -152,8 +149,7 @@ void CScan::Odd(RgOddity oddity, const char* place, std::string_view token) {
 
 void CScan::Stop(const char* place, RgExpected expected) {
     const SString there = Excerpt(place, m_end);
-    if (expected == eRgValueOrHeading && m_behind &&
-        m_findings.LineOf(m_behind) == m_findings.LineOf(place)) {
+    if (expected == eRgValueOrHeading && m_behind && m_findings.LineOf(m_behind) == m_findings.LineOf(place)) {
         m_findings.Add(FindingCode::eTextAfterValue, place, {there});
         return;
     }

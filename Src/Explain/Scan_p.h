@@ -66,8 +66,8 @@ public:
     void BeginSection(const char* start);
     void Element(std::string_view name);
     void EndHeading(const RgAttributes& attributes, const char* end);
-    void Value(std::string_view name, std::string_view text, const RgAttributes& attributes,
-               const char* start, const char* end);
+    void Value(std::string_view name, std::string_view text, const RgAttributes& attributes, const char* start,
+               const char* end);
     void Odd(RgOddity oddity, const char* place, std::string_view token);
     void Stop(const char* place, RgExpected expected);
 

@@ -110,8 +110,7 @@ bool SplitStylePath(const std::string& path, std::string& name, std::string& fam
 // The checks that need no tables.
 class CPlainCheck {
 public:
-    CPlainCheck(const detail::CScan& scan, detail::CFindings& findings)
-        : m_scan(scan), m_findings(findings) {}
+    CPlainCheck(const detail::CScan& scan, detail::CFindings& findings) : m_scan(scan), m_findings(findings) {}
 
     void Run() {
         CheckRepetitions();
@@ -184,8 +183,7 @@ private:
                SplitStylePath(m_scan.Sections()[value.section].path, name, family);
     }
 
-    static bool LeadsTo(const std::map<std::string, std::string>& parents, std::string from,
-                        const std::string& style) {
+    static bool LeadsTo(const std::map<std::string, std::string>& parents, std::string from, const std::string& style) {
         std::set<std::string> asked;
         while (from != style) {
             const auto next = parents.find(from);
@@ -204,8 +202,7 @@ private:
 // The checks against a manager's tables and the files below.
 class CDeclaredCheck {
 public:
-    CDeclaredCheck(const char* path, COptionManager& manager, const detail::CScan& scan,
-                   detail::CFindings& findings)
+    CDeclaredCheck(const char* path, COptionManager& manager, const detail::CScan& scan, detail::CFindings& findings)
         : m_manager(manager), m_scan(scan), m_findings(findings), m_file(manager.GetFile(path)) {
         CollectPaths(manager, m_paths);
     }
@@ -390,8 +387,7 @@ int CheckUrnMap(const char* path, std::vector<Finding>& found) {
         } else if (!added.second) {
             findings.Add(FindingCode::eUrnShadowed, place,
                          {name, std::to_string(findings.LineOf(added.first->second))});
-        } else if (target.empty() || target[0] != '/' ||
-                   !SUrnResolver::DoesUrnTargetExist(name, target, false)) {
+        } else if (target.empty() || target[0] != '/' || !SUrnResolver::DoesUrnTargetExist(name, target, false)) {
             findings.Add(FindingCode::eUrnTarget, place, {name, target});
         }
     }

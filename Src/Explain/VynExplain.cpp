@@ -36,8 +36,7 @@ void AppendFiles(const COptionManager& manager, const char* key, const char* nam
 }
 
 // Appends the default of the manager's tables.
-void AppendDefault(const COptionManager& manager, const char* key, const char* name,
-                   std::vector<ExplainStep>& steps) {
+void AppendDefault(const COptionManager& manager, const char* key, const char* name, std::vector<ExplainStep>& steps) {
     ExplainStep step;
     step.isDefault = true;
     step.role = eNotDeclared;
@@ -154,8 +153,7 @@ ChangeAnswer CanChange(COptionManager& manager, const char* key, const char* nam
     }
     // Without a fixed value it is the top file that stands in the way.
     if (answer.obstacle == eNoObstacle) {
-        const bool isUnloaded =
-            top->IsPersonal() && top->GetLoadError() != 0 && top->GetLoadError() != ENOENT;
+        const bool isUnloaded = top->IsPersonal() && top->GetLoadError() != 0 && top->GetLoadError() != ENOENT;
         answer.obstacle = isUnloaded ? eNotLoaded : eNotWritable;
         answer.error = isUnloaded ? top->GetLoadError() : access(top->GetPathName(), W_OK) != 0 ? errno : 0;
         answer.file = top->GetPathName();

@@ -24,8 +24,8 @@ public:
     void BeginSection(const char*) { m_path.clear(); }
     void Element(std::string_view name) { m_path.append(m_path.empty() ? "" : "/").append(name); }
     void EndHeading(const detail::RgAttributes&, const char*) {}
-    void Value(std::string_view name, std::string_view text, const detail::RgAttributes& attributes,
-               const char*, const char*) {
+    void Value(std::string_view name, std::string_view text, const detail::RgAttributes& attributes, const char*,
+               const char*) {
         std::string line(text);
         for (const auto& attribute : attributes) {
             line.append("\n").append(attribute.first).append("=").append(attribute.second);

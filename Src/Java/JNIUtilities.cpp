@@ -198,8 +198,7 @@ k4::IUnknown* CreateNewWrappingCppObject(JNIEnv* env, jobject object, const char
         return nullptr;
     }
     if (!IsInstanceOf(env, object, interfaceName)) {
-        k4::ThrowAPIError(std::string("Java object does not implement the expected interface ") +
-                          interfaceName);
+        k4::ThrowAPIError(std::string("Java object does not implement the expected interface ") + interfaceName);
     }
     const char* slash = strrchr(interfaceName, '/');
     const std::string shortName = slash ? slash + 1 : interfaceName;

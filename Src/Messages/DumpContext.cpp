@@ -4,8 +4,7 @@ namespace vyn {
 
 CFileDumpContext::CFileDumpContext(FILE* file) : m_pFile(file) {}
 
-CFileDumpContext::CFileDumpContext(const char* path)
-    : m_strName(path), m_pFile(fopen(m_strName.c_str(), "we")) {}
+CFileDumpContext::CFileDumpContext(const char* path) : m_strName(path), m_pFile(fopen(m_strName.c_str(), "we")) {}
 
 CDumpCtx* CFileDumpContext::operator<<(int value) {
     if (m_pFile) {

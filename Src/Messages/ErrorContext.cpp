@@ -20,8 +20,7 @@ CErrorContext* CErrorContext::operator<<(const char* text) {
     return this;
 }
 
-CFileErrorContext::CFileErrorContext(const char* path)
-    : m_strName(path), m_pFile(fopen(m_strName.c_str(), "we")) {}
+CFileErrorContext::CFileErrorContext(const char* path) : m_strName(path), m_pFile(fopen(m_strName.c_str(), "we")) {}
 
 CFileErrorContext::CFileErrorContext(FILE* file) : m_pFile(file) {}
 

@@ -19,8 +19,7 @@ char MsgBuf[1024];
 void vyn_assert(const char* expression, const char* file, int line) {
     static const bool on = detail::Environment("QZD_ASSERT") != nullptr;
     if (on) {
-        vynerr << "Assertion failed: " << expression << ", file " << file << ", line " << line << endl
-               << flush;
+        vynerr << "Assertion failed: " << expression << ", file " << file << ", line " << line << endl << flush;
     }
 }
 

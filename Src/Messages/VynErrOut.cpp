@@ -191,8 +191,7 @@ void CMsgOut::Deliver() {
     WriteOut(text);
     if (State().bAssert) {
         // On vynerr itself, the report goes out behind a repetition of the message.
-        vynerr << SString(this == &vynerr ? text : std::string()) << IntErr << "assert dialog not available"
-               << endl;
+        vynerr << SString(this == &vynerr ? text : std::string()) << IntErr << "assert dialog not available" << endl;
         // Not by a flush, which would report again.
         vynerr.WriteOut(vynerr.TakeText());
         vynerr.EndDelivery();

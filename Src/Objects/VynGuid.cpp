@@ -10,17 +10,16 @@ namespace k4 {
 
 void GUID::ToString(std::string& out) const {
     char text[37];
-    snprintf(text, sizeof text, "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", Data1, Data2, Data3,
-             Data4[0], Data4[1], Data4[2], Data4[3], Data4[4], Data4[5], Data4[6], Data4[7]);
+    snprintf(text, sizeof text, "%08X-%04X-%04X-%02X%02X-%02X%02X%02X%02X%02X%02X", Data1, Data2, Data3, Data4[0],
+             Data4[1], Data4[2], Data4[3], Data4[4], Data4[5], Data4[6], Data4[7]);
     out = text;
 }
 
 bool GUID::FromString(const std::string& text, GUID& out) {
     unsigned head[3] = {};
     unsigned tail[8] = {};
-    const int fields =
-        sscanf(text.c_str(), "%8x-%4x-%4x-%2x%2x-%2x%2x%2x%2x%2x%2x", &head[0], &head[1], &head[2], &tail[0],
-               &tail[1], &tail[2], &tail[3], &tail[4], &tail[5], &tail[6], &tail[7]);
+    const int fields = sscanf(text.c_str(), "%8x-%4x-%4x-%2x%2x-%2x%2x%2x%2x%2x%2x", &head[0], &head[1], &head[2],
+                              &tail[0], &tail[1], &tail[2], &tail[3], &tail[4], &tail[5], &tail[6], &tail[7]);
     out = GUID{};
     if (fields != 11) {
         return false;

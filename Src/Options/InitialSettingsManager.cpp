@@ -81,8 +81,7 @@ std::vector<SPathName> ListedFiles(const char* list, const SPathName& userDirect
         return paths;
     }
     char* rest = nullptr;
-    for (const char* element = strtok_r(&text[0], ";", &rest); element;
-         element = strtok_r(nullptr, ";", &rest)) {
+    for (const char* element = strtok_r(&text[0], ";", &rest); element; element = strtok_r(nullptr, ";", &rest)) {
         SPathName path(element);
         if (!path.IsAbsolutePath()) {
             path = paths.empty() ? userDirectory : allUsersDirectory;
@@ -124,8 +123,7 @@ void COptionManager::LoadPredefinedOptionFiles() {
     if (MakeSureOfFile(initialPath.c_str())) {
         initial.Load(initialPath.c_str());
     }
-    for (const SPathName& path :
-         ListedFiles(initial.GetPredefinedOptionFiles(), userDirectory, allUsersDirectory)) {
+    for (const SPathName& path : ListedFiles(initial.GetPredefinedOptionFiles(), userDirectory, allUsersDirectory)) {
         if (!MakeSureOfFile(path.c_str())) {
             continue;
         }

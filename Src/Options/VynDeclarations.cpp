@@ -28,8 +28,8 @@ public:
     void Element(std::string_view name) { m_key.append(m_key.empty() ? "" : "/").append(name); }
     void EndHeading(const detail::RgAttributes&, const char*) {}
     // Without the attribute the way in which the text is written tells.
-    void Value(std::string_view name, std::string_view text, const detail::RgAttributes& attributes,
-               const char* start, const char* end) {
+    void Value(std::string_view name, std::string_view text, const detail::RgAttributes& attributes, const char* start,
+               const char* end) {
         // A number that was rewritten doesn't stand in the input, and a missing text is that of the name.
         const bool isInInput = text.data() > start && text.data() < end;
         const bool isQuoted = isInInput && text.data()[-1] == '"';
@@ -154,11 +154,7 @@ int CDeclarations::Save(const char* path) const {
             text.append("\"").append(name).append("\"=\"").append(row.text).append("\"");
             for (const auto& kind : kinds) {
                 if (kind.second == row.kind) {
-                    text.append(" (\"")
-                        .append(kindAttribute)
-                        .append("\"=\"")
-                        .append(kind.first)
-                        .append("\")");
+                    text.append(" (\"").append(kindAttribute).append("\"=\"").append(kind.first).append("\")");
                 }
             }
             text.append("\n");

@@ -73,8 +73,8 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
         const auto durability =
             m_pManager->IsSyncedSaves() ? detail::Durability::eSynced : detail::Durability::eUnsynced;
         const auto pieces = context.m_pText->GetPieces();
-        error = overwrite ? replacement.ReplaceOrOverwrite(pieces, durability)
-                          : replacement.Replace(pieces, durability);
+        error =
+            overwrite ? replacement.ReplaceOrOverwrite(pieces, durability) : replacement.Replace(pieces, durability);
         if (error != 0) {
             return error;
         }

@@ -7,8 +7,7 @@
 
 namespace vyn {
 
-COptRgValue* detail::MakeOptionValue(const COption* option, const char* value,
-                                     MList<CRgAttribute*>* attributes) {
+COptRgValue* detail::MakeOptionValue(const COption* option, const char* value, MList<CRgAttribute*>* attributes) {
     if (!option) {
         DestroyAttributes(attributes);
         return nullptr;
@@ -245,8 +244,7 @@ void COptRgKey::NoteRemovals() {
 }
 
 std::string COptRgKey::GetAddress(const CRgValue& value) const {
-    return std::string(m_pCategory && m_pCategory->GetOwner() ? m_pCategory->GetPath() : "") + '/' +
-           value.GetName();
+    return std::string(m_pCategory && m_pCategory->GetOwner() ? m_pCategory->GetPath() : "") + '/' + value.GetName();
 }
 
 void COptRgKey::Empty() {

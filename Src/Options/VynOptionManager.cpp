@@ -109,8 +109,7 @@ const char* COptionManager::Found::Text() const {
 // Remembers what an address leads to as long as it leads anywhere and only keys of this library's own classes are on
 // the way. Texts and attributes, so "fixed" too, are read from the values each time.
 // \param walked holds the values that couldn't be remembered.
-COptionManager::Found COptionManager::Find(const char* key, const char* name,
-                                           std::vector<CRgValue*>& walked) const {
+COptionManager::Found COptionManager::Find(const char* key, const char* name, std::vector<CRgValue*>& walked) const {
     const detail::Address address(key, name);
     m_pFound->SetOrigin(m_listFiles.GetChangeCount());
     if (const detail::AddressTable::Entry* found = m_pFound->Find(address)) {

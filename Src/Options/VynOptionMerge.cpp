@@ -30,8 +30,7 @@ private:
         for (void* other = b.GetFirstAttributePosition(); pos;) {
             CRgAttribute* mine = a.GetNextAttribute(pos);
             CRgAttribute* theirs = b.GetNextAttribute(other);
-            if (strcmp(mine->GetName(), theirs->GetName()) != 0 ||
-                strcmp(mine->GetValue(), theirs->GetValue()) != 0) {
+            if (strcmp(mine->GetName(), theirs->GetName()) != 0 || strcmp(mine->GetValue(), theirs->GetValue()) != 0) {
                 return false;
             }
         }

@@ -151,15 +151,15 @@ public:
 
     void EndHeading(const RgAttributes& attributes, const char*) {
         for (const auto& attribute : attributes) {
-            m_context.m_pDummy->GetAttributeList()->AddTail(new CRgAttribute(
-                std::string(attribute.first).c_str(), std::string(attribute.second).c_str()));
+            m_context.m_pDummy->GetAttributeList()->AddTail(
+                new CRgAttribute(std::string(attribute.first).c_str(), std::string(attribute.second).c_str()));
         }
     }
 
     // A known value is written as memory has it, once; an unknown one as it stands. A known value that memory doesn't
     // have leaves the file.
-    void Value(std::string_view name, std::string_view text, const RgAttributes& attributes,
-               const char* start, const char*) {
+    void Value(std::string_view name, std::string_view text, const RgAttributes& attributes, const char* start,
+               const char*) {
         CRgValue* present = m_pSection->FindNextValue(name);
         if (!present) {
             m_name = name;
@@ -198,8 +198,7 @@ public:
 
 private:
     static bool IsInMemory(CRgValue& value, std::string_view text) {
-        return value.GetType() == CRgValue::eText && value.GetAttributeCount() == 0 &&
-               IsText(value.GetValue(), text);
+        return value.GetType() == CRgValue::eText && value.GetAttributeCount() == 0 && IsText(value.GetValue(), text);
     }
 
     CIncrSaveContext& m_context;
@@ -215,9 +214,7 @@ public:
         : m_root(root), m_note(note), m_data(data) {}
 
     void BeginSection(const char*) { m_key = m_root; }
-    void Element(std::string_view name) {
-        m_key = m_key ? m_key->FindKey(std::string(name).c_str()) : nullptr;
-    }
+    void Element(std::string_view name) { m_key = m_key ? m_key->FindKey(std::string(name).c_str()) : nullptr; }
     void EndHeading(const RgAttributes& attributes, const char*) {
         if (m_key && !attributes.empty()) {
             m_note(m_key, m_data);
@@ -329,8 +326,7 @@ void CIncrSaveContext::TakeValue(CRgValue* value, bool isStored) {
 }
 
 void CIncrSaveContext::ReportUnstorable(COptRgKey* key, const char* name) {
-    vynerr << "Option not saved, its text has a quotation mark: " << key->m_pCategory->GetPath() << "/"
-           << name << endl
+    vynerr << "Option not saved, its text has a quotation mark: " << key->m_pCategory->GetPath() << "/" << name << endl
            << flush;
     m_nStatus = EILSEQ;
 }
@@ -411,8 +407,7 @@ bool CIncrSaveContext::AppendUnsaved(COptRgKey* key, std::string& text) {
         }
         const bool isStored = IsStorable(*value);
         if (isStored) {
-            detail::AppendValue(text, value->GetName(), value->GetType(), value->GetValue(),
-                                value->m_pAttributes);
+            detail::AppendValue(text, value->GetName(), value->GetType(), value->GetValue(), value->m_pAttributes);
         }
         TakeValue(value, isStored);
     }

@@ -16,9 +16,7 @@ public:
     explicit CNewText(std::string_view old) : m_old(old) {}
 
     /// Appends \p length bytes of the old text from \p start on, which points into it.
-    void Copy(const char* start, size_t length) {
-        Append({true, static_cast<size_t>(start - m_old.data()), length});
-    }
+    void Copy(const char* start, size_t length) { Append({true, static_cast<size_t>(start - m_old.data()), length}); }
     /// Appends \p text, as a run of the old one when that has it at \p start; null is nowhere.
     void Put(const char* start, std::string_view text);
     /// The place behind what was appended last.

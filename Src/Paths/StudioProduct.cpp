@@ -58,8 +58,7 @@ SString StudioProduct::GetFullToolVersion() {
 }
 
 SString StudioProduct::GetRegistryToolPath() {
-    return "SOFTWARE\\" + GetRegistryCompanyName() + "\\" + GetRegistryToolName() + "\\" +
-           GetRegistryToolVersion('.');
+    return "SOFTWARE\\" + GetRegistryCompanyName() + "\\" + GetRegistryToolName() + "\\" + GetRegistryToolVersion('.');
 }
 
 SString StudioProduct::GetRegistryToolCustomPath() {

@@ -117,8 +117,7 @@ std::string RelativeTo(const std::string& base, const std::string& path) {
     while (common > 0 && path[common - 1] != '/') {
         --common;
     }
-    for (auto up = std::count(base.begin() + static_cast<std::ptrdiff_t>(common), base.end(), '/'); up > 0;
-         --up) {
+    for (auto up = std::count(base.begin() + static_cast<std::ptrdiff_t>(common), base.end(), '/'); up > 0; --up) {
         AppendWithin(lengthRelative, relative, "../");
     }
     AppendWithin(lengthRelative, relative, path.substr(common));

@@ -32,8 +32,7 @@ Regex::Regex(const SString& expression) : m_code(nullptr, [](void* code) { (*Get
     }
     const char* error = nullptr;
     int offset = 0;
-    m_code.reset(GetPcre().pcre_compile(expression.c_str(), PCRE_UTF8 | PCRE_DOLLAR_ENDONLY, &error, &offset,
-                                        nullptr));
+    m_code.reset(GetPcre().pcre_compile(expression.c_str(), PCRE_UTF8 | PCRE_DOLLAR_ENDONLY, &error, &offset, nullptr));
     m_strError = error;
 }
 

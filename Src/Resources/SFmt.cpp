@@ -10,8 +10,7 @@ SFmt::SFmt(const char* format) : SString(format) {}
 
 SFmt::SFmt(HINSTANCE__* module, unsigned id) {
     if (!VynLoadString(module, id, *this)) {
-        vynerr << IntErr << "Vyn::SFmt::LoadString(" << long{id} << "): resource id not found" << endl
-               << flush;
+        vynerr << IntErr << "Vyn::SFmt::LoadString(" << long{id} << "): resource id not found" << endl << flush;
     }
 }
 

@@ -41,8 +41,8 @@ bool IsTracing() {
 void _VynRegisterStringTable(HINSTANCE handle, SStringTable* table) {
     SStringTable*& entry = _vynStringTableMap()[handle];
     if (entry && entry != table && IsTracing()) {
-        detail::SourceReport() << "_VynRegisterStringTable(" << Number(handle) << ", " << Number(table)
-                               << ", " << Number(entry) << ")" << endl
+        detail::SourceReport() << "_VynRegisterStringTable(" << Number(handle) << ", " << Number(table) << ", "
+                               << Number(entry) << ")" << endl
                                << flush;
     }
     entry = table;
@@ -73,8 +73,8 @@ SStringTable* FindTable(HINSTANCE handle) {
 
 void ReportNotLoaded(HINSTANCE handle, unsigned id, const char* reason, const char* file = __builtin_FILE(),
                      int line = __builtin_LINE()) {
-    detail::SourceReport(file, line) << "VynLoadString(" << Number(handle) << ", " << long{id}
-                                     << "): " << reason << endl
+    detail::SourceReport(file, line) << "VynLoadString(" << Number(handle) << ", " << long{id} << "): " << reason
+                                     << endl
                                      << flush;
 }
 
@@ -121,8 +121,7 @@ constexpr VynMessage englishMessages[] = {
     {detail::eStrOpenForReadFailed, "Failed to open '%s' for read."},
     {detail::eStrUrnTargetNotFoundPlain, "URN '%s', target location not found: '%s'."},
     {detail::eStrUrnTargetNotAbsolute, "URN '%s', target location must be an absolute path: '%s'."},
-    {detail::eStrUrnUnknown,
-     "The URN Name '%s' was not found. Please define it in ZEM->Options->General->URNMap."},
+    {detail::eStrUrnUnknown, "The URN Name '%s' was not found. Please define it in ZEM->Options->General->URNMap."},
     {detail::eStrUrnAlreadyDefined,
      "The URN name '%s' is already defined to '%s'. Please check environment variable ZEM_URN_MAP_FILE and "
      "ZEM->Options->General->URNMap."},
@@ -176,8 +175,7 @@ void InitializeLibResources(HINSTANCE handle) {
     pStringTable = new SStringTable(handle);
     for (const VynMessage* message = englishMessages; message->text; ++message) {
         // Tables keep pointers: the altered texts stay, like the others.
-        const char* text =
-            IsPseudoLanguage() ? (new SString(VynPseudoText(message->text)))->c_str() : message->text;
+        const char* text = IsPseudoLanguage() ? (new SString(VynPseudoText(message->text)))->c_str() : message->text;
         pStringTable->Add(message->id, text);
     }
 }
@@ -200,8 +198,7 @@ VynHandleResourceDLL _hrd("VYN10_R.DLL", InitializeLibResources, VynhDllInstance
 
 SStringTable::SStringTable(HINSTANCE handle) {
     if (IsTracing()) {
-        detail::SourceReport() << "SStringTable( " << Number(handle) << ", " << Number(this) << ")" << endl
-                               << flush;
+        detail::SourceReport() << "SStringTable( " << Number(handle) << ", " << Number(this) << ")" << endl << flush;
     }
     _VynRegisterStringTable(handle, this);
 }
@@ -244,12 +241,10 @@ void VynUnregisterStringTable(HINSTANCE handle) {
     }
     SStringTable* table = nullptr;
     if (!_vynStringTableMap().Lookup(handle, table)) {
-        detail::SourceReport() << "VynUnregisterStringTable(" << Number(handle) << "): instance not found"
-                               << endl
+        detail::SourceReport() << "VynUnregisterStringTable(" << Number(handle) << "): instance not found" << endl
                                << flush;
     } else if (!table) {
-        detail::SourceReport() << "VynUnregisterStringTable(" << Number(handle) << "): 0 table" << endl
-                               << flush;
+        detail::SourceReport() << "VynUnregisterStringTable(" << Number(handle) << "): 0 table" << endl << flush;
     } else {
         delete table;
     }
@@ -411,8 +406,8 @@ VynHandleResourceDLL::VynHandleResourceDLL(const char* name, void (*install)(HIN
 
 VynHandleResourceDLL::~VynHandleResourceDLL() {
     if (IsTracing()) {
-        detail::SourceReport() << "~VynHandleResourceDLL( " << m_strName << ", " << Number(m_hInstance)
-                               << ", " << Number(this) << ")" << endl
+        detail::SourceReport() << "~VynHandleResourceDLL( " << m_strName << ", " << Number(m_hInstance) << ", "
+                               << Number(this) << ")" << endl
                                << flush;
     }
     VynFreeLibrary(m_hLoaded);

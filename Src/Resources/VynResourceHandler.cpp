@@ -106,8 +106,7 @@ bool VynResourceHandler::IsHandled(unsigned id) const {
     return IsIDInRange(id, m_nFirst, m_nLast);
 }
 
-IVynResourceHandler::SStatus VynModuleManager::RegisterRange(const char* prefix, unsigned first,
-                                                             unsigned last) {
+IVynResourceHandler::SStatus VynModuleManager::RegisterRange(const char* prefix, unsigned first, unsigned last) {
     if (!prefix || first > last) {
         return IVynResourceHandler::eHandlerFailed;
     }
@@ -151,9 +150,8 @@ IVynResourceHandler::SStatus VynModuleManager::RegisterResourceHandler(const IVy
 
 void VynModuleManager::UnregisterResourceHandler(const IVynResourceHandler& handler) {
     std::vector<SResourceHandlerInfo>& handlers = CResourceManager::Get().m_vecHandlers;
-    const auto entry = std::find_if(handlers.begin(), handlers.end(), [&](const SResourceHandlerInfo& info) {
-        return info.handler == &handler;
-    });
+    const auto entry = std::find_if(handlers.begin(), handlers.end(),
+                                    [&](const SResourceHandlerInfo& info) { return info.handler == &handler; });
     if (entry != handlers.end()) {
         handlers.erase(entry);
     }

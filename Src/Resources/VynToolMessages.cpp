@@ -189,8 +189,7 @@ int VynCheckTranslation(const VynMessage* english, HINSTANCE handle, SVector<SSt
             findings.push_back(number + ": the text is missing");
             ++count;
         } else if (const SString found = Placeholders(text.c_str(), parse); found != expected) {
-            findings.push_back(number + ": the placeholders are" + found + ", in English" + expected + ": " +
-                               text);
+            findings.push_back(number + ": the placeholders are" + found + ", in English" + expected + ": " + text);
             ++count;
         }
     }

@@ -72,8 +72,8 @@ const AddressTable::Entry* AddressTable::Find(const Address& address) const {
     return entry && StructureStamp::IsCurrent(entry->m_nStamp) ? entry : nullptr;
 }
 
-void AddressTable::Remember(const Address& address, uint64_t stamp, const COption* declared,
-                            CRgValue* const* values, size_t count) {
+void AddressTable::Remember(const Address& address, uint64_t stamp, const COption* declared, CRgValue* const* values,
+                            size_t count) {
     if (address.m_nKeyLength >= kKeyElementSize || address.m_nNameLength >= kKeyElementSize) {
         return;
     }
@@ -107,8 +107,7 @@ AddressTable::Entry* AddressTable::MakeEntry(const Address& address, size_t capa
 size_t AddressTable::FindSlot(const Address& address) const {
     const size_t mask = m_slots.size() - 1;
     size_t i = address.m_nHash & mask;
-    while (m_slots[i].m_pEntry &&
-           !(m_slots[i].m_nHash == address.m_nHash && m_slots[i].m_pEntry->IsAt(address))) {
+    while (m_slots[i].m_pEntry && !(m_slots[i].m_nHash == address.m_nHash && m_slots[i].m_pEntry->IsAt(address))) {
         i = (i + 1) & mask;
     }
     return i;

@@ -200,8 +200,8 @@ const char* CRgFile::GetAttributeValue(const char* path, const char* name, const
     return value ? value->GetAttributeValue(attributeName) : nullptr;
 }
 
-void CRgFile::SetAttributeValue(const char* path, const char* name, const char* valueText,
-                                const char* attributeName, const char* attributeValue) {
+void CRgFile::SetAttributeValue(const char* path, const char* name, const char* valueText, const char* attributeName,
+                                const char* attributeValue) {
     CRgKey* key = MakeKey(path);
     if (!key) {
         return;

@@ -49,8 +49,8 @@ public:
         m_attributes.RemoveAll();
     }
 
-    void Value(std::string_view name, std::string_view text, const RgAttributes& attributes,
-               const char* start, const char* end) {
+    void Value(std::string_view name, std::string_view text, const RgAttributes& attributes, const char* start,
+               const char* end) {
         if (!m_key) {
             return;
         }
@@ -58,8 +58,7 @@ public:
         const unsigned line = LineOf(start);
         LineOf(end + 1);
         TakeAttributes(attributes);
-        CRgValue* value =
-            m_key->CreateValue(Terminate(name), CRgValue::eText, Terminate(text), &m_attributes);
+        CRgValue* value = m_key->CreateValue(Terminate(name), CRgValue::eText, Terminate(text), &m_attributes);
         if (!attributes.empty()) {
             m_attributes.RemoveAll();
         }

@@ -184,8 +184,7 @@ int CRgValue::Dump(FILE* file) {
     return Dump(file, GetName(), GetType(), GetValue(), m_pAttributes);
 }
 
-int CRgValue::Dump(FILE* file, const char* name, RvType type, const char* value,
-                   MList<CRgAttribute*>* attributes) {
+int CRgValue::Dump(FILE* file, const char* name, RvType type, const char* value, MList<CRgAttribute*>* attributes) {
     std::string line;
     detail::AppendValue(line, name, type, value, attributes);
     fwrite_unlocked(line.data(), 1, line.size(), file);

@@ -136,8 +136,7 @@ void CStyle::DeclareTree(CStyleKind* kind, const char* name, const char* rootNam
     m_strRootName = rootName;
     SetName((m_strName + kind->GetName()).c_str());
 
-    const COptionSet setKind = {KeepName(kind->GetName()), kind->GetOptions(), kind->GetOptionsCount(),
-                                &setAll};
+    const COptionSet setKind = {KeepName(kind->GetName()), kind->GetOptions(), kind->GetOptionsCount(), &setAll};
     const CCategory catKind = {kind->GetName(), nullptr, 0, &setKind};
     const CCategory* const subName[] = {&catKind};
     const CCategory catName = {m_strName.c_str(), subName, 1, nullptr};
@@ -217,8 +216,7 @@ void CStyle::SetValue(const char* key, const char* name, const char* value) {
     CStyle* parent = GetParent();
     CRgKey* rgKey = top->FindKey(key);
     if (!rgKey) {
-        if (!AreEqual(value, GetUnderneathValue(top, key, name)) &&
-            !AreEqual(value, GetHeritedValue(key, name))) {
+        if (!AreEqual(value, GetUnderneathValue(top, key, name)) && !AreEqual(value, GetHeritedValue(key, name))) {
             if (CRgKey* made = MakeKey(top, key)) {
                 made->CreateValue(name, CRgValue::eText, value, nullptr);
             }

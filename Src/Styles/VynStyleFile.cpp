@@ -37,8 +37,7 @@ CRgValue* CStyRgKey::CreateValue(const char* name, CRgValue::RvType, const char*
                                  MList<CRgAttribute*>* attributes) {
     const CMgrCategory* category = m_category.Get();
     const CMgrOptionSet* options = category ? category->GetOptionSet() : nullptr;
-    COptRgValue* made =
-        detail::MakeOptionValue(options ? options->FindOption(name) : nullptr, value, attributes);
+    COptRgValue* made = detail::MakeOptionValue(options ? options->FindOption(name) : nullptr, value, attributes);
     if (made) {
         AddValue(made);
     }

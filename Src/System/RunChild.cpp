@@ -134,8 +134,7 @@ std::string COutput::Finish() {
 bool IsValid(const SChildRequest& request) {
     const auto hasZero = [](const std::string& text) { return text.find('\0') != std::string::npos; };
     for (const auto& [name, value] : request.environment) {
-        if (name.empty() || name.find('=') != std::string::npos || hasZero(name) ||
-            (value && hasZero(*value))) {
+        if (name.empty() || name.find('=') != std::string::npos || hasZero(name) || (value && hasZero(*value))) {
             return false;
         }
     }
@@ -214,8 +213,7 @@ bool CSupervision::Start() {
     }
     fcntl(input.write.Get(), F_SETFL, O_NONBLOCK);
     m_input = std::move(input.write);
-    return Spawn(input.read.Get(), output.write.Get(),
-                 m_request.joinError ? output.write.Get() : error.write.Get());
+    return Spawn(input.read.Get(), output.write.Get(), m_request.joinError ? output.write.Get() : error.write.Get());
 }
 
 // The child says on a further pipe why it couldn't execute its program.

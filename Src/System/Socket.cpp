@@ -191,8 +191,7 @@ SocketClient::SocketClient(const std::string& host, int port) {
     }
 }
 
-SocketSelect::SocketSelect(const Socket* const s1, const Socket* const s2, TypeSocket type)
-    : m_readable{-1, -1} {
+SocketSelect::SocketSelect(const Socket* const s1, const Socket* const s2, TypeSocket type) : m_readable{-1, -1} {
     pollfd sockets[] = {{s1->m_nDescriptor, POLLIN, 0}, {s2 ? s2->m_nDescriptor : -1, POLLIN, 0}};
     const nfds_t count = s2 ? 2 : 1;
     if (Retried([&] { return poll(sockets, count, type == eNonBlockingSocket ? 0 : waitForEver); }) == -1) {

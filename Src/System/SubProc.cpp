@@ -94,8 +94,8 @@ public:
         // A child that keeps every descriptor gets those of the launch as well; else no child of another
         // thread may see them.
         const bool inherit = detail::ChildKeepsDescriptors();
-        return (!IsElsewhere(directory) || m_workDir.Remember()) && m_output.Open(inherit) &&
-               m_input.Open(inherit) && m_in.Save(inherit) && m_out.Save(inherit) && m_err.Save(inherit);
+        return (!IsElsewhere(directory) || m_workDir.Remember()) && m_output.Open(inherit) && m_input.Open(inherit) &&
+               m_in.Save(inherit) && m_out.Save(inherit) && m_err.Save(inherit);
     }
     bool RedirectStreams() {
         if (!m_out.PointAt(m_output.write) || !m_err.PointAt(m_output.write) || !m_in.PointAt(m_input.read)) {
@@ -105,9 +105,7 @@ public:
         m_input.read.Close();
         return true;
     }
-    bool EnterDirectory(const char* directory) {
-        return !IsElsewhere(directory) || m_workDir.Enter(directory);
-    }
+    bool EnterDirectory(const char* directory) { return !IsElsewhere(directory) || m_workDir.Enter(directory); }
     // Each of the four ways back is tried, whatever becomes of the others.
     bool GoBack() {
         bool back = m_workDir.Back();
@@ -151,8 +149,7 @@ CSubProc::~CSubProc() {
 }
 
 template <class Argv>
-int CSubProc::Launch(const char* program, Argv argv, const char* directory,
-                     int (*spawn)(const char*, Argv, bool)) {
+int CSubProc::Launch(const char* program, Argv argv, const char* directory, int (*spawn)(const char*, Argv, bool)) {
     if (!program || !argv || m_nState != stateIdle) {
         return -1;
     }

@@ -33,8 +33,7 @@ bool IsVariable(const char* entry, const std::string& name) {
 void SetHandledSignalsToDefault() {
     for (int number = 1; number < NSIG; ++number) {
         struct sigaction action;
-        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_DFL &&
-            action.sa_handler != SIG_IGN) {
+        if (sigaction(number, nullptr, &action) == 0 && action.sa_handler != SIG_DFL && action.sa_handler != SIG_IGN) {
             action.sa_handler = SIG_DFL;
             action.sa_flags = 0;
             sigaction(number, &action, nullptr);
@@ -46,8 +45,8 @@ void SetHandledSignalsToDefault() {
 void CloseDescriptors(int end, int spared) {
     const unsigned first = firstPrivateFd, last = ~0U;
     const unsigned gap = spared == -1 ? last : static_cast<unsigned>(spared);
-    const bool closed = (gap == first || close_range(first, gap - 1, 0) == 0) &&
-                        (gap == last || close_range(gap + 1, last, 0) == 0);
+    const bool closed =
+        (gap == first || close_range(first, gap - 1, 0) == 0) && (gap == last || close_range(gap + 1, last, 0) == 0);
     for (int fd = closed ? end : firstPrivateFd; fd < end; ++fd) {
         if (fd != spared) {
             close(fd);
@@ -129,9 +128,7 @@ pid_t detail::Spawn(const SSpawn& spawn) {
 
 detail::CEnvironment::CEnvironment(const std::vector<EnvironmentChange>& changes) {
     for (char** entry = environ; entry && *entry; ++entry) {
-        const auto changed = [&](const EnvironmentChange& change) {
-            return IsVariable(*entry, change.first);
-        };
+        const auto changed = [&](const EnvironmentChange& change) { return IsVariable(*entry, change.first); };
         if (std::none_of(changes.begin(), changes.end(), changed)) {
             m_variables.push_back(*entry);
         }
@@ -162,8 +159,7 @@ int local_spawn(const char* file, const char* const* argv, bool restore) {
     if (saved) {
         changed.emplace(std::vector<detail::EnvironmentChange>{{libraryPath, saved}});
     }
-    const int child =
-        detail::Spawn({file, const_cast<char* const*>(argv), changed ? changed->Get() : environ});
+    const int child = detail::Spawn({file, const_cast<char* const*>(argv), changed ? changed->Get() : environ});
     if (child == -1) {
         perror("fork");
     }

@@ -230,18 +230,17 @@ VYN_AVX2 size_t EncodeVectors(const unsigned char* bytes, size_t length, char* t
     // Each group becomes a word of four bytes that overlap by what the multiplications shift into place.
     const __m256i order = Twice(_mm_setr_epi8(1, 0, 2, 1, 4, 3, 5, 4, 7, 6, 8, 7, 10, 9, 11, 10));
     // What is added to a value: by its class, 13 for letters in upper case, 0 for those in lower case, else 1 to 12.
-    const __m256i offsets =
-        Twice(_mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
-                            '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0));
+    const __m256i offsets = Twice(_mm_setr_epi8('a' - 26, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52, '0' - 52,
+                                                '0' - 52, '0' - 52, '0' - 52, '0' - 52, '+' - 62, '/' - 63, 'A', 0, 0));
     size_t done = 0;
     for (; length - done >= 28; done += 24, to += 32) {
         const __m128i low = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + done));
         const __m128i high = _mm_loadu_si128(reinterpret_cast<const __m128i*>(bytes + done + 12));
         const __m256i groups = _mm256_shuffle_epi8(_mm256_set_m128i(high, low), order);
-        const __m256i odd = _mm256_mulhi_epu16(_mm256_and_si256(groups, _mm256_set1_epi32(0x0fc0fc00)),
-                                               _mm256_set1_epi32(0x04000040));
-        const __m256i even = _mm256_mullo_epi16(_mm256_and_si256(groups, _mm256_set1_epi32(0x003f03f0)),
-                                                _mm256_set1_epi32(0x01000010));
+        const __m256i odd =
+            _mm256_mulhi_epu16(_mm256_and_si256(groups, _mm256_set1_epi32(0x0fc0fc00)), _mm256_set1_epi32(0x04000040));
+        const __m256i even =
+            _mm256_mullo_epi16(_mm256_and_si256(groups, _mm256_set1_epi32(0x003f03f0)), _mm256_set1_epi32(0x01000010));
         const __m256i values = _mm256_or_si256(odd, even);
         const __m256i isUpper = _mm256_cmpgt_epi8(_mm256_set1_epi8(26), values);
         const __m256i classes = _mm256_or_si256(_mm256_subs_epu8(values, _mm256_set1_epi8(51)),
@@ -256,13 +255,13 @@ VYN_AVX2 size_t EncodeVectors(const unsigned char* bytes, size_t length, char* t
 // characters that were decoded.
 VYN_AVX2 size_t DecodeVectors(const char* text, size_t length, char* to) {
     // A character is foreign when the bits of its two halves meet.
-    const __m256i lowBits = Twice(_mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11,
-                                                0x13, 0x1a, 0x1b, 0x1b, 0x1b, 0x1a));
-    const __m256i highBits = Twice(_mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10, 0x10,
-                                                 0x10, 0x10, 0x10, 0x10, 0x10, 0x10));
+    const __m256i lowBits = Twice(
+        _mm_setr_epi8(0x15, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x11, 0x13, 0x1a, 0x1b, 0x1b, 0x1b, 0x1a));
+    const __m256i highBits = Twice(
+        _mm_setr_epi8(0x10, 0x10, 0x01, 0x02, 0x04, 0x08, 0x04, 0x08, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10, 0x10));
     // What is added to a character, by its upper half; "/" has the place before that of its half.
-    const __m256i offsets = Twice(_mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a',
-                                                26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0));
+    const __m256i offsets =
+        Twice(_mm_setr_epi8(0, 63 - '/', 62 - '+', 52 - '0', -'A', -'A', 26 - 'a', 26 - 'a', 0, 0, 0, 0, 0, 0, 0, 0));
     const __m256i order = Twice(_mm_setr_epi8(2, 1, 0, 6, 5, 4, 10, 9, 8, 14, 13, 12, -1, -1, -1, -1));
     const __m256i slash = _mm256_set1_epi8('/');  // its bits serve as the mask of a half, too
     size_t done = 0;
@@ -276,8 +275,7 @@ VYN_AVX2 size_t DecodeVectors(const char* text, size_t length, char* to) {
         const __m256i places = _mm256_add_epi8(_mm256_cmpeq_epi8(chars, slash), high);
         const __m256i values = _mm256_add_epi8(chars, _mm256_shuffle_epi8(offsets, places));
         const __m256i pairs = _mm256_maddubs_epi16(values, _mm256_set1_epi32(0x01400140));
-        const __m256i groups =
-            _mm256_shuffle_epi8(_mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000)), order);
+        const __m256i groups = _mm256_shuffle_epi8(_mm256_madd_epi16(pairs, _mm256_set1_epi32(0x00011000)), order);
         const __m256i bytes = _mm256_permutevar8x32_epi32(groups, _mm256_setr_epi32(0, 1, 2, 4, 5, 6, 3, 7));
         _mm256_storeu_si256(reinterpret_cast<__m256i*>(to), bytes);
     }

@@ -49,9 +49,7 @@ struct Conversion {
         return precision != 0 ? std::min(size, precision) : size;
     }
     int AtLeast(int size) const { return std::max(size, Clamp(static_cast<long long>(width) + precision)); }
-    bool IsWideText() const {
-        return prefix == Prefix::eWide || (prefix != Prefix::eNarrow && letter == 'S');
-    }
+    bool IsWideText() const { return prefix == Prefix::eWide || (prefix != Prefix::eNarrow && letter == 'S'); }
     // The most elements that are read of a text, which needs no NUL behind them.
     size_t MostElements() const { return truncates ? static_cast<size_t>(precision) : SIZE_MAX; }
 };
@@ -137,9 +135,8 @@ private:
         static const struct {
             const char* text;
             Prefix prefix;
-        } rows[] = {{"hh", Prefix::eByte},      {"h", Prefix::eNarrow}, {"ll", Prefix::eLongLong},
-                    {"l", Prefix::eWide},       {"j", Prefix::eMax},    {"z", Prefix::eSize},
-                    {"t", Prefix::eDifference}, {"L", Prefix::eLarge}};
+        } rows[] = {{"hh", Prefix::eByte}, {"h", Prefix::eNarrow}, {"ll", Prefix::eLongLong},  {"l", Prefix::eWide},
+                    {"j", Prefix::eMax},   {"z", Prefix::eSize},   {"t", Prefix::eDifference}, {"L", Prefix::eLarge}};
         for (const auto& row : rows) {
             const size_t length = strlen(row.text);
             if (strncmp(p, row.text, length) == 0) {
@@ -228,10 +225,9 @@ private:
     // Returns the length of the number as `f` writes it.
     int ReadNumber(const Conversion& conversion) {
         const int precision = Clamp(conversion.precision + 6LL);
-        const int length =
-            conversion.prefix == Prefix::eLarge
-                ? snprintf(nullptr, 0, "%*.*Lf", conversion.width, precision, Next<long double>())
-                : snprintf(nullptr, 0, "%*.*f", conversion.width, precision, Next<double>());
+        const int length = conversion.prefix == Prefix::eLarge
+                               ? snprintf(nullptr, 0, "%*.*Lf", conversion.width, precision, Next<long double>())
+                               : snprintf(nullptr, 0, "%*.*f", conversion.width, precision, Next<double>());
         return std::max(0, length);
     }
 

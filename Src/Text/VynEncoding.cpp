@@ -27,9 +27,8 @@ struct ByteOrderMark {
     EncodingInfo::Encoding encoding;
     std::string_view mark;
 };
-constexpr ByteOrderMark kMarks[] = {{EncodingInfo::eUTF16LE, "\xFF\xFE"},
-                                    {EncodingInfo::eUTF16BE, "\xFE\xFF"},
-                                    {EncodingInfo::eUTF8, "\xEF\xBB\xBF"}};
+constexpr ByteOrderMark kMarks[] = {
+    {EncodingInfo::eUTF16LE, "\xFF\xFE"}, {EncodingInfo::eUTF16BE, "\xFE\xFF"}, {EncodingInfo::eUTF8, "\xEF\xBB\xBF"}};
 
 struct Icu {
     void* library = dlopen(VYN_ICU_SONAME, RTLD_NOW);
@@ -123,8 +122,7 @@ void getUTF8StringFromUTF16or32(std::basic_string<char>& out, const wchar_t* tex
     const int32_t count = static_cast<int32_t>(units.size());
     const Converter converter = OpenUTF8Converter();
     UErrorCode status = U_ZERO_ERROR;
-    const int32_t length =
-        GetIcu().ucnv_fromUChars(converter.get(), nullptr, 0, units.data(), count, &status);
+    const int32_t length = GetIcu().ucnv_fromUChars(converter.get(), nullptr, 0, units.data(), count, &status);
     out.resize(static_cast<size_t>(length));
     status = U_ZERO_ERROR;
     GetIcu().ucnv_fromUChars(converter.get(), &out[0], length, units.data(), count, &status);

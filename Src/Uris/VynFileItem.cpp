@@ -104,8 +104,7 @@ int Copy(const char* from, const char* to) {
     if (const int error = replacement.Lock()) {
         return error;
     }
-    return replacement.Replace([&](int fd) { return CopyBytes(source.Get(), fd); },
-                               detail::Durability::eSynced);
+    return replacement.Replace([&](int fd) { return CopyBytes(source.Get(), fd); }, detail::Durability::eSynced);
 }
 
 }  // namespace
@@ -137,8 +136,7 @@ void VynFileItem::GetFiles(SPathName pattern, std::vector<VynFileItem>& out) {
     for (const char* match : matches) {
         SPathName path(match);
         tooLong = tooLong || path.empty();
-        if (!path.empty() && path.Compare(self) != 0 && path.Compare(parent) != 0 &&
-            known.insert(path).second) {
+        if (!path.empty() && path.Compare(self) != 0 && path.Compare(parent) != 0 && known.insert(path).second) {
             out.push_back(std::move(path));
         }
     }

@@ -12,8 +12,7 @@ namespace {
 
 // Opens `uri` by an adapter of its own. Null, and a text in `errors`, when that fails.
 template <class Adapter>
-Adapter* Open(SVector<SString>& errors, const SString& uri, SFileStreamMode mode,
-              detail::LibraryString failure) {
+Adapter* Open(SVector<SString>& errors, const SString& uri, SFileStreamMode mode, detail::LibraryString failure) {
     auto stream = std::make_unique<Adapter>(std::make_unique<SFileStreamBuffer>());
     stream->open(uri, mode);
     if (stream->good()) {
@@ -34,9 +33,7 @@ public:
     }
     SFormat GetFormat(const SString&) const override { return eFormatUnknown; }
     bool CanHandle(const SString& uri) const override { return !VynIsAUri(uri.c_str()); }
-    void GetDisplayText(const SString& uri, SString& text, const SString& extra) const override {
-        text = uri + extra;
-    }
+    void GetDisplayText(const SString& uri, SString& text, const SString& extra) const override { text = uri + extra; }
     SStatus GetDefaultOutputLocation(const SString& uri, SString& location) const override {
         location = SPathName(uri).GetDirectory();
         return detail::FitsPath(uri.c_str()) ? eStatusDone : eStatusNotDone;

@@ -31,8 +31,7 @@ SUriScheme* GetLatestSchemeHandler(const SString& uri) {
     return FindLatest([&](const SUriScheme& scheme) { return scheme.CanHandle(uri); });
 }
 
-SUriScheme* GetLatestSupportedSchemeHandlerForCapability(SUriScheme::SCapability capability,
-                                                         const SString& uri) {
+SUriScheme* GetLatestSupportedSchemeHandlerForCapability(SUriScheme::SCapability capability, const SString& uri) {
     return FindLatest([&](const SUriScheme& scheme) {
         return (scheme.GetCapabilities() & capability) != 0 && scheme.CanHandle(uri);
     });
@@ -108,8 +107,7 @@ public:
     bool IsEqual(const SString& first, const SString& second) override {
         SString resolvedFirst;
         SString resolvedSecond;
-        if (!SUrnResolver::ResolveUrn(first, resolvedFirst) ||
-            !SUrnResolver::ResolveUrn(second, resolvedSecond)) {
+        if (!SUrnResolver::ResolveUrn(first, resolvedFirst) || !SUrnResolver::ResolveUrn(second, resolvedSecond)) {
             return false;
         }
         SUriScheme* handler = GetLatestSchemeHandler(resolvedFirst);
@@ -130,14 +128,12 @@ public:
         return capabilities;
     }
 
-    SStatus OpenDialog(SVector<SString>& errors, const SString& start, SString& result,
-                       const SString& extra) override {
+    SStatus OpenDialog(SVector<SString>& errors, const SString& start, SString& result, const SString& extra) override {
         SUriScheme* handler = GetSelectedSchemeHandlerForCapability(eCapabilityOpenDialog);
         return handler ? handler->OpenDialog(errors, start, result, extra) : eStatusNoHandler;
     }
 
-    SStatus SaveDialog(SVector<SString>& errors, const SString& start, SString& result,
-                       const SString& extra) override {
+    SStatus SaveDialog(SVector<SString>& errors, const SString& start, SString& result, const SString& extra) override {
         SUriScheme* handler = GetSelectedSchemeHandlerForCapability(eCapabilitySaveDialog);
         return handler ? handler->SaveDialog(errors, start, result, extra) : eStatusNoHandler;
     }
@@ -191,8 +187,7 @@ SUriScheme::SStatus SUriScheme::DirectRead(SVector<SString>&, const SString&, SV
     return eStatusNotDone;
 }
 
-SUriScheme::SStatus SUriScheme::DirectWrite(SVector<SString>&, const SString&, const SVector<void*>&,
-                                            const void*) {
+SUriScheme::SStatus SUriScheme::DirectWrite(SVector<SString>&, const SString&, const SVector<void*>&, const void*) {
     return eStatusNotDone;
 }
 

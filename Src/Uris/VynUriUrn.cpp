@@ -117,8 +117,7 @@ bool SUrnResolver::RegisterUrn(const SString& name, const SString& target) {
         detail::ReportOwnString(detail::eStrUrnAlreadyDefined, {name, entry->second});
         return false;
     }
-    if (!VynIsAUri(target.c_str()) && DoesUrnTargetExist(name, target, true) &&
-        !SPathName(target).IsAbsolutePath()) {
+    if (!VynIsAUri(target.c_str()) && DoesUrnTargetExist(name, target, true) && !SPathName(target).IsAbsolutePath()) {
         detail::ReportOwnString(detail::eStrUrnTargetNotAbsolute, {name, target});
     }
     return detail::EnterUrn(eUrnRegistered, SString(), name, target, map) == eUrnDecides;

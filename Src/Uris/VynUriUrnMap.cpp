@@ -57,8 +57,7 @@ void VynParseUrnEnvVariableAndInsertUrns(std::map<SString, SString>& map) {
         detail::ReportOwnString(detail::eStrOpenForReadFailed, {value});
         return;
     }
-    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\0'; }),
-               text.end());
+    text.erase(std::remove_if(text.begin(), text.end(), [](char c) { return c == '\r' || c == '\0'; }), text.end());
     InsertURNsFromList(text, value, map);
 }
 

@@ -179,8 +179,7 @@ void StartBeforeLibraries(int argc, char** argv, char**) {
     ShowState("before");
 }
 
-__attribute__((section(".preinit_array"), used)) void (*const preinit)(int, char**,
-                                                                       char**) = StartBeforeLibraries;
+__attribute__((section(".preinit_array"), used)) void (*const preinit)(int, char**, char**) = StartBeforeLibraries;
 
 const std::map<std::string, void (*)(char** arguments)> commands = {
     {"ask", Ask},

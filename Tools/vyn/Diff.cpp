@@ -32,8 +32,7 @@ struct Entry {
                (isFixed ? " (" + Text(eTextFixed) + ")" : "");
     }
     std::string Object() const {
-        return isThere ? "{\"text\": " + Json(text) + ", \"fixed\": " + (isFixed ? "true" : "false") + "}"
-                       : "null";
+        return isThere ? "{\"text\": " + Json(text) + ", \"fixed\": " + (isFixed ? "true" : "false") + "}" : "null";
     }
 };
 

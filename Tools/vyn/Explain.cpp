@@ -29,9 +29,8 @@ void PrintTable(const std::vector<vyn::ExplainStep>& steps) {
     size_t placeWidth = 0;
     size_t textWidth = 0;
     for (const vyn::ExplainStep& step : steps) {
-        places.push_back(step.isDefault
-                             ? Text(eTextDefault)
-                             : step.file + (step.line != 0 ? ":" + std::to_string(step.line) : ""));
+        places.push_back(step.isDefault ? Text(eTextDefault)
+                                        : step.file + (step.line != 0 ? ":" + std::to_string(step.line) : ""));
         texts.push_back(step.role == vyn::eNoValue ? "" : '"' + OneLine(step.text) + '"');
         placeWidth = std::max(placeWidth, places.back().size());
         textWidth = std::max(textWidth, texts.back().size());
@@ -41,8 +40,7 @@ void PrintTable(const std::vector<vyn::ExplainStep>& steps) {
         places[i].resize(placeWidth, ' ');
         texts[i].resize(textWidth, ' ');
         const std::string row = (decides ? "> " : "  ") + places[i] + "  " + texts[i] + "  " +
-                                Text(roles[steps[i].role].text) +
-                                (steps[i].isFixed ? ", " + Text(eTextFixed) : "");
+                                Text(roles[steps[i].role].text) + (steps[i].isFixed ? ", " + Text(eTextFixed) : "");
         printf("%s\n", decides ? Bold(row).c_str() : row.c_str());
     }
 }
@@ -53,8 +51,7 @@ void PrintSteps(const Arguments& arguments, const vyn::ValueExplanation& explana
     std::vector<std::string> objects;
     for (const vyn::ExplainStep& step : explanation.steps) {
         objects.push_back("{\"file\": " + Json(step.file) + ", \"line\": " + std::to_string(step.line) +
-                          ", \"text\": " + Json(step.text) +
-                          ", \"default\": " + (step.isDefault ? "true" : "false") +
+                          ", \"text\": " + Json(step.text) + ", \"default\": " + (step.isDefault ? "true" : "false") +
                           ", \"fixed\": " + (step.isFixed ? "true" : "false") +
                           ", \"role\": " + Json(roles[step.role].name) + "}");
     }
@@ -68,8 +65,7 @@ int Run(const Arguments& arguments) {
     if (!stack.Has(address)) {
         ThrowNotFound(arguments.address);
     }
-    vyn::ValueExplanation explanation =
-        vyn::ExplainValue(stack.Manager(), address.key.c_str(), address.name.c_str());
+    vyn::ValueExplanation explanation = vyn::ExplainValue(stack.Manager(), address.key.c_str(), address.name.c_str());
     // Without declarations the default is only a stand-in.
     if (arguments.declared.empty()) {
         explanation.steps.pop_back();

@@ -39,8 +39,7 @@ int Run(const Arguments& arguments) {
         }
         if (arguments.json) {
             objects.push_back("{\"option\": " + Json(text) + ", \"value\": " + Json(value) +
-                              (arguments.origin ? ", \"file\": " + Json(file) + ", \"line\": " + line : "") +
-                              "}");
+                              (arguments.origin ? ", \"file\": " + Json(file) + ", \"line\": " + line : "") + "}");
             continue;
         }
         if (arguments.origin) {

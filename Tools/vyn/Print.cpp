@@ -129,8 +129,7 @@ void PrintFindings(const std::string& path, const std::vector<vyn::Finding>& fin
                               ", \"code\": " + Json(vyn::GetFindingName(finding.code)) +
                               ", \"text\": " + Json(finding.text) + "}");
         } else {
-            printf("%s:%s:%s: %s\n", path.c_str(), line.c_str(), column.c_str(),
-                   OneLine(finding.text).c_str());
+            printf("%s:%s:%s: %s\n", path.c_str(), line.c_str(), column.c_str(), OneLine(finding.text).c_str());
         }
     }
 }

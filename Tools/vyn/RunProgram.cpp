@@ -36,8 +36,7 @@ int Run(const Arguments& arguments) {
         case vyn::eChildSignalled:
             return 128 + outcome.code;
         case vyn::eChildNotStarted:
-            fprintf(stderr, "%s\n",
-                    Text(eTextNotStarted, {request.program, ErrorText(outcome.code)}).c_str());
+            fprintf(stderr, "%s\n", Text(eTextNotStarted, {request.program, ErrorText(outcome.code)}).c_str());
             return 127;
         default:
             fprintf(stderr, "%s\n", Text(eTextTimedOut, {request.program}).c_str());

@@ -48,8 +48,7 @@ int Finish(vyn::COptionFile& file, const Arguments& arguments) {
 }
 
 void CheckChange(Stack& stack, const Address& address, const std::string& text) {
-    const vyn::ChangeAnswer answer =
-        vyn::CanChange(stack.Manager(), address.key.c_str(), address.name.c_str());
+    const vyn::ChangeAnswer answer = vyn::CanChange(stack.Manager(), address.key.c_str(), address.name.c_str());
     if (answer.obstacle == vyn::eUnknownOption) {
         throw Failure{eNotFound, Text(eTextNotDeclared, {text})};
     }

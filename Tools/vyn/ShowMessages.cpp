@@ -37,8 +37,7 @@ int Run(const Arguments& arguments) {
     }
     if (arguments.check) {
         vyn::SVector<vyn::SString> findings;
-        const int count =
-            vyn::VynCheckTranslation(vyn::VynGetEnglishMessages(), vyn::VynhDllInstance, findings);
+        const int count = vyn::VynCheckTranslation(vyn::VynGetEnglishMessages(), vyn::VynhDllInstance, findings);
         std::vector<std::string> objects;
         for (const vyn::SString& finding : findings) {
             objects.push_back(Json(finding));
@@ -54,8 +53,8 @@ int Run(const Arguments& arguments) {
         vyn::SString text;
         vyn::LoadStringA(vyn::VynhDllInstance, message->id, text);
         if (arguments.json) {
-            objects.push_back("{\"number\": " + std::to_string(message->id) +
-                              ", \"english\": " + Json(message->text) + ", \"text\": " + Json(text) + "}");
+            objects.push_back("{\"number\": " + std::to_string(message->id) + ", \"english\": " + Json(message->text) +
+                              ", \"text\": " + Json(text) + "}");
         } else {
             printf("%u\t%s\t%s\n", message->id, OneLine(message->text).c_str(), OneLine(text).c_str());
         }

@@ -37,9 +37,7 @@ struct Gatherer : vyn::CFindingSink {
 }  // namespace
 
 CLI::Option* AddFiles(CLI::App& app, Arguments& arguments) {
-    return app.add_option("-f,--file", arguments.files, Text(eTextHelpFile))
-        ->required()
-        ->allow_extra_args(false);
+    return app.add_option("-f,--file", arguments.files, Text(eTextHelpFile))->required()->allow_extra_args(false);
 }
 
 void AddDeclared(CLI::App& app, Arguments& arguments) {
@@ -63,8 +61,7 @@ Address::Address(const std::string& text) {
     name = text.substr(slash + 1);
 }
 
-Stack::Stack(const Arguments& arguments, Scope scope, bool isForChange)
-    : m_isDeclared(!arguments.declared.empty()) {
+Stack::Stack(const Arguments& arguments, Scope scope, bool isForChange) : m_isDeclared(!arguments.declared.empty()) {
     // Checked before any is read twice.
     for (size_t i = 0; i < arguments.files.size(); ++i) {
         struct stat status;
@@ -144,17 +141,16 @@ void CheckReadable(const std::string& path) {
     if (nul != std::string::npos) {
         const auto place = text.begin() + static_cast<std::ptrdiff_t>(nul);
         const size_t line = text.rfind('\n', nul) + 1;
-        throw Failure{eFileError,
-                      Text(eTextNulByte, {path, std::to_string(std::count(text.begin(), place, '\n') + 1),
-                                          std::to_string(nul - line + 1)})};
+        throw Failure{eFileError, Text(eTextNulByte, {path, std::to_string(std::count(text.begin(), place, '\n') + 1),
+                                                      std::to_string(nul - line + 1)})};
     }
 }
 
 void ThrowUnloadable(const std::string& path, int error) {
     Gatherer gatherer(path);
     const int found = error == EILSEQ ? vyn::ReportLoad(path.c_str(), gatherer) : error;
-    throw Failure{eFileError, gatherer.text.empty() ? path + ": " + ErrorText(found != 0 ? found : error)
-                                                    : gatherer.text};
+    throw Failure{eFileError,
+                  gatherer.text.empty() ? path + ": " + ErrorText(found != 0 ? found : error) : gatherer.text};
 }
 
 void ThrowNotFound(const std::string& address) {

@@ -157,9 +157,8 @@ int Run(const Arguments& arguments) {
     } else if (arguments.json) {
         std::vector<std::string> objects;
         for (const Row& row : rows) {
-            objects.push_back(
-                "{\"style\": " + Json(row.style->name) + ", \"kind\": " + Json(row.style->kind) +
-                ", \"parent\": " + (row.style->parent.empty() ? "null" : Json(row.style->parent)) + "}");
+            objects.push_back("{\"style\": " + Json(row.style->name) + ", \"kind\": " + Json(row.style->kind) +
+                              ", \"parent\": " + (row.style->parent.empty() ? "null" : Json(row.style->parent)) + "}");
         }
         PrintJson(objects);
     } else {

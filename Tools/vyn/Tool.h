@@ -51,9 +51,8 @@ struct Command {
     int (*run)(const Arguments& arguments);                // \return the exit code; may throw Failure
 };
 
-extern const Command commandGet, commandSet, commandUnset, commandFix, commandUnfix, commandList,
-    commandExplain, commandCheck, commandDiff, commandStyles, commandUrn, commandMessages, commandInfo,
-    commandRun;
+extern const Command commandGet, commandSet, commandUnset, commandFix, commandUnfix, commandList, commandExplain,
+    commandCheck, commandDiff, commandStyles, commandUrn, commandMessages, commandInfo, commandRun;
 
 // Options that several commands have.
 CLI::Option* AddFiles(CLI::App& app, Arguments& arguments);

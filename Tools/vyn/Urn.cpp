@@ -66,12 +66,11 @@ int Explain(const std::string& operand, bool json, std::vector<std::string>& obj
                        ", \"target\": " + Json(entry.target) +
                        ", \"decides\": " + (entry.fate == vyn::eUrnDecides ? "true" : "false") + "}";
         } else {
-            entries += "  " + Source(entry) + "  " + entry.name + ":" + entry.target + "  " +
-                       Fate(entry.fate) + "\n";
+            entries += "  " + Source(entry) + "  " + entry.name + ":" + entry.target + "  " + Fate(entry.fate) + "\n";
         }
     }
-    objects.push_back("{\"urn\": " + Json(urn) + ", \"path\": " + Json(explanation.path) +
-                      ", \"entries\": [" + entries + "]}");
+    objects.push_back("{\"urn\": " + Json(urn) + ", \"path\": " + Json(explanation.path) + ", \"entries\": [" +
+                      entries + "]}");
     printf("%s", json ? "" : (std::string(explanation.path) + "\n" + entries).c_str());
     return eDone;
 }

@@ -10,9 +10,9 @@ using namespace tool;
 
 namespace {
 
-const Command* const commands[] = {
-    &commandGet,   &commandSet,  &commandUnset,  &commandFix, &commandUnfix,    &commandList, &commandExplain,
-    &commandCheck, &commandDiff, &commandStyles, &commandUrn, &commandMessages, &commandInfo, &commandRun};
+const Command* const commands[] = {&commandGet,  &commandSet,      &commandUnset, &commandFix,  &commandUnfix,
+                                   &commandList, &commandExplain,  &commandCheck, &commandDiff, &commandStyles,
+                                   &commandUrn,  &commandMessages, &commandInfo,  &commandRun};
 
 // CLI11 brings English words of its own.
 void SetWords(CLI::App& app) {
@@ -54,8 +54,8 @@ std::string tool::Text(TextId id, std::initializer_list<std::string> texts) {
     const std::string format = messages.GetText(id);
     std::string text;
     for (size_t i = 0; i < format.size(); ++i) {
-        const size_t n = format[i] == '%' && i + 1 < format.size() ? static_cast<size_t>(format[i + 1] - '1')
-                                                                   : texts.size();
+        const size_t n =
+            format[i] == '%' && i + 1 < format.size() ? static_cast<size_t>(format[i + 1] - '1') : texts.size();
         if (n < texts.size()) {
             text += texts.begin()[n];
             ++i;

@@ -9,7 +9,6 @@ int main() {
     vyn::COptionManager manager;
     manager.AddCategory(&editor);
     vyn::VynToolMessages messages("consumer", vynMessages);
-    vyn::vynout << (vyn::SFmt(messages.GetHandle(), 1) << 5L << 7L) << "; " << messages.GetText(2)
-                << vyn::endl;
+    vyn::vynout << (vyn::SFmt(messages.GetHandle(), 1) << 5L << 7L) << "; " << messages.GetText(2) << vyn::endl;
     return manager.GetBoolValue("Editor", "Wrap") ? 0 : 1;
 }
