@@ -8,8 +8,7 @@
 #include "SMap.h"
 #include "VynM.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 std::string Walk(const MList<int*>& list, const int* base) {
     std::string text;
@@ -174,5 +173,4 @@ TEST(Buffer, GrowsOnItsOwnRuleForCharactersAndTexts) {
     EXPECT_TRUE(buffer == "abc");
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -1,13 +1,9 @@
 #include "ErrorContext.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-
 #include "DumpContext.h"
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 struct CountedError : CError {
     CountedError() : CError("counted") { ++alive; }
@@ -112,5 +108,4 @@ TEST(Error, GoesToTheCurrentContextIfThereIsOne) {
     EXPECT_EQ(context.GetErrorCount(), 1);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -1,22 +1,13 @@
 // What a save promises while the system fails: after it, whatever happened, the path holds the old text or the new
 // one, whole; the result says which; memory still holds what was set, and the next save that succeeds writes it.
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-#include <unistd.h>
-
-#include <cerrno>
-
 #include "Faults/FaultyCalls.h"
 #include "TestSupport.h"
 #include "VynOptionTables.h"
 #include "VynStyle.h"
 #include "VynUri.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 namespace fs = std::filesystem;
 
 constexpr int kUnknown = -1;  // the status of a save that tells none
@@ -313,5 +304,4 @@ TEST_P(Together, MergingSavesLoseNothingAndOthersLeaveAWholeFile) {
 
 INSTANTIATE_TEST_SUITE_P(Processes, Together, testing::Values(2, 5));
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

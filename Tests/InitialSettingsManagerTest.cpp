@@ -1,21 +1,11 @@
 #include "InitialSettingsManager.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
 #include <sys/file.h>
-#include <unistd.h>
-
-#include <cerrno>
-#include <cstdlib>
-#include <thread>
 
 #include "TestSupport.h"
 #include "VynOptionTables.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 // Gives each test a user and a set of shared directories of its own.
 class PredefinedFiles : public testing::Test {
@@ -182,5 +172,4 @@ TEST(OptionDescriptionList, FitsWithOneHit) {
     EXPECT_EQ(list.GetCount(), 0);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -13,8 +13,7 @@
 
 #include "CountingObject.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 using namespace jniutils;
 
@@ -362,5 +361,4 @@ TEST_F(Bridge, MakesOneWrapperForFourThreadsAtOnce) {
     EXPECT_EQ(objects[0].m_nReferences, 1);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

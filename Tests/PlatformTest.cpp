@@ -14,10 +14,7 @@ extern "C" VYN_API FILE* fopen(const char* path, const char* mode) {
     return systemFopen(takenNames > 0 && takenNames-- ? "/dev/null" : path, mode);
 }
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 TEST(MainArguments, AreKeptAsTheyWereGiven) {
     const char* saved[] = {"bin\\tool", "x", nullptr};
@@ -137,5 +134,4 @@ TEST(Installation, IsFoundWhereTheLibraryLies) {
     EXPECT_EQ(RunProbe(directory, "LD_LIBRARY_PATH=opt/bin", "Probe ask root").out, "opt/bin/..\n");
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -1,14 +1,8 @@
 #include "RgFile.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <vector>
-
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 using namespace std::string_literals;
 using test::ReadText;
@@ -310,5 +304,4 @@ TEST_F(RgFileTest, DeepTreeNeedsNoDeepStack) {
     EXPECT_EQ(file.GetKeyRoot()->GetKeyCount(), 0);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

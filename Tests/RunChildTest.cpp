@@ -9,8 +9,6 @@ using namespace std::string_literals;
 using namespace vyn;
 using namespace vyn::test;
 
-namespace {
-
 // In the environment of each child: of this process, since others may run the same tests beside it.
 const std::string markValue = std::to_string(getpid());
 constexpr char mark[] = "VYN_RUN_CHILD_TEST";
@@ -46,8 +44,6 @@ struct CNothingLeft {
     }
     const long m_nOpen = OpenDescriptors();
 };
-
-}  // namespace
 
 TEST(RunChild, ComesBackFromWhateverAProgramDoes) {
     const std::string large(1 << 20, 'x');

@@ -5,8 +5,7 @@
 #include "VynErrOut.h"
 #include "VynRes.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 TEST(SFmt, FillsPlaceholdersInTheOrderOfTheirNumbers) {
     const struct {
@@ -50,5 +49,4 @@ TEST(SFmt, TakesItsTextFromAModuleToAStream) {
     EXPECT_NE(testing::internal::GetCapturedStderr().find(report), std::string::npos);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

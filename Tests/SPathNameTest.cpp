@@ -2,10 +2,7 @@
 
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 namespace fs = std::filesystem;
 const std::string start = fs::current_path().string();
 
@@ -162,5 +159,4 @@ TEST(CreateDirectory, MakesParentsFromTheSecondSeparatorOn) {
     fs::current_path(start);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -1,13 +1,8 @@
 #include "SString.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 TEST(SString, TakesNullForEmptyAndLooksAtTextUpToTheFirstNul) {
     const char* null = nullptr;
@@ -155,5 +150,4 @@ TEST(Trace, ReturnsTheBoundWithTracingOff) {
     EXPECT_EQ(testing::internal::GetCapturedStdout(), "");
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

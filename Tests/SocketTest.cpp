@@ -6,10 +6,7 @@
 
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 using namespace std::string_literals;
 
 // Sees what only derived classes see.
@@ -253,5 +250,4 @@ TEST(Socket, SendsSingleLinesOnlyAndWithoutASignal) {
     EXPECT_EQ(errno, EPIPE);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

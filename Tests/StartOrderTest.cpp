@@ -11,10 +11,7 @@
 #include "Platform.h"
 #include "RunProbe.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 // What is built, or read from the environment meanwhile, in the order of Src/Text/InitOrder_p.h. An object without
 // a destructor leaves no trace but what it reads.
@@ -109,5 +106,4 @@ TEST(StartOrder, IsKeptByLinkTimeOptimisation) {
 }
 #endif
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

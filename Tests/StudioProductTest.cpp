@@ -6,8 +6,7 @@
 
 #include "SPathName.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 TEST(StudioProduct, DerivesItsKeysFromOneVersion) {
     EXPECT_EQ(StudioProduct::GetFullToolVersion(), "4.3.0.6.24341");
@@ -32,5 +31,4 @@ TEST(StudioProduct, MarksTheIdentifiersOfOneTool) {
     unsetenv("QZD_TOOLID");
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -12,7 +12,6 @@ using vyn::CSubProc;
 using vyn::CSubProcTimeOut;
 
 // The system calls of a launch go through these functions, which can be told to fail.
-namespace {
 
 int callToFail = 0;  // counts down with each call; the call that reaches 0 fails
 bool closeRangeMissing = false;
@@ -26,8 +25,6 @@ bool FailsNow() {
     errno = EIO;
     return true;
 }
-
-}  // namespace
 
 #pragma GCC visibility push(default)
 extern "C" {
@@ -69,8 +66,6 @@ int close_range(unsigned first, unsigned last, int flags) {
 
 }  // extern "C"
 #pragma GCC visibility pop
-
-namespace {
 
 const std::string probe = VYN_PROBE_DIR "/Probe";
 
@@ -132,8 +127,6 @@ struct CKeepDescriptor {
 void SetVariable(const char* name, const char* value) {
     value ? setenv(name, value, 1) : unsetenv(name);
 }
-
-}  // namespace
 
 TEST(Launch, ConnectsBothStreamsAndLeavesTheParentAlone) {
     const std::string before = ParentState();
@@ -392,8 +385,6 @@ TEST(State, OutlastsSignalsAndEndsInTheDestructorByAKill) {
     EXPECT_EQ(0, child.get_exit_status());
 }
 
-namespace {
-
 // Shows when the watchdog is at work on the child. The count has no lock: the thread sanitizer sees an Abort
 // that returns too early.
 struct CWatchedProc : CSubProc {
@@ -411,8 +402,6 @@ bool IsAsleep(int thread) {
     std::getline(std::ifstream("/proc/self/task/" + std::to_string(thread) + "/stat"), stat);
     return stat.find(") S ") != std::string::npos;
 }
-
-}  // namespace
 
 TEST(Watchdog, KillsOrSparesTheChildInEachRaceWithAbort) {
     const std::string before = ParentState();

@@ -10,8 +10,6 @@ using namespace rhu::os;
 using vyn::SThread;
 using vyn::ThreadCall;
 
-namespace {
-
 Time FromNow(double seconds) {
     Time point, span;
     point.setNow();
@@ -37,8 +35,6 @@ unsigned long Wait(void* waiter) {
     self->woken = true;
     return 0;
 }
-
-}  // namespace
 
 TEST(Time, AddsAndSaturates) {
     const Rows<double, double, uint32_t, uint32_t> rows = {{1.75, 2.5, 4, 250000000},

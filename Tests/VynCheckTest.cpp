@@ -1,16 +1,9 @@
 #include "VynCheck.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-
 #include "TestSupport.h"
 #include "VynOption.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 const COption optText[] = {
     {"TabWidth", eBareOption, "8", 0, 0}, {"Wrap", eTextOption, "true", 0, 0}, {"Font", eTextOption, "12", 0, 0}};
@@ -149,5 +142,4 @@ TEST_F(Check, TellsWhichUrnEntriesLose) {
               "1:7 urn-shadowed\n2:1 urn-refused\n2:7 urn-malformed\n3:2 urn-target\n4:1 urn-target\n");
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

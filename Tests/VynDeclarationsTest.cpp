@@ -1,16 +1,8 @@
 #include "VynDeclarations.h"
 
-#include <gtest/gtest.h>
-
-#include <cerrno>
-#include <memory>
-
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 TEST(Declarations, GoThroughAFileIntoTablesThatTheManagerOwns) {
     const COption options[] = {{"TabWidth", eBareOption, "8", 0, 0},
@@ -74,5 +66,4 @@ TEST(Declarations, ReadWhatPeopleWriteAndRefuseWhatNoFileHolds) {
     EXPECT_EQ(declarations.Save(path.c_str()), EILSEQ);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

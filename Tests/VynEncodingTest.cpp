@@ -6,8 +6,7 @@
 #include <clocale>
 #include <vector>
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 // Sets LC_CTYPE for the life of the object. The eight-bit locale comes from the build tree.
 struct CType {
@@ -145,5 +144,4 @@ TEST(IsUtf8, WeighsSequencesAgainstSignsOfOtherEncodings) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

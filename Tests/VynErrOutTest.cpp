@@ -1,13 +1,8 @@
 #include "VynErrOut.h"
 
-#include <fcntl.h>
-#include <gtest/gtest.h>
-#include <unistd.h>
-
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 // Runs a probe with VYN_ERR_OUT set to `options`, unset for null. The result is all it wrote, both streams.
 std::string RunProbe(const std::string& probe, const char* options) {
@@ -168,5 +163,4 @@ TEST(MsgOut, FollowsTheVariableOfItsStart) {
         << "on vynerr itself the message is still there when the report is made";
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -1,17 +1,12 @@
 #include "VynExplain.h"
 
-#include <gtest/gtest.h>
-
 #include <random>
 
 #include "TestSupport.h"
 #include "VynOptionTables.h"
 #include "VynStyle.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 // The ladder in short: for each step the line, the text and the role.
 std::string Show(const ValueExplanation& explanation) {
@@ -162,5 +157,4 @@ TEST_F(Explain, PersonalFileKeepsItsPlace) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -3,10 +3,7 @@
 #include "TestSupport.h"
 #include "VynUri.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 // What permissions forbid shows to everybody but the superuser, whose rights the object lays down.
 struct AsOrdinaryUser {
@@ -203,5 +200,4 @@ TEST_F(Tree, ChangesThePermissionOfTheOwnerAlone) {
     EXPECT_EQ(ModeOf(late), 0640u) << "a guard that failed has nothing to put back";
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -8,8 +8,7 @@
 
 #include "ZemAPICommon.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 const char* const kTable = "ELVISAlive5BCD0FGH3JK1MNOPQR4TU2WXYZabcd9fgh7jk6mnopqrstu8wxyz-*";
 
@@ -82,5 +81,4 @@ TEST(CreateGuid, NamesCountProcessSecondAndHost) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

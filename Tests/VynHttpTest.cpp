@@ -9,10 +9,7 @@
 
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 using namespace std::string_literals;
 using Text = std::string;
 using Params = std::map<Text, Text>;
@@ -210,5 +207,4 @@ TEST(Base64, DecodesUpToTheFirstForeignByte) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 TEST(ReqixUri, LosesAllItsParameters) {
     const struct {
@@ -22,5 +21,4 @@ TEST(ReqixUri, LosesAllItsParameters) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -1,20 +1,14 @@
 // What look-ups remember: after each change, by every public road, they give what a plain walk gives.
 
-#include <gtest/gtest.h>
 #include <malloc.h>
 
-#include <memory>
 #include <random>
-#include <thread>
-#include <vector>
 
 #include "TestSupport.h"
 #include "VynOptionTables.h"
 
-namespace vyn {
+namespace vyn::test {
 namespace {
-
-using namespace test;
 
 const char* const keys[] = {"Editor", "Editor/Text", "Build", "New", "Editor/Text/None"};
 const char* const names[] = {"Wrap", "Name", "Font", "Text/Font", "Target", "Extra"};
@@ -242,4 +236,4 @@ TEST(Lookup, KeepsNothingOfWhatIsGoneAndServesThreadsWithFilesOfTheirOwn) {
 }
 
 }  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -1,8 +1,5 @@
-#include <gtest/gtest.h>
-#include <sys/stat.h>
 
 #include <algorithm>
-#include <cerrno>
 #include <map>
 #include <random>
 #include <sstream>
@@ -10,10 +7,8 @@
 #include "TestSupport.h"
 #include "VynOptionTables.h"
 
-namespace vyn {
+namespace vyn::test {
 namespace {
-
-using namespace test;
 
 // Makes a file of `text`, loads it, sets options, and saves.
 struct Tool : Manager {
@@ -523,4 +518,4 @@ TEST_F(IncrementalSave, HoldsWhateverTheOldFileLooksLike) {
 }
 
 }  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

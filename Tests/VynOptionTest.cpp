@@ -1,17 +1,10 @@
 #include "VynOption.h"
 
-#include <gtest/gtest.h>
-#include <sys/stat.h>
-
-#include <memory>
-
 #include "TestSupport.h"
 #include "VynOptionTables.h"
 
-namespace vyn {
+namespace vyn::test {
 namespace {
-
-using namespace test;
 
 TEST(Option, ReadsItsDefault) {
     COption upper = {"x", 1, "True", 0, 0};
@@ -242,4 +235,4 @@ TEST_F(OptionFileTest, ManagerKeepsItsFilesInOrder) {
 }
 
 }  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

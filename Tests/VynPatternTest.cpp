@@ -5,10 +5,7 @@
 
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 TEST(Pattern, MatchesTheWholeText) {
     const std::string stars = std::string(200, '*') + "b";
@@ -77,5 +74,4 @@ TEST(Pattern, TellsWhatIsWrongInTheUsersLanguage) {
     EXPECT_EQ(VynGetResourceHandle(), nullptr) << "the former handle is current again";
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -9,10 +9,7 @@
 #include "RunProbe.h"
 #include "VynToolMessages.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 // Two handles of modules that nobody loaded.
 char modules[2];
@@ -189,5 +186,4 @@ TEST(Start, IsTracedLikeTheEnd) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -4,8 +4,7 @@
 
 #include "VynRes.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 // Ranges stay for the life of the process, so that each test has numbers and prefixes of its own.
 
@@ -111,5 +110,4 @@ TEST(PrefixedString, CountsFromTheBaseOfTheRange) {
     EXPECT_EQ(wider.GetString(base, text), 1);
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

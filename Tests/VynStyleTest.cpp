@@ -1,15 +1,8 @@
 #include "VynStyle.h"
 
-#include <gtest/gtest.h>
-
-#include <vector>
-
 #include "TestSupport.h"
 
-namespace vyn {
-namespace {
-
-using namespace test;
+namespace vyn::test {
 
 const COption optPara[] = {{"Font", 1, "Sans", 0, 0}, {"Size", 2, "10", 0, 0}, {"Bold", 1, "false", 0, 0}};
 const COption optLine[] = {{"Width", 2, "1", 0, 0}, {"Font", 1, "none", 0, 0}};
@@ -363,5 +356,4 @@ TEST_F(StyleFile, SavesOverOneFileKeepEveryStyle) {
     EXPECT_EQ(Get(*again, "Size") + Get(*again, "BasedOn") + Get(*Find("Thin"), "Width"), "8Body2");
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

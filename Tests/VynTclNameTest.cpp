@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 TEST(LegalTclName, ReplacesWhatTclTreatsSpecially) {
     struct {
@@ -23,5 +22,4 @@ TEST(LegalTclName, ReplacesWhatTclTreatsSpecially) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

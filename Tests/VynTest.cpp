@@ -6,8 +6,7 @@
 #include <cstdlib>
 #include <cstring>
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 // The flag is remembered by the process, so each case runs in a child.
 void AssertWith(const char* atFirst, const char* later) {
@@ -33,5 +32,4 @@ TEST(SmallHelpers, GiveTextsThatFit) {
     EXPECT_EQ(std::string(buffer, sizeof buffer), std::string("12-l\0???\0", 9));
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

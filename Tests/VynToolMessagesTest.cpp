@@ -2,8 +2,7 @@
 
 #include <gtest/gtest.h>
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 TEST(Translation, HasThePlaceholdersOfTheEnglishText) {
     const struct {
@@ -47,5 +46,4 @@ TEST(PseudoText, KeepsThePlaceholders) {
     EXPECT_EQ(VynPseudoText("%e %% AEO"), "[%e %% ÁÉÓ~~~]");
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

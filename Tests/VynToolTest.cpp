@@ -1,14 +1,10 @@
 // The command line tool, as a program.
 
-#include <gtest/gtest.h>
-#include <sys/wait.h>
-
 #include <sstream>
 
 #include "TestSupport.h"
 
 namespace vyn::test {
-namespace {
 
 class Tool : public testing::Test {
 protected:
@@ -216,5 +212,4 @@ TEST_F(Tool, AnswersAsItsGuideSays) {
     EXPECT_GT(commands, 5);
 }
 
-}  // namespace
 }  // namespace vyn::test

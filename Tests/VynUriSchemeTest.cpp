@@ -5,10 +5,8 @@
 #include "TestSupport.h"
 #include "VynUri.h"
 
-namespace vyn {
+namespace vyn::test {
 namespace {
-
-using namespace test;
 
 const int allCapabilities = 1 + 2 + 4 + 8 + 16 + 64 + 128;
 std::string calls;  // of the schemes below, each as `name.Operation(arguments);`
@@ -321,4 +319,4 @@ TEST(FileStream, WritesWhenTheBufferIsFullAndAtTheEnd) {
 }
 
 }  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -2,10 +2,8 @@
 
 #include "TestSupport.h"
 
-namespace vyn {
+namespace vyn::test {
 namespace {
-
-using namespace test;
 TEST(UriText, HasASchemeOfLettersAndDigits) {
     const Rows<const char*, bool> rows = {{"a:", true},   {"c:\\x", true},  {"a1:x", true},   {"http://h", true},
                                           {"Z9z:", true}, {"a", false},     {"", false},      {":", false},
@@ -29,4 +27,4 @@ TEST(UriText, TellsTheKindByItsExactPrefix) {
 }
 
 }  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -10,10 +10,8 @@
 #include "ZemAPICommon.h"
 #include "filename_expand.h"
 
-namespace vyn {
+namespace vyn::test {
 namespace {
-
-using namespace test;
 
 struct Messages : Reports {
     bool OnMessage(const std::string& message) override {
@@ -414,4 +412,4 @@ TEST_F(UrnTest, ExpandsInPaths) {
 }
 
 }  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -6,8 +6,7 @@
 
 #include "CountingObject.h"
 
-namespace vyn {
-namespace {
+namespace vyn::test {
 
 TEST(Ptr, HoldsOneReferenceForItsLife) {
     CountingObject object;
@@ -47,5 +46,4 @@ TEST(APIError, KeepsItsTextUntilTheNextOne) {
     }
 }
 
-}  // namespace
-}  // namespace vyn
+}  // namespace vyn::test

@@ -5,7 +5,6 @@
 #include <climits>
 
 namespace vyn::gmode {
-namespace {
 
 // Read before any test runs.
 const EZemGlobalMode modeAtStart = GetZemGlobalMode();
@@ -18,5 +17,4 @@ TEST(GlobalMode, KeepsAnyNumberOfTheTool) {
     }
 }
 
-}  // namespace
 }  // namespace vyn::gmode

@@ -6,8 +6,6 @@
 
 using namespace vyn::test;
 
-namespace {
-
 // The result with errno behind it, where one was left.
 std::string Expand(const std::string& text) {
     errno = 0;
@@ -115,5 +113,3 @@ TEST(NameFunctions, LookAtTheLastElement) {
         EXPECT_STREQ(text.c_str(), rest) << expectedText;
     }
 }
-
-}  // namespace
