@@ -103,9 +103,9 @@ public:
     /// \return the component of the base set, owned by the manager; null when there is none.
     const CMgrOptionSet* GetNextOptionSet() const { return m_pNext; }
     /// \return the number of options in the index.
-    int GetOptionCount() const { return m_mapOptions.GetCount(); }
+    int GetOptionCount() const { return Index().GetCount(); }
     /// \return the first position, in the order of the index and not of the tables; null when there is none.
-    void* GetFirstOptionPosition() const { return m_mapOptions.GetStartPosition(); }
+    void* GetFirstOptionPosition() const { return Index().GetStartPosition(); }
     /// \param[in,out] pos moves to the next option or to null. Not null.
     const COption* GetNextOption(void*& pos) const;
 
@@ -128,12 +128,16 @@ private:
     const COption* FindOptionAfter(const COption* last, const char* name) const;
     bool IsInTable(const COption* option) const { return option >= m_pTable && option < m_pTableEnd; }
 
+    // The index, which a single table gets only when somebody asks for it: a file in the order of the table doesn't.
+    const MMap<SString, const COption*>& Index() const;
+
     // The table whose rows are all that the index holds, so that another row has another name; null without one.
     const COption* m_pTable = nullptr;
     const COption* m_pTableEnd = nullptr;
     const char* m_szName;  // of the table, not a copy
     const CMgrOptionSet* m_pNext;
-    MMap<SString, const COption*> m_mapOptions;
+    mutable MMap<SString, const COption*> m_mapOptions;
+    mutable bool m_bDeferred = false;  // the rows of m_pTable aren't in the index yet
 };
 
 /// \brief One node of a manager's category tree.

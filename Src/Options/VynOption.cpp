@@ -3,6 +3,7 @@
 #include <cerrno>
 #include <cstdlib>
 #include <cstring>
+#include <vector>
 
 #include "Rg/RgFile_p.h"
 #include "Rg/StructureStamp_p.h"
@@ -12,6 +13,30 @@ namespace vyn {
 int COption::IsDefaultValue(const char* value) {
     return strcmp(value, szDefault) == 0 ? 1 : 0;
 }
+
+namespace {
+
+// Whether no two rows have one name. Now and then it says no of rows that have a name each.
+bool HaveDistinctNames(const COption* first, const COption* end) {
+    size_t size = 16;
+    while (size < 2 * static_cast<size_t>(end - first)) {
+        size *= 2;
+    }
+    std::vector<unsigned> hashes(size);  // 0 in a free place
+    for (const COption* option = first; option < end; ++option) {
+        const unsigned hash = detail::TextKey(option->szName).hash | 1;
+        size_t i = (hash >> 1) & (size - 1);
+        for (; hashes[i] != 0; i = (i + 1) & (size - 1)) {
+            if (hashes[i] == hash) {
+                return false;
+            }
+        }
+        hashes[i] = hash;
+    }
+    return true;
+}
+
+}  // namespace
 
 int COption::GetIntValue() const {
     return atoi(szDefault);
@@ -36,7 +61,7 @@ COption* CMgrOptionSet::FindOption(const char* name) const {
     // later.
     for (const CMgrOptionSet* set = this; set; set = set->m_pNext) {
         const COption* option = nullptr;
-        if (set->m_mapOptions.Lookup(name, option)) {
+        if (set->Index().Lookup(name, option)) {
             return const_cast<COption*>(option);
         }
     }
@@ -51,7 +76,7 @@ const COption* CMgrOptionSet::FindOptionAfter(const COption* last, const char* n
 const COption* CMgrOptionSet::GetNextOption(void*& pos) const {
     SString name;
     const COption* option = nullptr;
-    m_mapOptions.GetNextAssoc(pos, name, option);
+    Index().GetNextAssoc(pos, name, option);
     return option;
 }
 
@@ -75,28 +100,43 @@ void CMgrOptionSet::MergeOptions(const COptionSet* set) {
     if (!set || set->nOptions < 1) {
         return;
     }
-    const bool isFirst = m_mapOptions.GetCount() == 0;
-    for (int i = 0; i < set->nOptions; ++i) {
-        m_mapOptions[set->pOptions[i].szName] = &set->pOptions[i];
+    const COption* end = set->pOptions + set->nOptions;
+    if (!m_bDeferred && m_mapOptions.GetCount() == 0 && HaveDistinctNames(set->pOptions, end)) {
+        m_pTable = set->pOptions;
+        m_pTableEnd = end;
+        m_bDeferred = true;
+        return;
     }
-    const bool isTable = isFirst && m_mapOptions.GetCount() == set->nOptions;
-    m_pTable = isTable ? set->pOptions : nullptr;
-    m_pTableEnd = isTable ? set->pOptions + set->nOptions : nullptr;
+    Index();
+    m_pTable = m_pTableEnd = nullptr;
+    for (const COption* option = set->pOptions; option < end; ++option) {
+        m_mapOptions[option->szName] = option;
+    }
+}
+
+const MMap<SString, const COption*>& CMgrOptionSet::Index() const {
+    for (const COption* option = m_pTable; m_bDeferred && option < m_pTableEnd; ++option) {
+        m_mapOptions[option->szName] = option;
+    }
+    m_bDeferred = false;
+    return m_mapOptions;
 }
 
 void CMgrOptionSet::MergeOptions(const CMgrOptionSet* set) {
     detail::StructureStamp::Raise();
+    Index();
     m_pTable = m_pTableEnd = nullptr;
     for (void* pos = set ? set->GetFirstOptionPosition() : nullptr; pos;) {
         SString name;
         const COption* option = nullptr;
-        set->m_mapOptions.GetNextAssoc(pos, name, option);
+        set->Index().GetNextAssoc(pos, name, option);
         m_mapOptions[name] = option;
     }
 }
 
 void CMgrOptionSet::UnMergeOptions(const CMgrOptionSet* set) {
     detail::StructureStamp::Raise();
+    Index();
     m_pTable = m_pTableEnd = nullptr;
     if (set == this) {
         m_mapOptions.RemoveAll();
@@ -105,7 +145,7 @@ void CMgrOptionSet::UnMergeOptions(const CMgrOptionSet* set) {
     for (void* pos = set ? set->GetFirstOptionPosition() : nullptr; pos;) {
         SString name;
         const COption* option = nullptr;
-        set->m_mapOptions.GetNextAssoc(pos, name, option);
+        set->Index().GetNextAssoc(pos, name, option);
         m_mapOptions.RemoveKey(name);
     }
 }
