@@ -71,8 +71,8 @@ public:
 VYN_API int ReportLoad(const char* path, CFindingSink& sink);
 
 /// Checks an option or style file: the reports of ReportLoad, repeated entries, styles that are based on what isn't
-/// there, and, with a manager, what its tables and the files below say. A file that isn't in its stack counts as lying on
-/// top.
+/// there, and, with a manager, what its tables and the files below say. A file that isn't in its stack counts as
+/// lying on top.
 /// \param path not null.
 /// \param manager may be null. The files of its stack aren't read again.
 /// \param[out] findings all of them, in file order; emptied first.
