@@ -123,7 +123,7 @@ std::string Connection::ReadBytes(size_t length) {
             throw hangUp;
         }
     }
-    const std::string bytes = m_bytes.substr(0, length);
+    std::string bytes = m_bytes.substr(0, length);
     m_bytes.erase(0, length);
     return bytes;
 }

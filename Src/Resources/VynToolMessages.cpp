@@ -123,7 +123,7 @@ SPathName ModuleDirectory(const void* address) {
     // The loader calls the program itself by the words of its user, not by its file.
     const char* name = static_cast<link_map*>(map)->l_name;
     char* file = realpath(*name ? name : "/proc/self/exe", nullptr);
-    const SPathName directory(file ? SPathName(file).GetDirectory() : SString());
+    SPathName directory(file ? SPathName(file).GetDirectory() : SString());
     free(file);
     return directory;
 }

@@ -91,6 +91,7 @@ void AddressTable::Remember(const Address& address, uint64_t stamp, const COptio
 }
 
 AddressTable::Entry* AddressTable::MakeEntry(const Address& address, size_t capacity) {
+    // NOLINTNEXTLINE(bugprone-sizeof-expression): the entry is followed by pointers.
     const size_t head = sizeof(Entry) + capacity * sizeof(CRgValue*);
     char* memory = static_cast<char*>(::operator new(head + address.m_nKeyLength + address.m_nNameLength));
     memcpy(memory + head, address.m_szKey, address.m_nKeyLength);

@@ -20,7 +20,7 @@ constexpr int maxLinks = 40;  // as the kernel's own limit
 // Takes the first element, which may be empty, off `rest`.
 std::string TakeElement(std::string& rest) {
     const size_t slash = rest.find('/');
-    const std::string element = rest.substr(0, slash);
+    std::string element = rest.substr(0, slash);
     rest.erase(0, slash == std::string::npos ? slash : slash + 1);
     return element;
 }
@@ -40,7 +40,7 @@ int FollowAll(std::string& path) {
             path.erase(path.find_last_of('/') == std::string::npos ? 0 : path.find_last_of('/'));
             continue;
         }
-        const std::string next = path + "/" + element;
+        const std::string next = std::string(path).append("/").append(element);
         char target[PATH_MAX];
         const ssize_t length = readlink(next.c_str(), target, sizeof target);
         if (length < 0) {
@@ -115,7 +115,7 @@ SUrnExplanation ExplainUrn(const SString& urn) {
 }
 
 bool ResolveUrnBeneath(const SString& urn, SString& path) {
-    const SString text(urn);  // may be `path`
+    const SString text(urn);  // NOLINT(performance-unnecessary-copy-initialization): it may be `path`
     errno = ResolveBeneath(text, path);
     if (errno == 0) {
         return true;
