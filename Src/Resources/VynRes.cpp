@@ -4,6 +4,7 @@
 
 #include <algorithm>
 #include <cstring>
+#include <list>
 
 #include "Messages/SourceReport_p.h"
 #include "Platform.h"
@@ -171,12 +172,17 @@ bool IsCompiledIn() {
     return strcmp(VynGetLocale(), detail::kEnglish) == 0 || IsPseudoLanguage();
 }
 
+// Tables keep pointers: an altered text stays, like the others.
+const char* KeepPseudoText(const char* text) {
+    static auto& kept = *new std::list<SString>;
+    kept.push_back(VynPseudoText(text));
+    return kept.back().c_str();
+}
+
 void InitializeLibResources(HINSTANCE handle) {
     pStringTable = new SStringTable(handle);
     for (const VynMessage* message = englishMessages; message->text; ++message) {
-        // Tables keep pointers: the altered texts stay, like the others.
-        const char* text = IsPseudoLanguage() ? (new SString(VynPseudoText(message->text)))->c_str() : message->text;
-        pStringTable->Add(message->id, text);
+        pStringTable->Add(message->id, IsPseudoLanguage() ? KeepPseudoText(message->text) : message->text);
     }
 }
 
