@@ -153,7 +153,7 @@ void CScan::Stop(const char* place, RgExpected expected) {
         m_findings.Add(FindingCode::eTextAfterValue, place, {there});
         return;
     }
-    const auto id = static_cast<LibraryString>(eStrExpected + expected);
+    const auto id = static_cast<LibraryString>(int{eStrExpected} + int{expected});
     m_findings.Add(FindingCode::eUnexpected, place, {there, OwnMessage(id, {})});
 }
 
