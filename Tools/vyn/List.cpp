@@ -38,12 +38,15 @@ int Run(const Arguments& arguments) {
             line = std::to_string(step->line);
         }
         if (arguments.json) {
-            objects.push_back("{\"option\": " + Json(text) + ", \"value\": " + Json(value) +
-                              (arguments.origin ? ", \"file\": " + Json(file) + ", \"line\": " + line : "") + "}");
+            std::string object = "{\"option\": " + Json(text) + ", \"value\": " + Json(value);
+            if (arguments.origin) {
+                object.append(", \"file\": ").append(Json(file)).append(", \"line\": ").append(line);
+            }
+            objects.push_back(object + "}");
             continue;
         }
         if (arguments.origin) {
-            printf("%s\t", file.empty() ? Text(eTextDefault).c_str() : (file + ':' + line).c_str());
+            file.empty() ? printf("%s\t", Text(eTextDefault).c_str()) : printf("%s:%s\t", file.c_str(), line.c_str());
         }
         printf("%s=%s\n", text.c_str(), OneLine(value).c_str());
     }

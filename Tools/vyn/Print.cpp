@@ -125,9 +125,10 @@ void PrintFindings(const std::string& path, const std::vector<vyn::Finding>& fin
         const std::string line = std::to_string(finding.line);
         const std::string column = std::to_string(finding.column);
         if (json) {
-            objects.push_back("{\"file\": " + Json(path) + ", \"line\": " + line + ", \"column\": " + column +
-                              ", \"code\": " + Json(vyn::GetFindingName(finding.code)) +
-                              ", \"text\": " + Json(finding.text) + "}");
+            std::string object = "{\"file\": " + Json(path);
+            object.append(", \"line\": ").append(line).append(", \"column\": ").append(column);
+            object.append(", \"code\": ").append(Json(vyn::GetFindingName(finding.code)));
+            objects.push_back(object.append(", \"text\": ").append(Json(finding.text)).append("}"));
         } else {
             printf("%s:%s:%s: %s\n", path.c_str(), line.c_str(), column.c_str(), OneLine(finding.text).c_str());
         }

@@ -156,6 +156,7 @@ int Run(const Arguments& arguments) {
         PrintSvg(rows);
     } else if (arguments.json) {
         std::vector<std::string> objects;
+        objects.reserve(rows.size());
         for (const Row& row : rows) {
             objects.push_back("{\"style\": " + Json(row.style->name) + ", \"kind\": " + Json(row.style->kind) +
                               ", \"parent\": " + (row.style->parent.empty() ? "null" : Json(row.style->parent)) + "}");
