@@ -147,6 +147,9 @@ TEST_F(Explain, PersonalFileKeepsItsPlace) {
         EXPECT_EQ(failed.empty(), editable);
         if (editable) {
             EXPECT_NE(ReadText(Path(0)).find("\"Target\"=\"mine\""), std::string::npos);
+            manager.SetValue("Build", "Target", "t");
+            EXPECT_EQ(manager.SaveAllFiles(failed), 0);
+            EXPECT_EQ(ReadText(Path(0)).find("Target"), std::string::npos) << "what was set back leaves the file";
         } else {
             EXPECT_EQ(failed[0].file, personal);
             EXPECT_EQ(ReadText(Path(0)), text);

@@ -81,6 +81,7 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
     }
     if (path == m_strPath) {
         context.SetInFile();
+        m_bContentLost = m_bContentLost && !isNew;  // a file that was made holds what memory does
         static_cast<COptRootRgKey*>(m_pRoot)->m_mapRemoved.clear();
     }
     if (context.m_nStatus == 0) {
