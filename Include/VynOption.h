@@ -573,6 +573,7 @@ private:
     friend class COptRgKey;
     friend class COptionFile;
     friend class detail::CMerge;
+    friend class detail::CReplay;
 
     // By address, key and name joined by `/`, what the file holds of the values that were removed since the load.
     std::map<std::string, std::string> m_mapRemoved;

@@ -353,6 +353,10 @@ TEST_F(IncrementalSave, FailedLoadCostsNothingOfTheFile) {
         file->SetValue("Editor", "Wrap", "false");
         EXPECT_EQ(file->Save(nullptr), 0) << what;
         EXPECT_EQ(ReadText(m_path), withWrap) << what;
+        manager.SetValue("Editor", "Wrap", "true");
+        EXPECT_EQ(file->Save(nullptr), 0);
+        EXPECT_EQ(ReadText(m_path), text) << what << ": what was set here can be set back";
+        WriteText(m_path, withWrap);
         EXPECT_EQ(file->Load(m_path.c_str()), 0);
         manager.SetValue("Editor", "Wrap", "true");
         EXPECT_EQ(file->Save(nullptr), 0);

@@ -164,7 +164,7 @@ public:
         if (!present) {
             m_name = name;
             present = m_pSection->FindValue(m_name.c_str());
-            if (!present && !m_context.m_bKeepKnown && m_pSection->FindOption(m_name.c_str())) {
+            if (!present && m_pSection->FindOption(m_name.c_str()) && !(m_context.m_bKeepKnown && !IsRemoved())) {
                 return;
             }
         }
@@ -197,6 +197,12 @@ public:
     }
 
 private:
+    // Whether the known value of that name was taken out of memory since the file held it.
+    bool IsRemoved() const {
+        const auto& removed = static_cast<COptRootRgKey*>(m_context.m_pRoot)->m_mapRemoved;
+        return removed.count(std::string(m_pSection->m_pCategory->GetPath()) + '/' + m_name) > 0;
+    }
+
     static bool IsInMemory(CRgValue& value, std::string_view text) {
         return value.GetType() == CRgValue::eText && value.GetAttributeCount() == 0 && IsText(value.GetValue(), text);
     }
