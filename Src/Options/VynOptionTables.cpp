@@ -1,4 +1,4 @@
-#include "VynOption.h"
+#include "VynOptionTables.h"
 
 #include <cerrno>
 #include <cstdlib>
@@ -7,6 +7,8 @@
 
 #include "Rg/RgFile_p.h"
 #include "Rg/StructureStamp_p.h"
+#include "VynOptionKey.h"
+#include "VynOptionManager.h"
 
 namespace vyn {
 
