@@ -24,6 +24,9 @@ install(FILES ${PROJECT_BINARY_DIR}/vyn.pc DESTINATION ${pkgconfig_dir} COMPONEN
 
 file(GLOB guides CONFIGURE_DEPENDS Docs/*.md Docs/*.svg)
 install(FILES ${guides} DESTINATION ${CMAKE_INSTALL_DOCDIR}/Docs COMPONENT doc)
+# The pages that Scripts/docs made, if it was run.
+install(DIRECTORY ${PROJECT_SOURCE_DIR}/build/docs/html DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc OPTIONAL
+    PATTERN *.map EXCLUDE PATTERN *.md5 EXCLUDE)
 install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR} COMPONENT doc)
 
 if(NOT PROJECT_IS_TOP_LEVEL)
@@ -45,7 +48,7 @@ foreach(component IN LISTS CPACK_COMPONENTS_ALL)
 endforeach()
 set(CPACK_COMPONENT_LIB_DESCRIPTION "The shared library and its translations")
 set(CPACK_COMPONENT_DEV_DESCRIPTION "Headers, CMake package and pkg-config file")
-set(CPACK_COMPONENT_DOC_DESCRIPTION "Guides")
+set(CPACK_COMPONENT_DOC_DESCRIPTION "Guides and reference")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Command line tools")
 set(CPACK_DEBIAN_LIB_PACKAGE_SHLIBDEPS ON)
 # Nothing links what is opened at its first use: libicuuc.so.72 is in libicu72, libpcre.so.3 in libpcre3.
