@@ -51,9 +51,11 @@ set(CPACK_COMPONENT_DEV_DESCRIPTION "Headers, CMake package and pkg-config file"
 set(CPACK_COMPONENT_DOC_DESCRIPTION "Guides and reference")
 set(CPACK_COMPONENT_TOOLS_DESCRIPTION "Command line tools")
 set(CPACK_DEBIAN_LIB_PACKAGE_SHLIBDEPS ON)
-# Nothing links what is opened at its first use: libicuuc.so.72 is in libicu72, libpcre.so.3 in libpcre3.
+# Nothing links what is opened at its first use: libicuuc.so.72 is in libicu72, libpcre.so.3 in libpcre3, and
+# libpcre2-8.so.0 in libpcre2-8-0.
 string(REGEX REPLACE "uc[.]so[.]" "" icu ${VYN_ICU_SONAME})
-string(REGEX REPLACE "[.]so[.]" "" pcre ${VYN_PCRE_SONAME})
+string(REGEX REPLACE "([0-9])[.]so[.]" "\\1-" pcre ${VYN_PCRE_SONAME})
+string(REGEX REPLACE "[.]so[.]" "" pcre ${pcre})
 set(CPACK_DEBIAN_LIB_PACKAGE_DEPENDS "${icu}, ${pcre}")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libvyn10 (= ${PROJECT_VERSION})")
 set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libvyn10 (= ${PROJECT_VERSION})")

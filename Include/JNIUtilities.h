@@ -6,7 +6,8 @@
 /// thread may call it with its own `JNIEnv*`; only the creators are registered and unregistered while no
 /// other thread converts objects. The constructor of a wrapper class, and the native object while it is
 /// unregistered, run under the lock of all wrappers: they must not come back to CreateNewWrappingJavaObject
-/// or UnregisterJavaObject. Who includes this header needs `jni.h`, which a JDK has.
+/// or UnregisterJavaObject. Who includes this header needs `jni.h`, which a JDK has: in CMake by `find_package(JNI)`
+/// and `JNI_INCLUDE_DIRS`, else by `-I` for the folders `include` and `include/linux` of the JDK.
 ///
 /// Where a class, a constructor or a field isn't found, the result is null, 0 or false and the Java exception
 /// stays pending.

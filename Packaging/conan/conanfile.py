@@ -20,6 +20,8 @@ class VynRecipe(ConanFile):
     license = "MIT"
     package_type = "shared-library"
     settings = "os", "arch", "compiler", "build_type"
+    options = {"pcre": [1, 2]}
+    default_options = {"pcre": 1}
 
     def tree(self):
         return pathlib.Path(self.recipe_folder).parent.parent
@@ -33,14 +35,16 @@ class VynRecipe(ConanFile):
             copy(self, pattern, src=self.tree(), dst=self.export_sources_folder, excludes="build/*")
 
     def system_requirements(self):
-        Apt(self).install(["libicu-dev", "libpcre3-dev", "pkg-config"])
+        pcre = "libpcre2-dev" if self.options.pcre == 2 else "libpcre3-dev"
+        Apt(self).install(["libicu-dev", pcre, "pkg-config"])
 
     def layout(self):
         cmake_layout(self)
 
     def generate(self):
         toolchain = CMakeToolchain(self)
-        toolchain.cache_variables.update(VYN_BUILD_TESTS=False, VYN_BUILD_EXAMPLES=False)
+        toolchain.cache_variables.update(VYN_BUILD_TESTS=False, VYN_BUILD_EXAMPLES=False,
+                                         VYN_PCRE=str(self.options.pcre))
         toolchain.generate()
 
     def build(self):
