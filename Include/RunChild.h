@@ -22,7 +22,7 @@ enum ChildEnd {
     eChildSignalled,   ///< by a signal that the supervision didn't send
     eChildTotalTime,   ///< stopped, since its total time was over
     eChildIdleTime,    ///< stopped, since it had written nothing for too long
-    eChildCancelled,   ///< stopped by CChildCancel
+    eChildCancelled,   ///< stopped by CChildCancel, or not even started
     eChildNotStarted,  ///< there was none: a call of the system failed
 };
 
@@ -41,7 +41,7 @@ public:
     /// \pre no RunChild uses the object any more.
     ~CChildCancel();
 
-    /// Stops every child that runs with this object, or will. Safe in signal handlers.
+    /// Stops every child that runs with this object; further ones aren't started. Safe in signal handlers.
     void Cancel();
 
     /// \return the descriptor that can be read once the object was cancelled; -1 when the system had none, which
@@ -54,11 +54,12 @@ private:
 
 /// \brief What to run, and within which limits.
 struct SChildRequest {
-    std::string program;                 ///< looked for in PATH of this process when it has no "/"
+    /// Looked for in PATH of this process when it has no "/"; a relative one counts from `directory`.
+    std::string program;
     std::vector<std::string> arguments;  ///< without the program's name
     std::string input;                   ///< its whole standard input
     std::string directory;               ///< its working directory; empty for that of this process
-    /// Variables that differ from this process's: name and value; without a value it is unset.
+    /// Variables that differ from this process's: name and value, without which it is unset. The last of a name counts.
     std::vector<std::pair<std::string, std::optional<std::string>>> environment;
 
     std::chrono::milliseconds totalTime{0};  ///< from the start; 0 for no limit
@@ -84,8 +85,9 @@ struct SChildOutcome {
 };
 
 /// Runs a program to its end. Whatever it does, the call comes back at a limit: the program leads a group of
-/// processes, which gets SIGTERM, and SIGKILL when its grace is over. Input and outputs are served together. A
-/// child that doesn't read its input to the end is no failure, and raises no SIGPIPE.
+/// processes, which gets SIGTERM, and SIGKILL when its grace is over. Only for a program that this process may not
+/// signal, as one run by `sudo`, it waits. Input and outputs are served together. A child that doesn't read its input
+/// to the end is no failure, and raises no SIGPIPE.
 ///
 /// When the program has ended, what is left of its group is killed: a program that is to outlive it makes a group
 /// or session of its own. Outputs that such a program holds open aren't waited for.

@@ -121,18 +121,6 @@ TEST(Mutex, ExcludesOtherThreadsAndIsFreedByAnException) {
     mutex.unlock();
 }
 
-TEST(SThread, DoesNothingWithoutAThread) {
-    SThread thread;
-    const auto endIt = [&] {
-        errno = ENOTTY;
-        thread.Kill();
-        thread.Wait();
-        thread.KillWait();
-        EXPECT_EQ(ENOTTY, errno);
-    };
-    EXPECT_EQ("", ErrorOutputOf(endIt));
-}
-
 TEST(SThread, ReportsAThreadThatCannotBeMade) {
     GTEST_FLAG_SET(death_test_style, "threadsafe");
     const auto launch = [] {
@@ -147,13 +135,13 @@ TEST(SThread, ReportsAThreadThatCannotBeMade) {
 }
 
 // A thread that starts after the end of another gets its id.
-TEST(SThread, LeavesAThreadAloneThatHasTheIdOfAJoinedOne) {
+TEST(SThread, LeavesAThreadAloneThatHasTheIdOfAJoinedOneAndDoesNothingWithoutAThread) {
     const std::string join = "pthread_join: No such process\n", cancel = "pthread_cancel: No such process\n";
     const Rows<void (SThread::*)(), std::string> rows = {
         {&SThread::Wait, join}, {&SThread::Kill, cancel}, {&SThread::KillWait, cancel + join}};
     for (const auto& [operation, message] : rows) {
         Semaphore semaphore;
-        SThread joined, next;
+        SThread joined, next, none;
         ASSERT_TRUE(joined.Launch(PutOne, &semaphore));
         joined.Wait();
         EXPECT_EQ(0, errno);
@@ -161,6 +149,9 @@ TEST(SThread, LeavesAThreadAloneThatHasTheIdOfAJoinedOne) {
         SWaiter waiter{false};
         ASSERT_TRUE(next.Launch(Wait, &waiter));
         testing::internal::CaptureStderr();
+        errno = ENOTTY;
+        (none.*operation)();
+        EXPECT_EQ(ENOTTY, errno);
         (joined.*operation)();
         EXPECT_EQ(ESRCH, errno);
         EXPECT_EQ(message, testing::internal::GetCapturedStderr());

@@ -9,6 +9,7 @@
 #include <cerrno>
 #include <csignal>
 #include <ctime>
+#include <utility>
 
 #include "Files/File_p.h"
 
@@ -19,6 +20,11 @@ inline int CopyUp(int fd, bool inherit) {
     return fcntl(fd, inherit ? F_DUPFD : F_DUPFD_CLOEXEC, STDERR_FILENO + 1);
 }
 
+/// Puts a descriptor above the standard ones, closed on exec unless it is to be inherited. \return none on failure.
+inline Descriptor MovedUp(Descriptor fd, bool inherit = false) {
+    return fd.Get() > STDERR_FILENO || !fd.IsOpen() ? std::move(fd) : Descriptor(CopyUp(fd.Get(), inherit));
+}
+
 /// A pipe whose ends don't take the numbers of standard descriptors that are closed.
 struct SPipe {
     bool Open(bool inherit) {
@@ -26,23 +32,13 @@ struct SPipe {
         if (pipe2(ends, inherit ? 0 : O_CLOEXEC) != 0) {
             return false;
         }
-        read = Descriptor(ends[0]);
-        write = Descriptor(ends[1]);
-        return MoveUp(read, inherit) && MoveUp(write, inherit);
+        read = MovedUp(Descriptor(ends[0]), inherit);
+        write = MovedUp(Descriptor(ends[1]), inherit);
+        return read.IsOpen() && write.IsOpen();
     }
 
     Descriptor read;
     Descriptor write;
-
-private:
-    static bool MoveUp(Descriptor& end, bool inherit) {
-        if (end.Get() > STDERR_FILENO) {
-            return true;
-        }
-        const int fd = CopyUp(end.Get(), inherit);
-        end = Descriptor(fd);
-        return fd != -1;
-    }
 };
 
 /// Keeps SIGPIPE away from the calling thread for the life of the object. One that was raised meanwhile is

@@ -30,8 +30,18 @@ constexpr auto never = Clock::time_point::max();
 constexpr size_t pieceBytes = size_t{64} << 10;  // of a transfer, and of a line
 constexpr auto pauseWithoutPidfd = std::chrono::milliseconds(10);
 
-Clock::time_point After(std::chrono::milliseconds limit) {
-    return limit.count() > 0 ? Clock::now() + limit : never;
+Clock::time_point After(std::chrono::milliseconds time) {
+    const auto now = Clock::now();
+    return time < std::chrono::duration_cast<std::chrono::milliseconds>(never - now) ? now + time : never;
+}
+
+Clock::time_point EndOf(std::chrono::milliseconds limit) {
+    return limit.count() > 0 ? After(limit) : never;
+}
+
+bool IsCancelled(const CChildCancel* cancel) {
+    pollfd event = {cancel ? cancel->Descriptor() : -1, POLLIN, 0};
+    return Retried([&] { return poll(&event, 1, 0); }) == 1;
 }
 
 // One output of the child: what is kept of it, and its unfinished line.
@@ -200,12 +210,16 @@ bool CSupervision::FailedIn(const char* call, int error) {
 }
 
 bool CSupervision::Start() {
-    m_totalEnd = After(m_request.totalTime);
+    m_totalEnd = EndOf(m_request.totalTime);
     if (m_request.cancel && m_request.cancel->Descriptor() == -1) {
         return FailedIn("eventfd", EMFILE);
     }
     if (!IsValid(m_request)) {
         return FailedIn("execvp", EINVAL);
+    }
+    if (IsCancelled(m_request.cancel)) {
+        m_outcome.end = eChildCancelled;
+        return false;
     }
     SPipe input, output, error;
     if (!input.Open(false) || !m_output.Open(output) || (!m_request.joinError && !m_error.Open(error))) {
@@ -246,13 +260,14 @@ bool CSupervision::Spawn(int input, int output, int error) {
         return FailedIn(failure.call, failure.error);
     }
     m_pidfd = Descriptor(static_cast<int>(syscall(SYS_pidfd_open, m_nChild, 0)));
-    m_idleEnd = After(m_request.idleTime);
+    m_idleEnd = EndOf(m_request.idleTime);
     return true;
 }
 
 // To the group, and to its leader, which may have joined another.
 void CSupervision::SignalAll(int signal) {
-    if (kill(-m_nChild, signal) != 0 || signal == SIGKILL) {
+    kill(-m_nChild, signal);
+    if (getpgid(m_nChild) != m_nChild) {
         kill(m_nChild, signal);
     }
 }
@@ -286,7 +301,7 @@ void CSupervision::FeedInput() {
 void CSupervision::Stop(ChildEnd end) {
     m_outcome.end = end;
     m_totalEnd = m_idleEnd = never;
-    m_graceEnd = Clock::now() + m_request.grace;
+    m_graceEnd = After(m_request.grace);
     SignalAll(SIGTERM);
     SignalAll(SIGCONT);  // a stopped process doesn't get the other
 }
@@ -316,9 +331,6 @@ int PollTime(Clock::time_point limit) {
 }
 
 void CSupervision::ServeOnce() {
-    if (m_input.Get() != -1 && m_nWritten == m_request.input.size()) {
-        m_input.Close();  // there is no input at all
-    }
     const int cancel = m_request.cancel && !IsStopping() ? m_request.cancel->Descriptor() : -1;
     const bool looksAtEnd = m_pidfd.Get() == -1;
     const auto wake = looksAtEnd ? Clock::now() + pauseWithoutPidfd : never;
@@ -337,7 +349,7 @@ void CSupervision::ServeOnce() {
     const bool wrote = events[1].revents != 0 && m_output.Read(pieceBytes);
     const bool complained = events[2].revents != 0 && m_error.Read(pieceBytes);
     if ((wrote || complained) && !IsStopping()) {
-        m_idleEnd = After(m_request.idleTime);
+        m_idleEnd = EndOf(m_request.idleTime);
     }
     m_bEnded = m_bEnded || events[3].revents != 0 || (looksAtEnd && HasEnded());
     if (!m_bEnded || IsStopping()) {
@@ -379,7 +391,9 @@ SChildOutcome CSupervision::Run() {
 
 }  // namespace
 
-CChildCancel::CChildCancel() : m_nDescriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK)) {}
+// A number of a closed standard descriptor would be written to by whoever prints.
+CChildCancel::CChildCancel()
+    : m_nDescriptor(detail::MovedUp(detail::Descriptor(eventfd(0, EFD_CLOEXEC | EFD_NONBLOCK))).Release()) {}
 
 CChildCancel::~CChildCancel() {
     if (m_nDescriptor != -1) {

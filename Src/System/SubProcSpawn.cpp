@@ -134,8 +134,10 @@ detail::CEnvironment::CEnvironment(const std::vector<EnvironmentChange>& changes
         }
     }
     m_added.reserve(changes.size());  // their places are referred to
-    for (const auto& [name, value] : changes) {
-        if (value) {
+    for (auto change = changes.begin(); change != changes.end(); ++change) {
+        const auto& [name, value] = *change;
+        const auto isSame = [&name = name](const EnvironmentChange& later) { return later.first == name; };
+        if (value && std::none_of(change + 1, changes.end(), isSame)) {
             m_variables.push_back(m_added.emplace_back(name + "=" + *value).data());
         }
     }

@@ -35,6 +35,7 @@ using EnvironmentChange = std::pair<std::string, std::optional<std::string>>;
 /// The environment of this process, changed. Refers to the texts of that environment.
 class CEnvironment {
 public:
+    /// \param changes the last of a variable counts.
     explicit CEnvironment(const std::vector<EnvironmentChange>& changes);
     /// \return for execve; lives as long as the object.
     char* const* Get() { return m_variables.data(); }
