@@ -93,8 +93,7 @@ struct SavePreview {
     int kept = 0;                     ///< number of entries that stay as they are, in their place
 };
 
-/// Tells what COptionFile::Save would do, without touching the disk or memory. A merging save isn't foretold: the
-/// preview makes the known values follow memory.
+/// Tells what COptionFile::Save, a merging one too, would do, without touching the disk or memory.
 /// \param path null means the file's own path.
 VYN_API SavePreview PreviewSave(COptionFile& file, const char* path);
 

@@ -155,13 +155,13 @@ public:
 private:
     friend class COptionManager;
 
-    int Rewrite(const SString& path, bool overwrite);
-    friend class COptionManager;
     friend SavePreview PreviewSave(COptionFile& file, const char* path);
 
+    int Rewrite(const SString& path, bool overwrite);
+    bool IsMergedInto(const SString& path) const;
     bool CanBeWritten() const;
-    bool Merge(std::string text);
-    int MakeText(const std::string* oldText, std::string& newText);
+    bool Merge(COptRgKey& root, std::string text, SVector<SString>& conflicts);
+    int MakeText(const SString& path, const std::string* oldText, std::string& newText);
 
     int m_bPredefined;
     COptionManager* m_pManager;

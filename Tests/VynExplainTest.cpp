@@ -95,6 +95,9 @@ TEST_F(Explain, AgreesWithTheManagerAndWithTheSave) {
                       manager.IsEditable("Editor", asked) != 0);
         }
         if (round % 20 == 0) {
+            manager.SetMergingSaves(round % 40);
+            file->CreateKey("Editor", "m", "n");
+            WriteText(file->GetPathName(), "[Tool]\"z\"=1[Editor]\"" + std::string(name) + "\"=\"other\"");
             const SavePreview preview = PreviewSave(*file, nullptr);
             ASSERT_EQ(file->Save(nullptr), preview.status);
             ASSERT_EQ(ReadText(file->GetPathName()), preview.text);

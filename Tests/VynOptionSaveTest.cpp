@@ -5,6 +5,7 @@
 #include <sstream>
 
 #include "TestSupport.h"
+#include "VynExplain.h"
 #include "VynOptionTables.h"
 
 namespace vyn::test {
@@ -403,8 +404,10 @@ TEST_F(IncrementalSave, MergesWhatTwoToolsChanged) {
         ours.SetMergingSaves(1);
         act(ours, our);
         act(theirs, std::string(their) + "S");
+        const std::string foretold = PreviewSave(*ours.file, nullptr).text;
         ASSERT_EQ(ours.Save(), 0);
-        std::string saved = ReadText(m_path);
+        const std::string saved = ReadText(m_path);
+        EXPECT_EQ(saved, foretold) << what;
         EXPECT_EQ(saved.find("Name") == std::string::npos ? "" : saved, value.empty() ? "" : text(value)) << what;
         const SVector<SString>& conflicts = ours.file->GetSaveConflicts();
         EXPECT_EQ(conflicts.empty() ? "" : conflicts[0], isConflict ? "Editor/Name" : "") << what;

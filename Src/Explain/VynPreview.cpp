@@ -86,13 +86,14 @@ SavePreview PreviewSave(COptionFile& file, const char* path) {
     SavePreview preview;
     const SString target(path ? path : file.GetPathName());
     std::string oldText;
-    const int error = target.empty() ? 1 : detail::ReadFile(target.c_str(), oldText);
+    int error = target.empty() ? 1 : detail::CheckWritable(target.c_str());
+    error = error ? error : detail::ReadFile(target.c_str(), oldText);
     if (error != 0 && error != ENOENT) {
         preview.status = error;
         return preview;
     }
     preview.text = oldText;
-    preview.status = file.MakeText(error == ENOENT ? nullptr : &oldText, preview.text);
+    preview.status = file.MakeText(target, error == ENOENT ? nullptr : &oldText, preview.text);
     Compare(oldText, preview);
     return preview;
 }

@@ -60,11 +60,11 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
         return EILSEQ;
     }
 
-    CIncrSaveContext context(static_cast<COptRgKey*>(m_pRoot));
+    auto& root = static_cast<COptRgKey&>(*m_pRoot);
+    CIncrSaveContext context(&root);
     context.m_bNewFile = isNew;
-    // Only of its own file memory knows what has changed since the load.
-    const bool merges = path == m_strPath && m_pManager->IsMergingSaves();
-    if (!isNew && ((merges && !Merge(oldText)) || context.Replay(oldText, m_bContentLost) != 0)) {
+    if (!isNew && ((IsMergedInto(path) && !Merge(root, oldText, m_listConflicts)) ||
+                   context.Replay(oldText, m_bContentLost) != 0)) {
         LoseContent();
         return 1;
     }
@@ -90,23 +90,9 @@ int COptionFile::Rewrite(const SString& path, bool overwrite) {
     return context.m_nStatus;
 }
 
-// The text that a save would write, without one. A null old text means that there is no file. The result is that of
-// Save.
-int COptionFile::MakeText(const std::string* oldText, std::string& newText) {
-    if (oldText && strlen(oldText->c_str()) != oldText->size()) {
-        return EILSEQ;
-    }
-    CIncrSaveContext context(static_cast<COptRgKey*>(m_pRoot));
-    context.m_bNewFile = !oldText;
-    if (oldText && context.Replay(*oldText, m_bContentLost) != 0) {
-        return 1;
-    }
-    context.FlushUnsavedKeys();
-    newText.clear();
-    for (const std::string_view& piece : context.m_pText->GetPieces()) {
-        newText += piece;
-    }
-    return context.m_nStatus;
+// Only of its own file memory knows what has changed since the load.
+bool COptionFile::IsMergedInto(const SString& path) const {
+    return path == m_strPath && m_pManager->IsMergingSaves();
 }
 
 // Whether changes may go to the file. A personal file that is missing can be made by a save.

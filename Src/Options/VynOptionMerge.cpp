@@ -1,9 +1,11 @@
-// What a merging save takes over from the file before it writes.
+// What a merging save takes over from the file before it writes, and the same on a copy of memory, for a preview.
 
+#include <cerrno>
 #include <cstring>
 #include <set>
 #include <vector>
 
+#include "Options/VynOptionSave_p.h"
 #include "VynOption.h"
 
 namespace vyn {
@@ -21,7 +23,46 @@ public:
         Follow(m_memory, &file);
     }
 
+    /// Makes an empty tree equal to \p from for a merge and a save.
+    static void Copy(const COptRootRgKey& from, COptRootRgKey& to) {
+        to.m_mapRemoved = from.m_mapRemoved;
+        CopyKey(from, to);
+    }
+
 private:
+    static void CopyKey(const COptRgKey& from, COptRgKey& to) {
+        for (void* pos = from.GetFirstValuePosition(); pos;) {
+            auto* value = static_cast<COptRgValue*>(from.GetNextValue(pos));
+            const char* known = value->GetFileText();
+            auto* copy = new COptRgValue(value->m_pOption, known ? known : value->GetValue());
+            if (value->GetAttributeCount() > 0) {
+                CopyAttributes(*value->GetAttributeList(), *copy->GetAttributeList());
+            }
+            if (known) {
+                copy->SetInFile();
+            }
+            if (value->IsChanged()) {
+                copy->SetValue(value->GetValue());
+            }
+            to.AddValue(copy);
+        }
+        for (void* pos = from.GetFirstKeyPosition(); pos;) {
+            auto* key = static_cast<COptRgKey*>(from.GetNextKey(pos));
+            auto* copy = new COptRgKey(key->GetName());
+            copy->SetCategory(key->m_pCategory);
+            CopyAttributes(*key->GetAttributeList(), *copy->GetAttributeList());
+            to.AddKey(copy);
+            CopyKey(*key, *copy);
+        }
+    }
+
+    static void CopyAttributes(const MList<CRgAttribute*>& from, MList<CRgAttribute*>& to) {
+        for (void* pos = from.GetHeadPosition(); pos;) {
+            CRgAttribute* attribute = from.GetNext(pos);
+            to.AddTail(new CRgAttribute(attribute->GetName(), attribute->GetValue()));
+        }
+    }
+
     static bool IsEqual(CRgValue& a, CRgValue& b) {
         if (strcmp(a.GetValue(), b.GetValue()) != 0 || a.GetAttributeCount() != b.GetAttributeCount()) {
             return false;
@@ -113,17 +154,56 @@ private:
 
 }  // namespace detail
 
-// False when the text is malformed.
-bool COptionFile::Merge(std::string text) {
-    COptRootRgKey file;
-    file.m_pCategory = m_pManager;
-    const bool isSound = CRgLoader(file).LoadText(text) == 0;
-    if (isSound) {
-        detail::CMerge(*static_cast<COptRootRgKey*>(m_pRoot), m_listConflicts).Merge(file);
+namespace {
+
+// The root of a tree that belongs to no file.
+struct LooseRoot : COptRootRgKey {
+    explicit LooseRoot(COptionManager* manager) { m_pCategory = manager; }
+    ~LooseRoot() override {
+        Empty();
+        m_pCategory = nullptr;  // as in a file, the root isn't registered with the manager
     }
-    file.Empty();
-    file.m_pCategory = nullptr;
-    return isSound;
+};
+
+}  // namespace
+
+// False when the text is malformed.
+bool COptionFile::Merge(COptRgKey& root, std::string text, SVector<SString>& conflicts) {
+    LooseRoot file(m_pManager);
+    if (CRgLoader(file).LoadText(text) != 0) {
+        return false;
+    }
+    detail::CMerge(static_cast<COptRootRgKey&>(root), conflicts).Merge(file);
+    return true;
+}
+
+// The text that a save would write, without one. A null old text means that there is no file. The result is that of
+// Save.
+int COptionFile::MakeText(const SString& path, const std::string* oldText, std::string& newText) {
+    if (oldText && strlen(oldText->c_str()) != oldText->size()) {
+        return EILSEQ;
+    }
+    auto* root = static_cast<COptRgKey*>(m_pRoot);
+    LooseRoot merged(m_pManager);
+    if (oldText && IsMergedInto(path)) {
+        SVector<SString> conflicts;
+        detail::CMerge::Copy(static_cast<COptRootRgKey&>(*root), merged);
+        if (!Merge(merged, *oldText, conflicts)) {
+            return 1;
+        }
+        root = &merged;
+    }
+    CIncrSaveContext context(root);
+    context.m_bNewFile = !oldText;
+    if (oldText && context.Replay(*oldText, m_bContentLost) != 0) {
+        return 1;
+    }
+    context.FlushUnsavedKeys();
+    newText.clear();
+    for (const std::string_view& piece : context.m_pText->GetPieces()) {
+        newText += piece;
+    }
+    return context.m_nStatus;
 }
 
 }  // namespace vyn
