@@ -6,6 +6,7 @@
 #include <sys/file.h>
 #include <sys/stat.h>
 #include <sys/uio.h>
+#include <time.h>
 #include <unistd.h>
 
 #include <cerrno>
@@ -20,6 +21,8 @@ Fault current;
 bool armed = false;
 int calls = 0;
 bool happened = false;
+constexpr long long kSecond = 1000000000;
+long long slept = 0;  // nanoseconds
 
 // The error of this call, 0 when it is to succeed. Doesn't return when the process ends here.
 int Due(Call call) {
@@ -70,11 +73,7 @@ bool Disarm() {
 
 }  // namespace vyn::test
 
-using vyn::test::Call;
-using vyn::test::Due;
-using vyn::test::Fails;
-using vyn::test::kKill;
-using vyn::test::kShort;
+using namespace vyn::test;
 
 #define REAL(function) vyn::test::Real(&::function, #function)
 #define PASS(call, function, ...) (Fails(call) ? -1 : REAL(function)(__VA_ARGS__))
@@ -138,6 +137,21 @@ int fsync(int fd) {
         errno = error;
     }
     return -1;
+}
+
+// Sleeping takes no time, and the clock shows it all the same.
+int nanosleep(const timespec* time, timespec* left) {
+    if (!armed) {
+        return REAL(nanosleep)(time, left);
+    }
+    slept += time->tv_sec * kSecond + time->tv_nsec;
+    return 0;
+}
+
+int clock_gettime(clockid_t clock, timespec* now) noexcept {
+    const int result = REAL(clock_gettime)(clock, now);
+    now->tv_sec += slept / kSecond;
+    return result;
 }
 
 // clang-format off

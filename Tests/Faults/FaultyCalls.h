@@ -2,7 +2,7 @@
 
 /// \file
 /// System calls that fail on demand. A program that links FaultyCalls.cpp has its own and its libraries' calls of
-/// the C library's functions pass through there. For one thread.
+/// the C library's functions pass through there. Sleeping takes no time on their clock. For one thread.
 
 namespace vyn::test {
 
