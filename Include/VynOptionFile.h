@@ -1,9 +1,9 @@
 #pragma once
 
 /// \file
-/// Option files with their incremental save, which keeps what it doesn't know: VynOptionSave.cpp, and VynOptionMerge.cpp
-/// for what several processes save at once. Nothing here locks: a file belongs to the thread of its manager. Processes
-/// that save one file at once wait for each other.
+/// Option files with their incremental save, which keeps what it doesn't know: VynOptionSave.cpp, and
+/// VynOptionMerge.cpp for what several processes save at once. Nothing here locks: a file belongs to the thread of its
+/// manager. Processes that save one file at once wait for each other.
 
 #include <memory>
 #include <string>
