@@ -43,7 +43,7 @@ class VynRecipe(ConanFile):
 
     def generate(self):
         toolchain = CMakeToolchain(self)
-        toolchain.cache_variables.update(VYN_BUILD_TESTS=False, VYN_BUILD_EXAMPLES=False,
+        toolchain.cache_variables.update(VYN_BUILD_TESTS=False, VYN_BUILD_EXAMPLES=False, VYN_BUILD_TOOLS=False,
                                          VYN_PCRE=str(self.options.pcre))
         toolchain.generate()
 

@@ -6,7 +6,7 @@ if("pcre2" IN_LIST FEATURES)
     set(pcre 2)
 endif()
 vcpkg_cmake_configure(SOURCE_PATH ${CMAKE_CURRENT_LIST_DIR}/../..
-    OPTIONS -DVYN_BUILD_TESTS=OFF -DVYN_BUILD_EXAMPLES=OFF -DVYN_PCRE=${pcre})
+    OPTIONS -DVYN_BUILD_TESTS=OFF -DVYN_BUILD_EXAMPLES=OFF -DVYN_BUILD_TOOLS=OFF -DVYN_PCRE=${pcre})
 vcpkg_cmake_install()
 vcpkg_cmake_config_fixup(CONFIG_PATH lib/cmake/vyn)
 vcpkg_fixup_pkgconfig()
