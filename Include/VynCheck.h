@@ -43,6 +43,7 @@ enum class FindingCode {
     eUrnRefused,         ///< of a URN map
     eUrnShadowed,        ///< of a URN map
     eUrnTarget,          ///< of a URN map
+    eUnfinishedSave,     ///< the file is half written in place; what a load reads lies beside it
 };
 
 /// \return the name of \p code for programs, as "unknown-option"; of static life.
@@ -70,7 +71,7 @@ public:
 /// \return 0 when a load of the file succeeds; EILSEQ when it is malformed; else the `errno` of the read.
 VYN_API int ReportLoad(const char* path, CFindingSink& sink);
 
-/// Checks an option or style file: the reports of ReportLoad, repeated entries, styles that are based on what isn't
+/// Checks an option or style file: the reports of ReportLoad, a save that never ended, repeated entries, styles that are based on what isn't
 /// there, and, with a manager, what its tables and the files below say. A file that isn't in its stack counts as
 /// lying on top.
 /// \param path not null.

@@ -110,7 +110,9 @@ public:
     /// memory still holds what was set, and the next save that succeeds writes it. Only a file that turns out malformed
     /// empties the tree. The new text is made in a file of that name followed by "~", which then takes the place of the
     /// old file with its permissions; a symbolic link stays, and its target is replaced. A file that can't be replaced,
-    /// as a mount point, is written in place. A file that holds the new text already isn't touched.
+    /// as a mount point, is written in place: the whole new text lies beside it until then, under its name followed by
+    /// "~~", where loads and the next save find it when the process ends meanwhile. A file that holds the new text
+    /// already isn't touched.
     ///
     /// Until a load succeeds, or Reset is called, an object whose load failed keeps the known values of the file that
     /// memory doesn't have.

@@ -54,9 +54,10 @@ extern "C" VYN_API void InitializeLibResources(vyn::HINSTANCE handle) {
     table->Add(42, "Der URN-Name '%1' ist vorgegeben: der Eintrag wird abgewiesen");
     table->Add(43, "Der URN-Name '%1' stand schon in Zeile %2: der Eintrag wird abgewiesen");
     table->Add(44, "Das Ziel von '%1' ist kein Verzeichnis mit absolutem Pfad: '%2'");
-    table->Add(45, "eine Überschrift");
-    table->Add(46, "ein Name zwischen '[', '/' und ']'");
-    table->Add(47, "ein Wert, eine Überschrift oder das Ende");
-    table->Add(48, "'='");
-    table->Add(49, ": meinten Sie '%1'?");
+    table->Add(45, "Ein Speichern wurde unterbrochen: Der Text ist der von '%1'");
+    table->Add(46, "eine Überschrift");
+    table->Add(47, "ein Name zwischen '[', '/' und ']'");
+    table->Add(48, "ein Wert, eine Überschrift oder das Ende");
+    table->Add(49, "'='");
+    table->Add(50, ": meinten Sie '%1'?");
 }

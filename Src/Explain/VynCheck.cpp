@@ -18,12 +18,12 @@ namespace {
 
 // In the order of FindingCode.
 const char* const names[] = {
-    "unexpected",      "text-after-value", "text-before-heading", "open-heading",   "open-string",
-    "open-attributes", "odd-attributes",   "missing-text",        "number-changed", "nul-byte",
-    "foreign-mark",    "repeated-value",   "repeated-section",    "name-too-long",  "unstorable",
-    "unknown-section", "unknown-option",   "no-integer",          "no-boolean",     "same-as-underneath",
-    "overruled",       "idle-fixed",       "parent-missing",      "parent-circle",  "urn-malformed",
-    "urn-refused",     "urn-shadowed",     "urn-target",
+    "unexpected",      "text-after-value", "text-before-heading", "open-heading",    "open-string",
+    "open-attributes", "odd-attributes",   "missing-text",        "number-changed",  "nul-byte",
+    "foreign-mark",    "repeated-value",   "repeated-section",    "name-too-long",   "unstorable",
+    "unknown-section", "unknown-option",   "no-integer",          "no-boolean",      "same-as-underneath",
+    "overruled",       "idle-fixed",       "parent-missing",      "parent-circle",   "urn-malformed",
+    "urn-refused",     "urn-shadowed",     "urn-target",          "unfinished-save",
 };
 
 // The number of letters to insert, drop, replace or swap with their neighbour.
@@ -346,6 +346,10 @@ int CheckFile(const char* path, COptionManager* manager, std::vector<Finding>& f
         return error;
     }
     detail::CFindings findings(text);
+    const std::string journal = detail::FindJournal(path);
+    if (!journal.empty()) {
+        findings.Add(FindingCode::eUnfinishedSave, text.data(), {journal});
+    }
     const detail::CScan scan(text, findings);
     CPlainCheck(scan, findings).Run();
     if (manager) {

@@ -20,6 +20,8 @@ namespace {
 
 constexpr int kLockSeconds = 10;
 constexpr int kMaxLinks = 40;  // as the kernel's own limit
+// The first byte of a file that is being written in place. No text begins so.
+constexpr std::string_view kMark("\0", 1);
 
 int Check(int result) {
     return result < 0 ? errno : 0;
@@ -53,6 +55,20 @@ std::string TemporaryBeside(const std::string& path) {
     char name[40];
     snprintf(name, sizeof name, ".%zx~", std::hash<std::string>()(path.substr(start)));
     return path.substr(0, start) + name;
+}
+
+// Where the whole new text lies as long as the file begins with the mark.
+std::string JournalBeside(const std::string& path) {
+    return TemporaryBeside(TemporaryBeside(path));
+}
+
+std::string JournalOf(std::string path) {
+    FollowLinks(path);
+    return JournalBeside(path);
+}
+
+bool IsMarked(std::string_view text) {
+    return text.substr(0, 1) == kMark;
 }
 
 void SleepMilliseconds(long milliseconds) {
@@ -92,12 +108,33 @@ void TakeOverOwner(int fd, const struct stat& old) {
     fchmod(fd, mode);
 }
 
-size_t TotalSize(const std::vector<std::string_view>& pieces) {
-    size_t size = 0;
-    for (const std::string_view& piece : pieces) {
-        size += piece.size();
-    }
-    return size;
+// Makes sure of the room for that many bytes. 0 or an error number.
+int MakeRoom(int fd, off_t size) {
+    int error = 0;
+    do {
+        error = size > 0 ? posix_fallocate(fd, 0, size) : 0;
+    } while (error == EINTR);
+    return error;
+}
+
+// Writes the text over the old one. Only the last step takes the mark away, so that the process may end in between.
+// Where a text is put back, one that doesn't reach the disk is better than none. 0 or an error number.
+int Overwrite(int fd, std::string_view text, bool putsBack) {
+    const auto end = static_cast<off_t>(text.size());
+    const auto sync = [=] {
+        const int error = Check(Retried([=] { return fsync(fd); }));
+        return putsBack ? 0 : error;
+    };
+    lseek(fd, 0, SEEK_SET);
+    int error = WriteAll(fd, {kMark});
+    error = error ? error : sync();
+    error = error ? error : MakeRoom(fd, end);
+    error = error ? error : WriteAll(fd, {text.substr(std::min(text.size(), kMark.size()))});
+    error = error ? error : Check(Retried([=] { return ftruncate(fd, end); }));
+    error = error ? error : sync();
+    lseek(fd, 0, SEEK_SET);
+    error = error ? error : WriteAll(fd, {text.substr(0, kMark.size())});
+    return error ? error : sync();
 }
 
 }  // namespace
@@ -130,7 +167,10 @@ Descriptor OpenFile(const char* path, int flags, mode_t mode) {
     return Descriptor(Retried([=] { return open(path, flags | O_CLOEXEC, mode); }));
 }
 
-int ReadFile(const char* path, std::string& text, size_t limit) {
+namespace {
+
+// As ReadFile, for the bytes of the file itself.
+int ReadBytes(const char* path, std::string& text, size_t limit = static_cast<size_t>(-1)) {
     // Without O_NONBLOCK a FIFO would wait for a writer.
     const Descriptor file = OpenFile(path, O_RDONLY | O_NONBLOCK | O_NOCTTY);
     struct stat status;
@@ -163,6 +203,30 @@ int ReadFile(const char* path, std::string& text, size_t limit) {
             }
         }
     }
+}
+
+}  // namespace
+
+int ReadFile(const char* path, std::string& text, size_t limit) {
+    std::string content;
+    int error = ReadBytes(path, content, limit);
+    if (error == 0 && IsMarked(content)) {
+        error = ReadBytes(JournalOf(path).c_str(), content, limit);
+        if (error == ENOENT) {
+            error = ReadBytes(path, content, limit);  // the writer has finished meanwhile, or it isn't a text
+        }
+    }
+    if (error == 0) {
+        text = std::move(content);
+    }
+    return error;
+}
+
+std::string FindJournal(const char* path) {
+    std::string text;
+    const std::string journal = JournalOf(path);
+    const bool isUsed = ReadBytes(path, text) == 0 && IsMarked(text) && access(journal.c_str(), F_OK) == 0;
+    return isUsed ? journal : std::string();
 }
 
 int CheckWritable(const char* path) {
@@ -213,6 +277,26 @@ int FileReplacement::Lock() {
         return errno;
     }
     m_bLeftOver = true;
+    return FinishOverwriting();
+}
+
+// What a process that was killed while it wrote in place has left to do.
+int FileReplacement::FinishOverwriting() const {
+    const std::string journal = JournalBeside(m_path);
+    if (access(journal.c_str(), F_OK) != 0) {
+        return 0;
+    }
+    std::string text;
+    int error = ReadBytes(m_path.c_str(), text);
+    if (error == 0 && IsMarked(text)) {
+        const Descriptor file = OpenFile(m_path.c_str(), O_RDWR | O_NOFOLLOW);
+        error = file.IsOpen() ? ReadBytes(journal.c_str(), text) : errno;
+        error = error ? error : Overwrite(file.Get(), text, false);
+    }
+    if (error != 0 && error != ENOENT) {
+        return error;
+    }
+    unlink(journal.c_str());
     return 0;
 }
 
@@ -266,42 +350,51 @@ int FileReplacement::WriteTemporary(const std::function<int(int)>& write, Durabi
     return error;
 }
 
-// The room is made sure of first, and what goes wrong afterwards is taken back.
+// What goes wrong is taken back. If that fails too, the file keeps the mark and the journal.
 int FileReplacement::WriteInPlace(const std::vector<std::string_view>& pieces) {
     std::string old;
     if (const int error = Read(old)) {
         return error;
     }
-    Descriptor file = OpenFile(m_path.c_str(), O_WRONLY | O_NOFOLLOW);
+    // The emulation of posix_fallocate reads.
+    const Descriptor file = OpenFile(m_path.c_str(), O_RDWR | O_NOFOLLOW);
     if (!file.IsOpen()) {
         return errno;
     }
-    const size_t size = TotalSize(pieces);
-    const auto end = static_cast<off_t>(size);
-    int error = 0;
-    if (size > old.size()) {
-        do {
-            error = posix_fallocate(file.Get(), 0, end);
-        } while (error == EINTR);
+    const std::string journal = JournalBeside(m_path);
+    if (const int error = MakeJournal(journal)) {
+        return error;
     }
-    if (error == 0) {
-        error = WriteAll(file.Get(), pieces);
+    std::string text;
+    for (const std::string_view& piece : pieces) {
+        text += piece;
     }
-    if (error == 0) {
-        error = Check(Retried([&] { return ftruncate(file.Get(), end); }));
+    const int error = Overwrite(file.Get(), text, false);
+    if (error != 0 && Overwrite(file.Get(), old, true) != 0) {
+        return error;
     }
-    if (error == 0) {
-        // Whatever the durability: what only shows at the close can't be taken back.
-        error = Check(Retried([&] { return fsync(file.Get()); }));
-    }
-    if (error != 0) {
-        lseek(file.Get(), 0, SEEK_SET);
-        WriteAll(file.Get(), {old});
-        if (ftruncate(file.Get(), static_cast<off_t>(old.size())) != 0) {
-            return errno;
-        }
-    }
+    unlink(journal.c_str());
     return error;
+}
+
+// Makes the temporary file the journal, which is on the disk then, whatever the durability: without it the file that is
+// written in place would be lost.
+int FileReplacement::MakeJournal(const std::string& journal) const {
+    const Descriptor file = OpenFile(m_temporary.c_str(), O_RDONLY);
+    if (!file.IsOpen() || Retried([&] { return fsync(file.Get()); }) != 0) {
+        return errno;
+    }
+    if (const int error = Check(Retried([&] { return rename(m_temporary.c_str(), journal.c_str()); }))) {
+        return error;
+    }
+    SyncDirectory();
+    return 0;
+}
+
+void FileReplacement::SyncDirectory() const {
+    if (m_directory.IsOpen()) {
+        Retried([&] { return fsync(m_directory.Get()); });
+    }
 }
 
 // Moves the temporary file to its place. 0 or an error number.
@@ -309,9 +402,9 @@ int FileReplacement::TakePlace(Durability durability) {
     if (const int error = Check(Retried([&] { return rename(m_temporary.c_str(), m_path.c_str()); }))) {
         return error;
     }
-    if (durability == Durability::eSynced && m_directory.IsOpen()) {
+    if (durability == Durability::eSynced) {
         // The path holds the new text already, so that an error here takes nothing back.
-        Retried([&] { return fsync(m_directory.Get()); });
+        SyncDirectory();
     }
     return 0;
 }

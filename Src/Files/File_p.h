@@ -52,12 +52,16 @@ private:
 /// \return a descriptor that isn't open, and `errno`, on failure.
 Descriptor OpenFile(const char* path, int flags, mode_t mode = 0);
 
-/// Reads a whole regular file.
+/// Reads a whole regular file. Of one that a process is writing in place, or was when it ended, the whole new text is
+/// read from beside it.
 /// \param[out] text the content; unchanged on failure.
 /// \param limit bytes.
 /// \return 0, else an error number: ENOENT when there is no such file, EISDIR for a directory, EINVAL for anything else
 /// that isn't a regular file, EFBIG above the limit.
 int ReadFile(const char* path, std::string& text, size_t limit = static_cast<size_t>(-1));
+
+/// \return the file beside \p path that ReadFile reads in its place; empty when that is the file itself.
+std::string FindJournal(const char* path);
 
 /// \return 0 when \p path may be written or made, else an error number, as for a file without permission to write.
 /// Whoever replaces a file that he would otherwise have opened asks this first.
@@ -85,7 +89,7 @@ public:
     ~FileReplacement();
 
     /// Follows the symbolic links and takes the lock of the directory, for which it waits up to ten seconds. A file
-    /// system without locks is no error.
+    /// system without locks is no error. A file that was left half written in place is finished.
     /// \return 0, else an error number: ETIMEDOUT when another process holds the lock.
     int Lock();
     /// Reads the present content.
@@ -100,8 +104,9 @@ public:
     /// number.
     int Replace(const std::function<int(int)>& write, Durability durability);
     /// The same as the first, but a file whose directory doesn't let it be replaced, as a mount point or another
-    /// user's file under the sticky bit, is written in place. What goes wrong then is taken back; only a process that
-    /// is killed meanwhile leaves a mixture, and the whole new text beside it.
+    /// user's file under the sticky bit, is written in place. Until that is done the whole new text lies beside it, for
+    /// ReadFile and for the next Lock. What goes wrong is taken back; only where that fails too the error number
+    /// doesn't mean the old text.
     int ReplaceOrOverwrite(const std::vector<std::string_view>& pieces, Durability durability);
 
 private:
@@ -109,6 +114,9 @@ private:
     int WriteTemporary(const std::function<int(int)>& write, Durability durability);
     int TakePlace(Durability durability);
     int WriteInPlace(const std::vector<std::string_view>& pieces);
+    int MakeJournal(const std::string& journal) const;
+    int FinishOverwriting() const;
+    void SyncDirectory() const;
 
     std::string m_path;  // with the links followed, from Lock on
     std::string m_temporary;

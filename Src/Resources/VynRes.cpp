@@ -156,10 +156,11 @@ constexpr VynMessage englishMessages[] = {
     {42, "the URN name '%1' is predefined: the entry is refused"},
     {43, "the URN name '%1' has been there in line %2 already: the entry is refused"},
     {44, "the target of '%1' is no directory with an absolute path: '%2'"},
-    {45, "a heading"},
-    {46, "a name between '[', '/' and ']'"},
-    {47, "a value, a heading or the end"},
-    {48, "'='"},
+    {45, "a save was interrupted: the text is that of '%1'"},
+    {46, "a heading"},
+    {47, "a name between '[', '/' and ']'"},
+    {48, "a value, a heading or the end"},
+    {49, "'='"},
     {detail::eStrDidYouMean, ": did you mean '%1'?"},
     {}};
 

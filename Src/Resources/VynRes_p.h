@@ -34,8 +34,8 @@ enum LibraryString : unsigned {
     eStrUrnTargetNotFound = 15,       // URN, target, error
     eStrInvalidFilter = 16,           // pattern, error
     eStrFinding = 17,                 // the first of one for each vyn::FindingCode, in its order
-    eStrExpected = 45,                // the first of one for each RgExpected, in its order
-    eStrDidYouMean = 49               // name
+    eStrExpected = 46,                // the first of one for each RgExpected, in its order
+    eStrDidYouMean = 50               // name
 };
 
 /// \return the string \p id with each "%s" replaced by the next of \p texts, and "%1" to "%9" by the one of that

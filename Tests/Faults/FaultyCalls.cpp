@@ -12,6 +12,7 @@
 #include <cerrno>
 #include <cstdarg>
 #include <cstdio>
+#include <cstring>
 
 namespace vyn::test {
 
@@ -26,9 +27,6 @@ long long slept = 0;  // nanoseconds
 
 // The error of this call, 0 when it is to succeed. Doesn't return when the process ends here.
 int Due(Call call) {
-    if (armed && current.inPlace && call == Call::Rename) {
-        return EXDEV;
-    }
     if (!armed || (current.call != Call::Any && current.call != call)) {
         return 0;
     }
@@ -123,8 +121,8 @@ int close(int fd) {
 }
 
 int posix_fallocate(int fd, off_t start, off_t size) {
-    const int error = Due(Call::Write);
-    return error > 0 ? error : REAL(posix_fallocate)(fd, start, size);
+    const int error = Due(Call::Resize);
+    return error ? error : REAL(posix_fallocate)(fd, start, size);
 }
 
 // What was to be made sure of is lost when that fails; a directory can't be cut.
@@ -133,7 +131,7 @@ int fsync(int fd) {
         return REAL(fsync)(fd);
     }
     const int error = errno;
-    if (error == EINTR || ftruncate(fd, 1) != 0) {
+    if (error == EINTR || REAL(ftruncate)(fd, 1) != 0) {
         errno = error;
     }
     return -1;
@@ -154,8 +152,16 @@ int clock_gettime(clockid_t clock, timespec* now) noexcept {
     return result;
 }
 
+int rename(const char* from, const char* to) noexcept {
+    if (armed && current.inPlace && to[strlen(to) - 1] != '~') {
+        errno = EXDEV;
+        return -1;
+    }
+    return PASS(Call::Rename, rename, from, to);
+}
+
 // clang-format off
-int rename(const char* from, const char* to) noexcept { return PASS(Call::Rename, rename, from, to); }
+int ftruncate(int fd, off_t size) noexcept { return PASS(Call::Resize, ftruncate, fd, size); }
 int unlink(const char* path) noexcept { return PASS(Call::Unlink, unlink, path); }
 int flock(int fd, int operation) noexcept { return PASS(Call::Lock, flock, fd, operation); }
 int access(const char* path, int mode) noexcept { return PASS(Call::Look, access, path, mode); }

@@ -6,8 +6,9 @@
 
 namespace vyn::test {
 
-/// What can fail. `Look` is `access`, `stat`, `fstat` and `readlink`, `Mark` is `fchmod` and `fchown`.
-enum class Call { Open, Read, Write, Sync, Rename, Close, Unlink, Lock, Look, Mark, Any };
+/// What can fail. `Look` is `access`, `stat`, `fstat` and `readlink`, `Mark` is `fchmod` and `fchown`,
+/// `Resize` is `ftruncate` and `posix_fallocate`.
+enum class Call { Open, Read, Write, Resize, Sync, Rename, Close, Unlink, Lock, Look, Mark, Any };
 
 /// In place of an error number: a read or write that does half of what it should, and the end of the process, in the
 /// middle of a write and before any other call.
@@ -19,7 +20,7 @@ struct Fault {
     int nth;  ///< counted from 1 at Arm
     int error;
     bool forGood;  ///< all later calls of the kind fail too
-    bool inPlace;  ///< no file can be renamed, besides
+    bool inPlace;  ///< no file can be replaced, besides
 };
 
 /// From now on the calls are counted and \p fault happens.
