@@ -16,13 +16,15 @@ protected:
         std::filesystem::create_directories(m_user);
         std::filesystem::create_directories(m_shared);
     }
-    // The files of the stack as the text of their paths, with the two directories as U and S.
-    std::string Stack(const COptionManager& manager) {
+    // Loads the files into a new manager. Gives the paths of the stack, with the directories as U, S and D.
+    std::string Load() {
+        m_manager = std::make_unique<Manager>();
+        m_manager->LoadPredefinedOptionFiles();
         std::string text;
-        for (void* pos = manager.GetFirstFilePosition(); pos;) {
-            std::string path = manager.GetNextFile(pos)->GetPathName();
+        for (void* pos = m_manager->GetFirstFilePosition(); pos;) {
+            std::string path = m_manager->GetNextFile(pos)->GetPathName();
             for (const auto& [directory, letter] :
-                 {std::pair(m_user, "U"), std::pair(m_shared, "S"), std::pair(m_directory.Path(), "D")}) {
+                 {std::pair(m_user, "U"), {m_shared, "S"}, {m_directory.Path(), "D"}}) {
                 if (path.compare(0, directory.size(), directory) == 0) {
                     path.replace(0, directory.size(), letter);
                 }
@@ -39,39 +41,31 @@ protected:
     const std::string m_allUsers = m_directory / "all";
     const std::string m_user = m_directory / "Ostrel/Halcyne/Shared";
     const std::string m_shared = m_allUsers + "/tools/Shared";
+    std::unique_ptr<Manager> m_manager;
 };
 
 TEST_F(PredefinedFiles, AreMadeEmptyWhereThereAreNone) {
-    Manager manager;
-    manager.LoadPredefinedOptionFiles();
-    EXPECT_EQ(Stack(manager), "U/user.zop S/company.zop ");
+    EXPECT_EQ(Load(), "U/user.zop S/company.zop ");
     EXPECT_TRUE(std::filesystem::exists(m_shared + "/init.zop"));
-    EXPECT_TRUE(std::filesystem::exists(m_shared + "/company.zop"));
-    EXPECT_EQ(manager.IsPredefinedOptionFilesLoaded(), 1);
-    manager.SetValue("Editor", "Name", "mine");
-    manager.SaveAllFiles();
+    EXPECT_EQ(m_manager->IsPredefinedOptionFilesLoaded(), 1);
+    m_manager->SetValue("Editor", "Name", "mine");
+    m_manager->SaveAllFiles();
     EXPECT_EQ(ReadText(m_user + "/user.zop"), "\n[Editor]\n\n\"Name\"=\"mine\" \n");
 }
 
 TEST_F(PredefinedFiles, ComeFromTheListInTheirOrder) {
     const std::string absolute = m_directory / "abs.zop";
-    const struct {
-        std::string list;
-        std::string stack;
-    } rows[] = {
+    const Rows<std::string, std::string> rows = {
         {absolute + ";b.zop;" + absolute, "D/abs.zop S/b.zop D/abs.zop "},
         {"a.zop;" + absolute + ";sub/c.zop", "U/a.zop D/abs.zop "},  // the folder of the last one isn't there
         {";;a.zop;;b.zop;", "U/a.zop S/b.zop "},
         {"", ""},
-        {std::string(1024, 'x'), ""},
-    };
-    for (const auto& row : rows) {
-        WriteList(row.list);
-        Manager manager;
+        {std::string(1024, 'x'), ""}};
+    for (const auto& [list, stack] : rows) {
+        WriteList(list);
         errno = 0;
-        manager.LoadPredefinedOptionFiles();
-        EXPECT_EQ(Stack(manager), row.stack) << row.list;
-        EXPECT_EQ(errno == ERANGE, row.list.size() >= 1024) << row.list;
+        EXPECT_EQ(Load(), stack) << list;
+        EXPECT_EQ(errno == ERANGE, list.size() >= 1024) << list;
     }
 }
 
@@ -79,65 +73,54 @@ TEST_F(PredefinedFiles, MalformedOnesGiveWayToEmptyOnes) {
     WriteText(m_shared + "/init.zop", "[Initial/Predefined] nonsense");
     WriteText(m_user + "/user.zop", "[Editor]\"Name\"=\"lost\" stray");
     WriteText(m_user + "/user.zop.bad", "lost before");
-    Manager manager;
-    manager.LoadPredefinedOptionFiles();
-    EXPECT_EQ(Stack(manager), "U/user.zop S/company.zop ");
+    EXPECT_EQ(Load(), "U/user.zop S/company.zop ");
     EXPECT_EQ(ReadText(m_user + "/user.zop.bad2"), "[Editor]\"Name\"=\"lost\" stray") << "nothing is lost";
     EXPECT_EQ(ReadText(m_user + "/user.zop.bad"), "lost before");
     EXPECT_EQ(ReadText(m_shared + "/init.zop"), "[Initial/Predefined] nonsense");
 }
 
 TEST_F(PredefinedFiles, LeaveAloneWhatIsNotTheUsersOrCannotBeRead) {
-    const std::string profile = m_directory / ".profile";
-    WriteText(profile, "alias l=ls");
-    const std::string beside = m_user + "2/x.zop";
+    const std::string beside = m_user + "2/x.zop", company = m_shared + "/company.zop", link = m_user + "/link.zop";
     std::filesystem::create_directory(m_user + "2");
-    for (const std::string& path : {beside, m_shared + "/company.zop"}) {
+    std::filesystem::create_directory(m_user + "/dir.zop");
+    std::filesystem::create_symlink(beside, link);
+    for (const std::string& path : {beside, company}) {
         WriteText(path, "[Editor] stray");
     }
-    std::filesystem::create_directory(m_user + "/dir.zop");
-    WriteList("dir.zop;" + m_user + "/../../../.profile;company.zop;" + beside);
-    Manager manager;
-    manager.LoadPredefinedOptionFiles();
-    EXPECT_EQ(Stack(manager), "");
-    EXPECT_EQ(ReadText(profile), "alias l=ls");
-    for (const std::string& path : {beside, m_shared + "/company.zop"}) {
+    WriteList("dir.zop;company.zop;" + beside + ";" + link);
+    EXPECT_EQ(Load(), "");
+    for (const std::string& path : {beside, company, link}) {
         EXPECT_EQ(ReadText(path), "[Editor] stray") << path;
     }
     EXPECT_TRUE(std::filesystem::is_directory(m_user + "/dir.zop"));
 }
 
 TEST_F(PredefinedFiles, StayWhenAnotherProcessMendsThem) {
-    WriteText(m_user + "/user.zop", "[Editor] stray");
+    const std::string path = m_user + "/user.zop", mended = m_user + "/mended";
+    WriteText(path, "[Editor] stray");
+    WriteText(mended, "[Editor]\"Name\"=\"n\"");
     const int directory = open(m_user.c_str(), O_RDONLY | O_DIRECTORY);
     ASSERT_EQ(flock(directory, LOCK_EX), 0);
-    std::thread other([&] {
-        std::this_thread::sleep_for(std::chrono::milliseconds(200));
-        WriteText(m_user + "/user.zop", "[Editor]\"Name\"=\"n\"");
+    const Interruptions mend([&] {
+        rename(mended.c_str(), path.c_str());
         close(directory);
     });
-    Manager().LoadPredefinedOptionFiles();
-    other.join();
-    EXPECT_EQ(ReadText(m_user + "/user.zop"), "[Editor]\"Name\"=\"n\"");
-    EXPECT_FALSE(std::filesystem::exists(m_user + "/user.zop.bad"));
+    Load();
+    EXPECT_EQ(ReadText(path), "[Editor]\"Name\"=\"n\"");
+    EXPECT_FALSE(std::filesystem::exists(path + ".bad"));
 }
 
 TEST_F(PredefinedFiles, NeedTheUsersDirectory) {
     unsetenv("HOME");
-    Manager manager;
-    manager.LoadPredefinedOptionFiles();
-    EXPECT_EQ(manager.GetFileCount(), 0);
+    EXPECT_EQ(Load(), "");
     EXPECT_FALSE(std::filesystem::exists(m_shared + "/init.zop"));
 }
 
 TEST_F(PredefinedFiles, LieInTheCurrentDirectoryWithoutASharedOne) {
     unsetenv("ZROOT");
-    const std::string before = std::filesystem::current_path().string();
     std::filesystem::current_path(m_directory.Path());
-    Manager manager;
-    manager.LoadPredefinedOptionFiles();
-    std::filesystem::current_path(before);
-    EXPECT_EQ(Stack(manager), "U/user.zop company.zop ");
+    EXPECT_EQ(Load(), "U/user.zop company.zop ");
+    std::filesystem::current_path("/");
     SPathName path("unchanged");
     GetInitialOptionsPath(path);
     EXPECT_EQ(path, "unchanged");
