@@ -4,13 +4,11 @@
 
 namespace vyn::test {
 
-// Runs a probe with VYN_ERR_OUT set to `options`, unset for null. The result is all it wrote, both streams.
-std::string RunProbe(const std::string& probe, const char* options) {
-    const std::string variable = options ? "VYN_ERR_OUT='" + std::string(options) + "'" : "-u VYN_ERR_OUT";
-    const std::string command = "env " + variable + " " VYN_PROBE_DIR "/" + probe + " 2>&1";
+// Runs a probe with VYN_ERR_OUT set to `options`. The result is all it wrote, both streams.
+std::string RunProbe(const std::string& probe, const std::string& options) {
     int status;
-    const std::string output = test::RunCommand(command, status);
-    EXPECT_EQ(status, 0) << command << "\n" << output;
+    const std::string output = RunCommand("VYN_ERR_OUT='" + options + "' " VYN_PROBE_DIR "/" + probe + " 2>&1", status);
+    EXPECT_EQ(status, 0) << probe << " " << options << "\n" << output;
     return output;
 }
 
@@ -32,19 +30,18 @@ TEST(ErrOutVariable, IsReadWordByWordAtTheFirstUse) {
     // What a stream still holds at its end goes out there, vynout first; a later destructor writes after it. The
     // variable is read at the first use, and once; quiet is quiet beyond the end as well.
     const std::string early = strConstructor + strFromMain + "output at exit\nerror at exit\ndestructor\n";
-    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-z"), strUnknown + early);
-    EXPECT_EQ(RunProbe("MsgOutEarlyProbe", "-q"), strQuiet);
-    const std::pair<const char*, std::string> rows[] = {
-        {nullptr, strPlain},
-        {"-q", strQuiet},
-        {"  -q  ", strQuiet},
-        {"-h -q", usage + strQuiet},
-        {"-z -q", strUnknown + strQuiet},
-        {"-qq", strUnknown + strPlain},
-        {"-o", "Internal error: CErrOut: file required\n" + strPlain},
-    };
-    for (const auto& [options, output] : rows) {
-        EXPECT_EQ(RunProbe("MsgOutProbe", options), output) << (options ? options : "unset");
+    const Rows<const char*, const char*, std::string> rows = {
+        {"MsgOutEarlyProbe", "-z", strUnknown + early},
+        {"MsgOutEarlyProbe", "-q", strQuiet},
+        {"MsgOutProbe", "", strPlain},
+        {"MsgOutProbe", "  -q  ", strQuiet},
+        {"MsgOutProbe", "-h -q", usage + strQuiet},
+        {"MsgOutProbe", "-z -q", strUnknown + strQuiet},
+        {"MsgOutProbe", "qq", strUnknown + strPlain},
+        {"MsgOutProbe", "-qq", strUnknown + strPlain},
+        {"MsgOutProbe", "-o", "Internal error: CErrOut: file required\n" + strPlain}};
+    for (const auto& [probe, options, output] : rows) {
+        EXPECT_EQ(RunProbe(probe, options), output) << probe << " " << options;
     }
 }
 
@@ -52,13 +49,12 @@ TEST(ErrOutVariable, NamesALogFileThatQuietLeavesAlone) {
     const std::string upToExit = strConstructor + "Internal error: error\nerror at exit\ndestructor\n";
     // A destructor that runs after the end of the stream writes to the file all the same.
     for (const auto& [probe, log] :
-         {std::pair("MsgOutProbe", upToExit + "not flushed"), std::pair("MsgOutEarlyProbe", upToExit)}) {
-        const test::TemporaryDirectory directory;
-        const std::string options = "-o /nowhere/x -q -o " + directory / "log";
-        EXPECT_EQ(RunProbe(probe, options.c_str()), strQuiet) << probe;
+         {std::pair("MsgOutProbe", upToExit + "not flushed"), {"MsgOutEarlyProbe", upToExit}}) {
+        const TemporaryDirectory directory;
+        EXPECT_EQ(RunProbe(probe, "-o /nowhere/x -q -o " + directory / "log"), strQuiet) << probe;
         const auto file = *std::filesystem::directory_iterator(directory.Path());
         EXPECT_EQ(file.path().stem(), "log");
-        EXPECT_EQ(test::ReadText(file.path()), log) << probe;
+        EXPECT_EQ(ReadText(file.path()), log) << probe;
     }
 }
 
@@ -130,34 +126,31 @@ TEST(MsgOut, StacksHandlers) {
 }
 
 TEST(MsgOut, FollowsTheVariableOfItsStart) {
-    const test::TemporaryDirectory directory;
+    const TemporaryDirectory directory;
     const std::string pid = "." + std::to_string(getpid());
-    test::WriteText(directory / "log" + pid, "an older and longer text");
+    WriteText(directory / "log" + pid, "an older and longer text");
     const std::string noDialog = "[Internal error: assert dialog not available\n]|";
-    const struct {
-        std::string options, log, logOfVynerr;
-    } rows[] = {
+    const Rows<std::string, std::string, std::string> rows = {
         {"-o /nowhere/log", "[a][Internal error: CErrOut: open failed: /nowhere/log" + pid + "\n]||[b]|", ""},
         {"-o " + directory / "log", "[a]|[b]|", ""},
         {"-q", "||", ""},
-        {"-a", "[a]|[b]|", noDialog + noDialog},
-    };
-    for (const auto& row : rows) {
-        setenv("VYN_ERR_OUT", row.options.c_str(), 1);
+        {"-a", "[a]|[b]|", noDialog + noDialog}};
+    for (const auto& [options, logged, loggedByVynerr] : rows) {
+        setenv("VYN_ERR_OUT", options.c_str(), 1);
         CMsgOut stream(CMsgOut::eError);
         unsetenv("VYN_ERR_OUT");
         Recorder handler(true), handlerOfVynerr(true);
         stream.SetOutput(&handler);
         vynerr.PushOutput(&handlerOfVynerr);
-        const int log = test::LowestFreeDescriptor();
+        const int log = LowestFreeDescriptor();
         stream << "a" << flush << "b" << flush;
         EXPECT_NE(fcntl(log, F_GETFD), 0) << "not for programs that the tool starts";
         vynerr.PopOutput();
         stream.SetOutput(nullptr);
-        EXPECT_EQ(handler.m_strLog, row.log) << row.options;
-        EXPECT_EQ(handlerOfVynerr.m_strLog, row.logOfVynerr) << row.options;
+        EXPECT_EQ(std::tuple(handler.m_strLog, handlerOfVynerr.m_strLog), std::tuple(logged, loggedByVynerr))
+            << options;
     }
-    EXPECT_EQ(test::ReadText(directory / "log" + pid), "ab");
+    EXPECT_EQ(ReadText(directory / "log" + pid), "ab");
     const std::string early = "constructor -1\nconstructor -1\nInternal error: assert";
     EXPECT_EQ(RunProbe("MsgOutProbe", "-a").find(early), 0u)
         << "on vynerr itself the message is still there when the report is made";
