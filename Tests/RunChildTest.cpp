@@ -172,7 +172,7 @@ TEST(RunChild, LeavesNothingAfterManyRunsFromTwoThreads) {
             request.totalTime = end == eChildTotalTime ? 1ms : 0ms;
             request.cancel = &cancel;
             request.onLine = [&, cancels = end.has_value()](ChildStream, const std::string&) {
-                cancels ? std::thread([&] { cancel.Cancel(); }).join() : throw std::runtime_error("enough");
+                cancels ? cancel.Cancel() : throw std::runtime_error("enough");
             };
             try {
                 EXPECT_EQ(end, RunChild(request).end) << script;
@@ -193,14 +193,19 @@ TEST(RunChild, LeavesNothingAfterManyRunsFromTwoThreads) {
     EXPECT_LT(runInTwoThreads(rounds ? atoi(rounds) : 20), atFirst + 500) << "bytes";
 }
 
-TEST(RunChild, OutlastsSignalsAndStartsNothingWhenItIsCancelled) {
+TEST(RunChild, OutlastsSignalsAndIsCancelledByOne) {
     CChildCancel cancel;
     SChildRequest request = Shell("sleep 0.1; cat");
     request.input = std::string(1 << 20, 'x');
+    {
+        const Interruptions interruptions([] {});
+        EXPECT_EQ(request.input, RunChild(request).output);
+    }
+    request = Shell("sleep 60");
     request.cancel = &cancel;
-    const Interruptions interruptions([] {});
-    EXPECT_EQ(request.input, RunChild(request).output);
-    cancel.Cancel();
-    request.program = "no-such-program";
+    const CNothingLeft nothingLeft;
+    const Interruptions interruptions([&] { cancel.Cancel(); });
     EXPECT_EQ(eChildCancelled, RunChild(request).end);
+    request.program = "no-such-program";
+    EXPECT_EQ(eChildCancelled, RunChild(request).end) << "it isn't even started";
 }
