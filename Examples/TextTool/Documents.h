@@ -25,7 +25,7 @@ inline bool ReadDocument(const vyn::SString& name, std::vector<Paragraph>& parag
         Tell(eTooDeep, name);
         return false;
     }
-    vyn::SVector<vyn::SString> errors;
+    vyn::SVector<vyn::SString> errors;  // the reasons, for a tool that shows them
     const std::unique_ptr<std::istream> document(vyn::SUri.OpenRead(errors, name));
     if (!document) {
         Tell(eCantRead, name);
@@ -33,7 +33,6 @@ inline bool ReadDocument(const vyn::SString& name, std::vector<Paragraph>& parag
     }
     vyn::SString base;  // where the document lies: what it refers to may be relative to it
     vyn::SUrnResolver::ResolveUrn(name, base);
-    bool isRead = true;
     for (const Paragraph& paragraph : ReadParagraphs(*document)) {
         if (paragraph.text[0] != '@') {
             paragraphs.push_back(paragraph);
@@ -41,7 +40,9 @@ inline bool ReadDocument(const vyn::SString& name, std::vector<Paragraph>& parag
         }
         vyn::SString part;
         vyn::SUrnResolver::CreateAbsolutePath(base, paragraph.text.substr(1), part);
-        isRead = ReadDocument(part, paragraphs, depth + 1) && isRead;
+        if (!ReadDocument(part, paragraphs, depth + 1)) {
+            return false;
+        }
     }
-    return isRead;
+    return true;
 }
