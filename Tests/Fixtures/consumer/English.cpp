@@ -1,3 +1,0 @@
-#include <VynToolMessages.h>
-
-const vyn::VynMessage vynMessages[] = {{1, "%1 of %2 lines"}, {2, "only in English: %s"}, {}};

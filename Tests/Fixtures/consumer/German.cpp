@@ -1,3 +1,0 @@
-#include <VynToolMessages.h>
-
-const vyn::VynMessage vynMessages[] = {{1, "von %2 Zeilen %1"}, {}};
