@@ -40,10 +40,7 @@ public:
             AddRef();
         }
     }
-    unsigned long AddRef() override {
-        ++m_nAdded;
-        return static_cast<unsigned long>(++m_nReferences);
-    }
+    unsigned long AddRef() override { return static_cast<unsigned long>(++m_nReferences); }
     unsigned long Release() override { return static_cast<unsigned long>(--m_nReferences); }
     void GetInterfaceNames(std::list<std::string>& names) override {
         names.insert(names.end(), m_listNames.begin(), m_listNames.end());
@@ -54,7 +51,6 @@ public:
     k4::IUnknown* ThroughOtherInterface() { return static_cast<IModelElement*>(this); }
 
     std::atomic<int> m_nReferences{1};
-    std::atomic<int> m_nAdded{0};  // how many times a reference was added
     std::list<std::string> m_listNames = {"IModelElement", "IOther"};
     bool m_bHasInfo = true;
     bool m_bRefusesAll = false;
