@@ -7,29 +7,26 @@
 
 namespace vyn::test {
 
-// Gives each test a user and a set of shared directories of its own.
+const std::string kUser = "Ostrel/Halcyne/Shared/", kShared = "all/tools/Shared/";
+const std::string kBoth = kUser + "user.zop " + kShared + "company.zop ";
+
+// Gives each test a user, shared directories and a current directory of its own.
 class PredefinedFiles : public testing::Test {
 protected:
     PredefinedFiles() {
         setenv("HOME", m_directory.Path().c_str(), 1);
-        setenv("ZROOT", m_allUsers.c_str(), 1);
+        setenv("ZROOT", (m_directory / "all").c_str(), 1);
         std::filesystem::create_directories(m_user);
         std::filesystem::create_directories(m_shared);
+        std::filesystem::current_path(m_directory.Path());
     }
-    // Loads the files into a new manager. Gives the paths of the stack, with the directories as U, S and D.
+    // Loads the files into a new manager. Gives the paths of the stack, from the current directory.
     std::string Load() {
         m_manager = std::make_unique<Manager>();
         m_manager->LoadPredefinedOptionFiles();
         std::string text;
         for (void* pos = m_manager->GetFirstFilePosition(); pos;) {
-            std::string path = m_manager->GetNextFile(pos)->GetPathName();
-            for (const auto& [directory, letter] :
-                 {std::pair(m_user, "U"), {m_shared, "S"}, {m_directory.Path(), "D"}}) {
-                if (path.compare(0, directory.size(), directory) == 0) {
-                    path.replace(0, directory.size(), letter);
-                }
-            }
-            text += path + " ";
+            text += std::filesystem::proximate(m_manager->GetNextFile(pos)->GetPathName()).string() + " ";
         }
         return text;
     }
@@ -38,14 +35,13 @@ protected:
     }
 
     TemporaryDirectory m_directory;
-    const std::string m_allUsers = m_directory / "all";
     const std::string m_user = m_directory / "Ostrel/Halcyne/Shared";
-    const std::string m_shared = m_allUsers + "/tools/Shared";
+    const std::string m_shared = m_directory / "all/tools/Shared";
     std::unique_ptr<Manager> m_manager;
 };
 
 TEST_F(PredefinedFiles, AreMadeEmptyWhereThereAreNone) {
-    EXPECT_EQ(Load(), "U/user.zop S/company.zop ");
+    EXPECT_EQ(Load(), kBoth);
     EXPECT_TRUE(std::filesystem::exists(m_shared + "/init.zop"));
     EXPECT_EQ(m_manager->IsPredefinedOptionFilesLoaded(), 1);
     m_manager->SetValue("Editor", "Name", "mine");
@@ -56,9 +52,9 @@ TEST_F(PredefinedFiles, AreMadeEmptyWhereThereAreNone) {
 TEST_F(PredefinedFiles, ComeFromTheListInTheirOrder) {
     const std::string absolute = m_directory / "abs.zop";
     const Rows<std::string, std::string> rows = {
-        {absolute + ";b.zop;" + absolute, "D/abs.zop S/b.zop D/abs.zop "},
-        {"a.zop;" + absolute + ";sub/c.zop", "U/a.zop D/abs.zop "},  // the folder of the last one isn't there
-        {";;a.zop;;b.zop;", "U/a.zop S/b.zop "},
+        {absolute + ";b.zop;" + absolute, "abs.zop " + kShared + "b.zop abs.zop "},
+        {"a.zop;" + absolute + ";sub/c.zop", kUser + "a.zop abs.zop "},  // the folder of the last one isn't there
+        {";;a.zop;;b.zop;", kUser + "a.zop " + kShared + "b.zop "},
         {"", ""},
         {std::string(1024, 'x'), ""}};
     for (const auto& [list, stack] : rows) {
@@ -73,7 +69,7 @@ TEST_F(PredefinedFiles, MalformedOnesGiveWayToEmptyOnes) {
     WriteText(m_shared + "/init.zop", "[Initial/Predefined] nonsense");
     WriteText(m_user + "/user.zop", "[Editor]\"Name\"=\"lost\" stray");
     WriteText(m_user + "/user.zop.bad", "lost before");
-    EXPECT_EQ(Load(), "U/user.zop S/company.zop ");
+    EXPECT_EQ(Load(), kBoth);
     EXPECT_EQ(ReadText(m_user + "/user.zop.bad2"), "[Editor]\"Name\"=\"lost\" stray") << "nothing is lost";
     EXPECT_EQ(ReadText(m_user + "/user.zop.bad"), "lost before");
     EXPECT_EQ(ReadText(m_shared + "/init.zop"), "[Initial/Predefined] nonsense");
@@ -118,9 +114,7 @@ TEST_F(PredefinedFiles, NeedTheUsersDirectory) {
 
 TEST_F(PredefinedFiles, LieInTheCurrentDirectoryWithoutASharedOne) {
     unsetenv("ZROOT");
-    std::filesystem::current_path(m_directory.Path());
-    EXPECT_EQ(Load(), "U/user.zop company.zop ");
-    std::filesystem::current_path("/");
+    EXPECT_EQ(Load(), kUser + "user.zop company.zop ");
     SPathName path("unchanged");
     GetInitialOptionsPath(path);
     EXPECT_EQ(path, "unchanged");
