@@ -27,13 +27,14 @@ unsigned ModeOf(const std::string& path) {
 class Tree : public testing::Test {
 protected:
     Tree() {
-        chmod(m_directory.Path().c_str(), 0755);
+        std::filesystem::current_path(m_directory.Path());
+        chmod(".", 0755);
         for (const char* name : {"b.txt", "a.txt", ".hidden", "with blank.c"}) {
-            WriteText(m_directory / name, name);
+            WriteText(name, name);
         }
-        std::filesystem::create_directory(m_directory / "sub");
-        std::filesystem::create_symlink("sub", m_directory / "link");
-        std::filesystem::create_symlink("nowhere", m_directory / "dangling");
+        std::filesystem::create_directory("sub");
+        std::filesystem::create_symlink("sub", "link");
+        std::filesystem::create_symlink("nowhere", "dangling");
     }
     void TearDown() override { EXPECT_EQ(m_reports.text, ""); }
 
@@ -44,10 +45,10 @@ protected:
 };
 
 TEST_F(Tree, ShowsWhatAPathNames) {
-    const Rows<SString, int> rows = {{In("a.txt"), 0},    {In("sub"), 1},  {In("link"), 1}, {In(""), 1},
-                                     {In("dangling"), 3}, {In("none"), 3}, {"/dev/null", 3}};
+    const Rows<const char*, int> rows = {{"a.txt", 0},    {"sub", 1},  {"link", 1},     {".", 1},
+                                         {"dangling", 3}, {"none", 3}, {"/dev/null", 3}};
     for (const auto& [name, type] : rows) {
-        EXPECT_EQ(VynFileItem(name.c_str()).GetFileType(), type) << name;
+        EXPECT_EQ(VynFileItem(name).GetFileType(), type) << name;
     }
     EXPECT_EQ(VynFileItem("/x/../a/b.c").GetFullPath(), "/a/b.c");
     EXPECT_EQ(VynFileItem("/x/../a/b.c").GetName(), "b.c");
@@ -60,25 +61,23 @@ TEST_F(Tree, ListsADirectoryWithoutHiddenNames) {
     EXPECT_EQ(items[0], VynFileItem(In("a.txt")));
     for (const char* name : {"a.txt", "sub", "none"}) {
         items.emplace_back("before");
-        VynFileItem(In(name)).GetFilesList(items);
+        VynFileItem(name).GetFilesList(items);
         EXPECT_EQ(Names(items), "") << name;
     }
 }
 
 TEST_F(Tree, GathersTheMatchesOfPatterns) {
     SUrnResolver::RegisterUrn("fileitem", m_directory.Path());
-    std::filesystem::current_path(m_directory.Path());
     std::vector<VynFileItem> items;
     std::string names;
-    const Rows<SString, const char*> rows = {{In("b*"), "b.txt "},        {In("none*"), ""},
-                                             {In("[a-c].txt"), "a.txt "}, {In("sub/../?.txt"), ""},
-                                             {In(".*"), ".hidden "},      {"urn:fileitem:w*", "with blank.c "},
-                                             {"[al]*", "link "}};
+    const Rows<SPathName, const char*> rows = {{"b*", "b.txt "},        {"none*", ""},
+                                               {"[a-c].txt", "a.txt "}, {"sub/../?.txt", ""},
+                                               {".*", ".hidden "},      {"urn:fileitem:w*", "with blank.c "},
+                                               {"[al]*", "link "}};
     for (const auto& [pattern, added] : rows) {
         VynFileItem("").GetFiles(pattern, items);
         EXPECT_EQ(Names(items), names += added) << pattern;
     }
-    std::filesystem::current_path("/");
 }
 
 TEST_F(Tree, ReportsWhatItCantListOrName) {
@@ -93,7 +92,7 @@ TEST_F(Tree, ReportsWhatItCantListOrName) {
     beyond += "/" + std::string(50, 'f');
     std::filesystem::create_directories(beyond.c_str());
     std::filesystem::create_directory(edge.c_str());
-    chmod(In("sub").c_str(), 0);
+    chmod("sub", 0);
     const AsOrdinaryUser user;
     // A directory to list, or a pattern; what it gives, and what is told.
     const Rows<SPathName, SPathName, std::string, int, std::string> rows = {
@@ -113,80 +112,76 @@ TEST_F(Tree, ReportsWhatItCantListOrName) {
 }
 
 TEST_F(Tree, CopiesTheBytesOfAFile) {
-    const SString from = In("from"), to = In("to");
-    WriteText(to, "what was there is longer than the first copies");
+    WriteText("to", "what was there is longer than the first copies");
     for (size_t size : {0, 1, 65536, 65537, 1000000}) {
         const std::string bytes = std::string(size / 2, 'x') + std::string(size - size / 2, '\0');
-        WriteText(from, bytes);
-        EXPECT_TRUE(VynCopyFile(from, to));
-        EXPECT_TRUE(ReadText(to) == bytes) << size;
+        WriteText("from", bytes);
+        EXPECT_TRUE(VynCopyFile("from", "to"));
+        EXPECT_TRUE(ReadText("to") == bytes) << size;
     }
 }
 
 TEST_F(Tree, LeavesAFileThatIsCopiedOntoItself) {
-    std::filesystem::create_symlink("a.txt", m_directory / "symbolic");
-    std::filesystem::create_hard_link(m_directory / "a.txt", m_directory / "hard");
+    std::filesystem::create_symlink("a.txt", "symbolic");
+    std::filesystem::create_hard_link("a.txt", "hard");
     for (const char* name : {"a.txt", "symbolic", "hard", "sub/../a.txt"}) {
-        EXPECT_TRUE(VynCopyFile(In("a.txt"), In(name))) << name;
-        EXPECT_TRUE(VynCopyFile(In(name), In("a.txt"))) << name;
-        EXPECT_EQ(ReadText(In("a.txt")), "a.txt") << name;
+        EXPECT_TRUE(VynCopyFile("a.txt", name)) << name;
+        EXPECT_TRUE(VynCopyFile(name, "a.txt")) << name;
+        EXPECT_EQ(ReadText("a.txt"), "a.txt") << name;
     }
-    EXPECT_EQ(std::filesystem::hard_link_count(m_directory / "a.txt"), 2u) << "it isn't even replaced";
-    EXPECT_TRUE(VynCopyFile(In("b.txt"), In("symbolic")));
-    EXPECT_TRUE(std::filesystem::is_symlink(m_directory / "symbolic"));
-    EXPECT_EQ(ReadText(In("a.txt")), "b.txt");
+    EXPECT_EQ(std::filesystem::hard_link_count("a.txt"), 2u) << "it isn't even replaced";
+    EXPECT_TRUE(VynCopyFile("b.txt", "symbolic"));
+    EXPECT_TRUE(std::filesystem::is_symlink("symbolic"));
+    EXPECT_EQ(ReadText("a.txt"), "b.txt");
 }
 
 TEST_F(Tree, FailsToCopyWhatCantBeReadOrWritten) {
-    const SString file = In("a.txt"), to = In("to"), old = In("old");
-    const Rows<SString, SString, int> rows = {{In("none"), to, ENOENT},    {file, In("none/to"), ENOENT},
-                                              {In("sub"), to, EISDIR},     {file, In("sub"), EISDIR},
-                                              {file, "/dev/full", ENOSPC}, {file, to, EFBIG},
-                                              {file, old, EFBIG},          {"/dev/null", In("read-only"), EACCES},
-                                              {In("secret"), to, EACCES}};
+    const Rows<const char*, const char*, int> rows = {
+        {"none", "to", ENOENT},   {"a.txt", "none/to", ENOENT},       {"sub", "to", EISDIR},
+        {"a.txt", "sub", EISDIR}, {"a.txt", "/dev/full", ENOSPC},     {"a.txt", "to", EFBIG},
+        {"a.txt", "old", EFBIG},  {"/dev/null", "read-only", EACCES}, {"secret", "to", EACCES}};
     for (const auto& [name, mode] : {std::pair("old", 0666), {"read-only", 0444}, {"secret", 0}}) {
-        WriteText(In(name), name);
-        chmod(In(name).c_str(), mode);
+        WriteText(name, name);
+        chmod(name, mode);
     }
-    chmod(m_directory.Path().c_str(), 0777);
+    chmod(".", 0777);
     {
         const AsOrdinaryUser user;
         const FullDisk full(3);
         for (const auto& [from, target, error] : rows) {
             EXPECT_FALSE(VynCopyFile(from, target)) << from << " to " << target;
             EXPECT_EQ(errno, error) << from << " to " << target;
-            EXPECT_FALSE(std::filesystem::exists(to.c_str())) << from;
+            EXPECT_FALSE(std::filesystem::exists("to")) << from;
         }
     }
-    EXPECT_EQ(ReadText(old) + ReadText(In("read-only")), "oldread-only");
-    EXPECT_TRUE(VynCopyFile(file, "/dev/null"));
+    EXPECT_EQ(ReadText("old") + ReadText("read-only"), "oldread-only");
+    EXPECT_TRUE(VynCopyFile("a.txt", "/dev/null"));
     EXPECT_FALSE(std::filesystem::is_regular_file("/dev/null"));
 }
 
 TEST_F(Tree, ChangesThePermissionOfTheOwnerAlone) {
-    const SString file = In("a.txt"), late = In("late");
     const unsigned rows[][3] = {{0644, 0444, 0644}, {0466, 0466, 0666}, {04722, 04522, 04722}, {0, 0, 0200}};
     for (const auto& [mode, readOnly, writable] : rows) {
-        chmod(file.c_str(), mode);
+        chmod("a.txt", mode);
         {
-            const SUnsetReadOnly guard(file);
+            const SUnsetReadOnly guard("a.txt");
             EXPECT_TRUE(guard);
-            EXPECT_EQ(ModeOf(file), readOnly) << std::oct << mode;
+            EXPECT_EQ(ModeOf("a.txt"), readOnly) << std::oct << mode;
         }
-        EXPECT_EQ(ModeOf(file), mode) << "the guard puts the old permissions back";
-        EXPECT_TRUE(VynSetReadOnly(file, true));
-        EXPECT_EQ(ModeOf(file), readOnly) << std::oct << mode;
-        EXPECT_TRUE(VynSetReadOnly(file, false));
-        EXPECT_EQ(ModeOf(file), writable) << std::oct << mode;
+        EXPECT_EQ(ModeOf("a.txt"), mode) << "the guard puts the old permissions back";
+        EXPECT_TRUE(VynSetReadOnly("a.txt", true));
+        EXPECT_EQ(ModeOf("a.txt"), readOnly) << std::oct << mode;
+        EXPECT_TRUE(VynSetReadOnly("a.txt", false));
+        EXPECT_EQ(ModeOf("a.txt"), writable) << std::oct << mode;
     }
-    EXPECT_FALSE(VynSetReadOnly(late, true));
+    EXPECT_FALSE(VynSetReadOnly("late", true));
     {
-        const SUnsetReadOnly missing(late);
+        const SUnsetReadOnly missing("late");
         EXPECT_FALSE(missing);
-        WriteText(late, "");
-        chmod(late.c_str(), 0640);
+        WriteText("late", "");
+        chmod("late", 0640);
     }
-    EXPECT_EQ(ModeOf(late), 0640u) << "a guard that failed has nothing to put back";
+    EXPECT_EQ(ModeOf("late"), 0640u) << "a guard that failed has nothing to put back";
 }
 
 }  // namespace vyn::test
