@@ -71,9 +71,9 @@ public:
 /// \return 0 when a load of the file succeeds; EILSEQ when it is malformed; else the `errno` of the read.
 VYN_API int ReportLoad(const char* path, CFindingSink& sink);
 
-/// Checks an option or style file: the reports of ReportLoad, a save that never ended, repeated entries, styles that are based on what isn't
-/// there, and, with a manager, what its tables and the files below say. A file that isn't in its stack counts as
-/// lying on top.
+/// Checks an option or style file: the reports of ReportLoad, a save that never ended, repeated entries, styles that
+/// are based on what isn't there, and, with a manager, what its tables and the files below say. A file that isn't in
+/// its stack counts as lying on top.
 /// \param path not null.
 /// \param manager may be null. The files of its stack aren't read again.
 /// \param[out] findings all of them, in file order; emptied first.
