@@ -2,10 +2,8 @@
 
 #include "Platform.h"
 #include "RunProbe.h"
-#include "SPathName.h"
 #include "VynExplainUrn.h"
 #include "VynRes.h"
-#include "filename_expand.h"
 
 namespace vyn::test {
 namespace {
@@ -359,23 +357,6 @@ TEST_F(UrnTest, KeepsTheCurrentModuleWhileAThreadOpens) {
     EXPECT_TRUE(opened);
     other.join();
     EXPECT_EQ(errors[4998] + errors[4999], "Failed to open '/none' for read.Failed to open '/none/x' for write.");
-}
-
-TEST_F(UrnTest, ExpandsInPaths) {
-    SUrnResolver::RegisterURNsFromOptionString("mine:/m;long:/" + std::string(1000, 'x'));
-    EXPECT_STREQ(filename_expand("urn:mine:$(HOME)/~"), "/m/$(HOME)/~");
-    EXPECT_STREQ(filename_expand("http://$(HOME)"), "http://$(HOME)");
-    EXPECT_EQ(filename_expand("urn:nosuch:$(HOME)"), "urn:nosuch:" + m_home.Path());
-    EXPECT_EQ(m_reports.Take(), kNotFound);
-    errno = 0;
-    EXPECT_EQ(strlen(filename_expand("urn:long:012345678901234567890")), 1023u);
-    EXPECT_EQ(errno, 0);
-    EXPECT_STREQ(filename_expand("kept"), "kept");
-    EXPECT_STREQ(filename_expand("urn:long:0123456789012345678901"), "kept") << "1024 bytes";
-    EXPECT_EQ(errno, ERANGE);
-    SPathName path("urn:mine:a");
-    path.MakeAbsolutePath();
-    EXPECT_EQ(path, "/m/a");
 }
 
 }  // namespace

@@ -3,6 +3,7 @@
 #include <pwd.h>
 
 #include "TestSupport.h"
+#include "VynUri.h"
 
 using namespace vyn::test;
 
@@ -13,27 +14,36 @@ std::string Expand(const std::string& text) {
     return result + (errno == ERANGE ? " ERANGE" : "");
 }
 
-TEST(FilenameExpand, ReplacesReferencesAndALeadingTilde) {
+TEST(FilenameExpand, ReplacesUrnsReferencesAndALeadingTilde) {
     const passwd* user = getpwuid(geteuid());
     const std::string home = user->pw_dir, most(1023, 'x'), fitting = most.substr(home.size() + 1);
     setenv("VYN_X", "12", 1);
     setenv("VYN_NESTED", "$(VYN_X)$", 1);
     setenv("VYN_HOME", "~", 1);
     unsetenv("VYN_Y");
-    const std::pair<std::string, std::string> rows[] = {{"a$(VYN_X)$(VYN_X)", "a1212"},
-                                                        {"$(VYN_X", "12"},
-                                                        {"$(VYN_Y", "$(VYN_Y)"},
-                                                        {"$(VYN_NESTED)(VYN_X)", "$(VYN_X)$(VYN_X)"},
-                                                        {"$(VYN_HOME)/a", home + "/a"},
-                                                        {"~/x/~", home + "/x/~"},
-                                                        {std::string("~") + user->pw_name + "/x", home + "/x"},
-                                                        {most + "y", most},
-                                                        {most.substr(2) + "$(VYN_X)", most.substr(2) + "12"},
-                                                        {most.substr(1) + "$(VYN_X)$", most.substr(1) + "$ ERANGE"},
-                                                        {most.substr(1) + "$a", most.substr(1) + "$"},
-                                                        {most.substr(4) + "$(VYN_Y)", most.substr(4) + "$() ERANGE"},
-                                                        {"~/" + fitting, home + "/" + fitting},
-                                                        {"~/x" + fitting, "~/x" + fitting + " ERANGE"}};
+    Reports reports;  // of targets that aren't there, and of an unknown name
+    vyn::SUrnResolver::RegisterUrn("expand", "/m");
+    vyn::SUrnResolver::RegisterUrn("long", "/" + most.substr(23));
+    const std::pair<std::string, std::string> rows[] = {
+        {"a$(VYN_X)$(VYN_X)", "a1212"},
+        {"$(VYN_X", "12"},
+        {"$(VYN_Y", "$(VYN_Y)"},
+        {"$(VYN_NESTED)(VYN_X)", "$(VYN_X)$(VYN_X)"},
+        {"$(VYN_HOME)/a", home + "/a"},
+        {"~/x/~", home + "/x/~"},
+        {std::string("~") + user->pw_name + "/x", home + "/x"},
+        {most + "y", most},
+        {most.substr(2) + "$(VYN_X)", most.substr(2) + "12"},
+        {most.substr(1) + "$(VYN_X)$", most.substr(1) + "$ ERANGE"},
+        {most.substr(1) + "$a", most.substr(1) + "$"},
+        {most.substr(4) + "$(VYN_Y)", most.substr(4) + "$() ERANGE"},
+        {"urn:expand:$(VYN_X)/~", "/m/$(VYN_X)/~"},
+        {"http://$(VYN_X)", "http://$(VYN_X)"},
+        {"urn:long:y" + most.substr(1002), "http://$(VYN_X) ERANGE"},  // the text before stays
+        {"urn:long:" + most.substr(1002), "/" + most.substr(23) + "/" + most.substr(1002)},
+        {"urn:nosuch:$(VYN_X)", "urn:nosuch:12"},
+        {"~/" + fitting, home + "/" + fitting},
+        {"~/x" + fitting, "~/x" + fitting + " ERANGE"}};
     for (const auto& [text, expected] : rows) {
         EXPECT_EQ(Expand(text), expected) << text.substr(0, 20);
     }
