@@ -103,6 +103,7 @@ struct Bridge : ::testing::Test {
         EXPECT_EQ(TakeException(), "");
         env->PopLocalFrame(nullptr);
         EXPECT_EQ(VirtualMachine::TakeOutput(), "");
+        EXPECT_EQ(m_object.m_nReferences, 1);
     }
 
     // The text of the pending exception, which is cleared; "" when there is none.
@@ -147,6 +148,8 @@ struct Bridge : ::testing::Test {
     }
 
     JNIEnv* env = VirtualMachine::env;
+    CountingObject m_object;
+    CountingCreator m_creator;
 };
 
 const char* const kNotRegistered = "Internal error: Attempt to unregister non-existing Java object!\n";
@@ -168,11 +171,9 @@ TEST_F(Bridge, PassesTextsAndObjects) {
 }
 
 TEST_F(Bridge, LeavesTheExceptionOfAFailedLookUp) {
-    CountingObject object;
-    CountingCreator creator;
-    RegisterCppWrapperObjectCreator("IModelElement", &creator);
+    RegisterCppWrapperObjectCreator("IModelElement", &m_creator);
     const jobject kind = Kind("CLASS");
-    const jobject key = NewKey(object.Canonical());
+    const jobject key = NewKey(m_object.Canonical());
     const jstring noNumber = GetString(env, "x");
     const Rows<const char*, const char*, std::function<bool()>> rows = {
         {"java/lang/Enum", "NoClassDefFoundError", [&] { return ConvertEnumToInt(env, kind) == 0; }},
@@ -191,31 +192,28 @@ TEST_F(Bridge, LeavesTheExceptionOfAFailedLookUp) {
         VirtualMachine::missing = "";
         EXPECT_NE(TakeException().find(exception), std::string::npos) << lookUp;
     }
-    EXPECT_EQ(creator.m_strCalls, "") << "a failed look-up isn't taken for a Java implementation";
+    EXPECT_EQ(m_creator.m_strCalls, "") << "a failed look-up isn't taken for a Java implementation";
     UnregisterCppWrapperObjectCreator("IModelElement");
 }
 
 TEST_F(Bridge, GivesAnObjectOneWrapperThroughAllItsInterfaces) {
-    CountingObject object;
-    const jobject wrapper = CreateNewWrappingJavaObject(env, object.ThroughOtherInterface());
+    const jobject wrapper = CreateNewWrappingJavaObject(env, m_object.ThroughOtherInterface());
     ASSERT_NE(wrapper, nullptr);
     EXPECT_TRUE(IsInstanceOf(env, wrapper, kElementImpl));
     EXPECT_FALSE(IsInstanceOf(env, wrapper, kJavaElement));
     EXPECT_EQ(env->GetObjectRefType(wrapper), JNILocalRefType);
-    EXPECT_EQ(GetIUnknownFromJavaObject(env, wrapper, nullptr), object.Canonical());
-    EXPECT_EQ(object.m_nReferences, 1);
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, wrapper, nullptr), m_object.Canonical());
 
-    const jobject stored = CreateNewWrappingJavaObject(env, object.Canonical());
+    const jobject stored = CreateNewWrappingJavaObject(env, m_object.Canonical());
     EXPECT_EQ(env->GetObjectRefType(stored), JNIWeakGlobalRefType);
     EXPECT_TRUE(env->IsSameObject(stored, wrapper));
-    EXPECT_EQ(CreateNewWrappingJavaObject(env, "no/such/Class", object.ThroughOtherInterface()), stored)
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, "no/such/Class", m_object.ThroughOtherInterface()), stored)
         << "the class counts only where the wrapper is made";
 
     // Any object with the address stands for the entry, whose weak reference ends with it.
-    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
+    EXPECT_EQ(Unregister(NewKey(m_object.Canonical())), "");
     EXPECT_EQ(VirtualMachine::deleted, stored);
     EXPECT_EQ(Unregister(wrapper), kNotRegistered) << "there was one entry";
-    EXPECT_EQ(object.m_nReferences, 1);
 }
 
 TEST_F(Bridge, WrapsNothingWithoutPointerNameOrClassWhoseNullStaysUntilItIsUnregistered) {
@@ -234,38 +232,32 @@ TEST_F(Bridge, WrapsNothingWithoutPointerNameOrClassWhoseNullStaysUntilItIsUnreg
     EXPECT_EQ(Unregister(nullptr), kNotRegistered);
     EXPECT_EQ(Unregister(NewJavaElement()), kNotRegistered);
 
-    CountingObject object;
-    object.m_listNames = {"IFoo"};
-    EXPECT_EQ(CreateNewWrappingJavaObject(env, object.Canonical()), nullptr);
+    m_object.m_listNames = {"IFoo"};
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, m_object.Canonical()), nullptr);
     EXPECT_EQ(TakeException(), "java.lang.NoClassDefFoundError: com/dravmoor/zem/IFooImpl");
-    EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, object.Canonical()), nullptr);
+    EXPECT_EQ(CreateNewWrappingJavaObject(env, kElementImpl, m_object.Canonical()), nullptr);
     EXPECT_EQ(TakeException(), "");
-    EXPECT_EQ(Unregister(NewKey(object.Canonical())), "");
-
-    EXPECT_EQ(object.m_nReferences, 1);
+    EXPECT_EQ(Unregister(NewKey(m_object.Canonical())), "");
 }
 
 TEST_F(Bridge, ReadsTheNativePointerOfAWrapperOnly) {
-    CountingObject object;
-    const jobject key = NewKey(object.Canonical());
+    const jobject key = NewKey(m_object.Canonical());
     EXPECT_EQ(GetIUnknownFromJavaObject(env, nullptr, kElement), nullptr);
-    EXPECT_EQ(GetIUnknownFromJavaObject(env, key, kElement), object.Canonical());
-    EXPECT_EQ(object.m_nReferences, 1);
-    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, key, nullptr), static_cast<IModelElement*>(&object));
-    object.m_bHasInfo = false;
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, key, kElement), m_object.Canonical());
+    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, key, nullptr), static_cast<IModelElement*>(&m_object));
+    m_object.m_bHasInfo = false;
     EXPECT_EQ(GetInterfacePtr<k4::IObjectInfo>(env, key, nullptr), nullptr);
-    EXPECT_EQ(object.m_nReferences, 2);
+    EXPECT_EQ(m_object.Release(), 1u);
     EXPECT_EQ(GetInterfacePtr<IModelElement>(env, NewJavaElement(), nullptr), nullptr);
 }
 
 TEST_F(Bridge, WrapsAJavaImplementationByTheCreatorOfItsInterface) {
-    CountingCreator creator;
     const jobject element = NewJavaElement();
-    RegisterCppWrapperObjectCreator("IModelElement", &creator);
-    EXPECT_EQ(GetIUnknownFromJavaObject(env, element, kElement), creator.m_object.Canonical());
-    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, kElement), static_cast<IModelElement*>(&creator.m_object));
-    EXPECT_EQ(creator.m_object.m_nReferences, 2);
-    EXPECT_EQ(creator.m_strCalls, "IModelElement IModelElement ");
+    RegisterCppWrapperObjectCreator("IModelElement", &m_creator);
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, element, kElement), m_creator.m_object.Canonical());
+    EXPECT_EQ(GetInterfacePtr<IModelElement>(env, element, kElement), static_cast<IModelElement*>(&m_creator.m_object));
+    EXPECT_EQ(m_creator.m_object.m_nReferences, 2);
+    EXPECT_EQ(m_creator.m_strCalls, "IModelElement IModelElement ");
 
     UnregisterCppWrapperObjectCreator("IModelElement");
     UnregisterCppWrapperObjectCreator("IModelElement");
@@ -273,15 +265,14 @@ TEST_F(Bridge, WrapsAJavaImplementationByTheCreatorOfItsInterface) {
     const jobject bare = CreateNewJavaObject(env, "Bare", "()V");
     RegisterCppWrapperObjectCreator("Bare", nullptr);
     EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), nullptr);
-    RegisterCppWrapperObjectCreator("Bare", &creator);
-    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), creator.m_object.Canonical());
+    RegisterCppWrapperObjectCreator("Bare", &m_creator);
+    EXPECT_EQ(CreateNewWrappingCppObject(env, bare, "Bare"), m_creator.m_object.Canonical());
     EXPECT_EQ(CreateNewWrappingCppObject(env, nullptr, "Bare"), nullptr);
     UnregisterCppWrapperObjectCreator("Bare");
 }
 
 TEST_F(Bridge, ThrowsWhatCannotBeWrapped) {
-    CountingCreator creator;
-    RegisterCppWrapperObjectCreator(kElement, &creator);
+    RegisterCppWrapperObjectCreator(kElement, &m_creator);
     const jobject element = NewJavaElement();
     EXPECT_EQ(ErrorOfWrapping(element, kElement),
               "Unable to pass Java object as interface com/dravmoor/zem/IModelElement")
@@ -297,22 +288,20 @@ TEST_F(Bridge, ThrowsWhatCannotBeWrapped) {
 }
 
 TEST_F(Bridge, MakesAWrapperAnewThatTheCollectorTook) {
-    CountingObject object;
-    env->DeleteLocalRef(CreateNewWrappingJavaObject(env, object.Canonical()));
-    const jweak stored = static_cast<jweak>(CreateNewWrappingJavaObject(env, object.Canonical()));
+    env->DeleteLocalRef(CreateNewWrappingJavaObject(env, m_object.Canonical()));
+    const jweak stored = static_cast<jweak>(CreateNewWrappingJavaObject(env, m_object.Canonical()));
     const jclass system = env->FindClass("java/lang/System");
     const jmethodID collect = env->GetStaticMethodID(system, "gc", "()V");
     for (int i = 0; i < 100 && !env->IsSameObject(stored, nullptr); ++i) {
         env->CallStaticVoidMethod(system, collect);
         ASSERT_FALSE(env->ExceptionCheck());
     }
-    const jobject next = CreateNewWrappingJavaObject(env, object.Canonical());
+    const jobject next = CreateNewWrappingJavaObject(env, m_object.Canonical());
     EXPECT_EQ(env->GetObjectRefType(next), JNILocalRefType);
     EXPECT_EQ(VirtualMachine::deleted, stored);
-    EXPECT_EQ(GetIUnknownFromJavaObject(env, next, nullptr), object.Canonical());
-    EXPECT_TRUE(env->IsSameObject(CreateNewWrappingJavaObject(env, object.Canonical()), next));
+    EXPECT_EQ(GetIUnknownFromJavaObject(env, next, nullptr), m_object.Canonical());
+    EXPECT_TRUE(env->IsSameObject(CreateNewWrappingJavaObject(env, m_object.Canonical()), next));
     EXPECT_EQ(Unregister(next), "");
-    EXPECT_EQ(object.m_nReferences, 1);
 }
 
 TEST_F(Bridge, MakesOneWrapperForFourThreadsAtOnce) {
