@@ -254,6 +254,7 @@ TEST(Launch, ReportsAProgramThatCannotRunOnThePipe) {
     ASSERT_EQ(0, Launch(child, {"/etc"}));
     EXPECT_EQ("execvp: Permission denied\n", ReadAll(child));
     EXPECT_EQ(1 << 8, child.get_exit_status());
+    child.reset();
 }
 
 TEST(Launch, RestoresTheLibraryPathOfOneChild) {
