@@ -204,8 +204,11 @@ struct StyleFile : Style {
             }
         }
     }
-    // Loads a file of that text into the list.
-    int Load(const std::string& text) {
+    // Loads a file of that text, in which "@" stands for "Doc/Styles/", into the list.
+    int Load(std::string text) {
+        for (size_t at = text.find('@'); at != text.npos; at = text.find('@')) {
+            text.replace(at, 1, "Doc/Styles/");
+        }
         WriteText(m_directory / "styles", text);
         return m_file->Load((m_directory / "styles").c_str(), &m_list);
     }
@@ -230,9 +233,8 @@ struct StyleFile : Style {
 };
 
 const char kTwoStyles[] =
-    "[Doc/Styles/Note/Para] (Para=Note)\n\"Size\"=8 (\"by\"=\"me\")\n\"BasedOn\"=\"Body\"\n"
-    "\"Width\"=3 (\"by\"=\"me\")\n[Doc/Styles/Body/Para] (Para=Body)\n\"Font\"=\"Serif\"\n"
-    "[Doc/Styles/Note/Para] (Para=Note)\n[Doc/Styles/Note/Para]\n\"Bold\"=true\n";
+    "[@Note/Para] (Para=Note)\n\"Size\"=8 (\"by\"=\"me\")\n\"BasedOn\"=\"Body\"\n\"Width\"=3 (\"by\"=\"me\")\n"
+    "[@Body/Para] (Para=Body)\n\"Font\"=\"Serif\"\n[@Note/Para] (Para=Note)\n[@Note/Para]\n\"Bold\"=true\n";
 
 TEST_F(StyleFile, GivesStylesInFileOrderForTheToolToLink) {
     ASSERT_EQ(Load(kTwoStyles), 0);
@@ -249,23 +251,19 @@ TEST_F(StyleFile, GivesStylesInFileOrderForTheToolToLink) {
 }
 
 TEST_F(StyleFile, KnowsAStyleByTheAttributeOfItsHeading) {
-    const std::pair<const char*, const char*> rows[] = {
-        {"[Doc/Styles/A/Para](Para=B)", ""},
-        {"[Doc/Styles/A/Nothing](Nothing=A)\"Size\"=8", ""},
+    const Rows<const char*, const char*> rows = {
+        {"[@A/Para](Para=B)", ""},
+        {"[@A/Nothing](Nothing=A)\"Size\"=8", ""},
         {"[Other/Styles/A/Para](Para=A)", ""},
         {"[Doc/A/Para](Para=A)[A](Para=A)", ""},
-        {"[Doc/Styles/Proto](Proto=Styles)", ""},
-        {"[Doc/Styles](Para=Styles)[Doc/Styles/A/Para](Para=A)", "A:Para "},
-        {"[Doc/Styles/A/Para](Nothing=A, note=x, Para=A, Line=A)", "A:Para "},
-        {"[Doc/Styles/A/Para](Para=A)[Doc/Styles/B/Line](Line=B)"
-         "[Doc/Styles/A/Line](Line=A)[Doc/Styles/C/Line](Line=C)",
-         "A:Para B:Line C:Line "},
-        {"[Doc/Styles/A/Para](Para=A)[Doc/Styles/A/Para](Para=A)[Doc/Styles/B/Para](Para=B)"
-         "[Doc/Styles/A/Para](Line=A, Para=A)",
-         "A:Para B:Para "},
-        {"[Doc/Styles/Proto/Para](Para=Proto)", "Proto:Para "},
-        {"[Doc/Styles/Proto/Para](x=y, Line=Proto, Para=A)", ""},
-        {"[Doc/Styles/Styles/Para](Para=Styles)[Doc/Styles/Doc/Para](Para=Doc)", "Styles:Para Doc:Para "},
+        {"[@Proto](Proto=Styles)", ""},
+        {"[Doc/Styles](Para=Styles)[@A/Para](Para=A)", "A:Para "},
+        {"[@A/Para](Nothing=A, note=x, Para=A, Line=A)", "A:Para "},
+        {"[@A/Para](Para=A)[@B/Line](Line=B)[@A/Line](Line=A)[@C/Line](Line=C)", "A:Para B:Line C:Line "},
+        {"[@A/Para](Para=A)[@A/Para](Para=A)[@B/Para](Para=B)[@A/Para](Line=A, Para=A)", "A:Para B:Para "},
+        {"[@Proto/Para](Para=Proto)", "Proto:Para "},
+        {"[@Proto/Para](x=y, Line=Proto, Para=A)", ""},
+        {"[@Styles/Para](Para=Styles)[@Doc/Para](Para=Doc)", "Styles:Para Doc:Para "},
     };
     int listed = 0;
     for (const auto& [text, names] : rows) {
@@ -314,7 +312,7 @@ TEST_F(StyleFile, FurtherLoadsMakeNewStyles) {
     old->SetInitialValues();
     EXPECT_EQ(Get(*old, "Font"), "Sans") << "its key went with the first load";
     EXPECT_EQ(m_file->Load((m_directory / "none").c_str(), &m_list), 1);
-    EXPECT_EQ(Load(std::string("[Doc/Styles/Last/Para](Para=Last)stray") + kTwoStyles), 1);
+    EXPECT_EQ(Load(std::string("[@Last/Para](Para=Last)stray") + kTwoStyles), 1);
     EXPECT_EQ(m_list.GetCount(), 4);
     EXPECT_NE(m_kind.GetStyleList()->FindStyle("Last"), nullptr) << "read before the malformed place";
 }
