@@ -6,6 +6,7 @@
 #include <VynExplain.h>
 #include <VynOption.h>
 
+#include <algorithm>
 #include <filesystem>
 #include <iterator>
 #include <string>
@@ -46,7 +47,8 @@ public:
     int Margin() const { return GetIntValue("TextTool/Page", "Margin"); }
     std::string Footer() const { return GetValue("TextTool/Page", "Footer"); }
     std::string FilterCommand() const { return GetValue("TextTool/Filter", "Command"); }
-    int FilterSeconds() const { return GetIntValue("TextTool/Filter", "Seconds"); }
+    // Not 0, which would be no limit.
+    int FilterSeconds() const { return std::max(GetIntValue("TextTool/Filter", "Seconds"), 1); }
 
     // Changes what an argument as "Page/Width=40" names; the answer tells what stands in the way.
     vyn::ChangeAnswer Assign(const std::string& argument) {
@@ -54,9 +56,10 @@ public:
         const size_t slash = argument.rfind('/', equals);
         const std::string key = "TextTool/" + argument.substr(0, slash);
         const std::string name = argument.substr(slash + 1, equals - slash - 1);
+        const std::string value = argument.substr(equals + 1);
         const vyn::ChangeAnswer answer = vyn::CanChange(*this, key.c_str(), name.c_str());
         if (answer.obstacle == vyn::eNoObstacle) {
-            SetValue(key.c_str(), name.c_str(), argument.c_str() + equals + 1);
+            SetValue(key.c_str(), name.c_str(), value.c_str());
         }
         return answer;
     }
