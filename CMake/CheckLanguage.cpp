@@ -1,9 +1,10 @@
 // Compares the language in the library that the first argument names with the English table, which is compiled in.
-// Fails, with a line for each text that differs, when the placeholders do.
+// Fails, with a line for each, when placeholders differ, and for a number that English hasn't or that stands twice.
 
 #include <dlfcn.h>
 
 #include <cstdio>
+#include <set>
 
 #include "VynToolMessages.h"
 
@@ -18,15 +19,23 @@ int main(int argc, char** argv) {
     char module;
     const auto handle = reinterpret_cast<vyn::HINSTANCE>(&module);
     vyn::SStringTable table(handle);
-    for (const vyn::VynMessage* tables : {vynMessages, messages}) {
-        for (const vyn::VynMessage* message = tables; message->text; ++message) {
-            table.Add(message->id, message->text);
+    vyn::SVector<vyn::SString> findings;
+    std::set<unsigned> english;
+    std::set<unsigned> translated;
+    for (const vyn::VynMessage* message = vynMessages; message->text; ++message) {
+        table.Add(message->id, message->text);
+        english.insert(message->id);
+    }
+    for (const vyn::VynMessage* message = messages; message->text; ++message) {
+        table.Add(message->id, message->text);
+        const bool isKnown = english.count(message->id) > 0;
+        if (!translated.insert(message->id).second || !isKnown) {
+            findings.push_back(std::to_string(message->id) + (isKnown ? " stands twice" : " isn't there in English"));
         }
     }
-    vyn::SVector<vyn::SString> findings;
-    const int count = vyn::VynCheckTranslation(vynMessages, handle, findings);
+    vyn::VynCheckTranslation(vynMessages, handle, findings);
     for (const vyn::SString& finding : findings) {
         std::fprintf(stderr, "%s: error: message %s\n", argv[1], finding.c_str());
     }
-    return count ? 1 : 0;
+    return findings.empty() ? 0 : 1;
 }

@@ -32,7 +32,7 @@ install(FILES README.md CHANGELOG.md LICENSE DESTINATION ${CMAKE_INSTALL_DOCDIR}
 if(NOT PROJECT_IS_TOP_LEVEL)
     return()
 endif()
-add_custom_target(uninstall COMMAND ${CMAKE_COMMAND} -D MANIFEST=${PROJECT_BINARY_DIR}/install_manifest.txt
+add_custom_target(uninstall COMMAND ${CMAKE_COMMAND} -D BUILD=${PROJECT_BINARY_DIR}
     -P ${PROJECT_SOURCE_DIR}/CMake/uninstall.cmake VERBATIM)
 
 # Debian packages, one for each component; Scripts/package builds and checks them.
@@ -58,7 +58,9 @@ string(REGEX REPLACE "([0-9])[.]so[.]" "\\1-" pcre ${VYN_PCRE_SONAME})
 string(REGEX REPLACE "[.]so[.]" "" pcre ${pcre})
 set(CPACK_DEBIAN_LIB_PACKAGE_DEPENDS "${icu}, ${pcre}")
 set(CPACK_DEBIAN_DEV_PACKAGE_DEPENDS "libvyn10 (= ${PROJECT_VERSION})")
-set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libvyn10 (= ${PROJECT_VERSION})")
+set(CPACK_DEBIAN_TOOLS_PACKAGE_DEPENDS "libvyn10 (= ${PROJECT_VERSION}), libc6, libstdc++6")
+file(CONFIGURE OUTPUT triggers CONTENT "activate-noawait ldconfig\n")
+set(CPACK_DEBIAN_LIB_PACKAGE_CONTROL_EXTRA ${PROJECT_BINARY_DIR}/triggers)
 set(CPACK_DEBIAN_DOC_PACKAGE_ARCHITECTURE all)
 set(CPACK_DEBIAN_LIB_PACKAGE_SECTION libs)
 set(CPACK_DEBIAN_DEV_PACKAGE_SECTION libdevel)

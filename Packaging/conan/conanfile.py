@@ -60,4 +60,5 @@ class VynRecipe(ConanFile):
         self.cpp_info.libs = ["vyn10"]
         self.cpp_info.includedirs = ["include/vyn"]
         self.cpp_info.set_property("cmake_target_name", "vyn::vyn")
+        self.cpp_info.set_property("cmake_build_modules", ["lib/cmake/vyn/vynLanguages.cmake"])
         self.cpp_info.set_property("pkg_config_name", "vyn")

@@ -42,7 +42,7 @@ Placeholder PrintfPlaceholder(const char* text) {
         found.argument = p[1] - '0';
         p += 2;
     }
-    p += strspn(p, "-+ #0'");
+    p += strspn(p, "-+#0'");  // no blank, so that "50 % done" is a text
     SkipNumber(p, found.form);
     if (*p == '.') {
         SkipNumber(++p, found.form);

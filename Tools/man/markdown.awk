@@ -19,6 +19,8 @@ code { gsub(/\\/, "\\e"); print ($0 ~ /^[.']/ ? "\\&" : "") $0; next }
 /^### / { print ".SS " plain(substr($0, 5)); next }
 /^## / { print ".SH " plain(toupper(substr($0, 4))); next }
 /^\|-/ { next }
+!/^\| / { inTable = 0 }
+/^\| / && !inTable { inTable = 1; next }  # the heading of the table
 /^\| / {
     count = split($0, cells, / +\| +| +\|$|^\| +/)
     print ".TP\n" plain(cells[2])

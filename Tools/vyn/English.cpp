@@ -21,7 +21,7 @@ const vyn::VynMessage vynMessages[] = {
     {eTextHelpMessages, "print the messages of the library beside the English ones"},
     {eTextHelpInfo, "print the installation, directories and files in use"},
     {eTextHelpRun, "run a program under supervision"},
-    {eTextHelpFile, "an option file; the first lies on top"},
+    {eTextHelpFile, "an option file; given again for each one below it"},
     {eTextHelpDeclared, "file of the declared options"},
     {eTextHelpAddress, "path of the section and name of the option"},
     {eTextHelpValue, "the new text"},

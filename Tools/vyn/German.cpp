@@ -21,7 +21,7 @@ const vyn::VynMessage vynMessages[] = {
     {eTextHelpMessages, "die Meldungen der Bibliothek neben den englischen ausgeben"},
     {eTextHelpInfo, "Installation, Verzeichnisse und benutzte Dateien ausgeben"},
     {eTextHelpRun, "ein Programm unter Aufsicht ausführen"},
-    {eTextHelpFile, "eine Optionsdatei; die erste liegt oben"},
+    {eTextHelpFile, "eine Optionsdatei; erneut für jede, die darunter liegt"},
     {eTextHelpDeclared, "Datei der deklarierten Optionen"},
     {eTextHelpAddress, "Pfad des Abschnitts und Name der Option"},
     {eTextHelpValue, "der neue Text"},

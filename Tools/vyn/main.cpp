@@ -50,7 +50,7 @@ int Run(int argc, char** argv) {
 }  // namespace
 
 std::string tool::Text(TextId id, std::initializer_list<std::string> texts) {
-    static const vyn::VynToolMessages messages("vyn_tool", vynMessages);
+    static const vyn::VynToolMessages messages("vyn_tool", vynMessages, "share/vyn/locale");
     const std::string format = messages.GetText(id);
     std::string text;
     for (size_t i = 0; i < format.size(); ++i) {
