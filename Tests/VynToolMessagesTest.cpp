@@ -20,7 +20,7 @@ TEST(Translation, HasThePlaceholdersOfTheEnglishText) {
         {"%s %s %s", "%$2s %s %$1s", ""},
         {"%ld", "%d", ": the placeholders are %1d, in English %1ld: %d"},
         {"%*d", "%d", ": the placeholders are %1d, in English %1*d: %d"},
-        {"100%%d %s", "%%s %s", ""},
+        {"100%%d 50 % done %s", "%%s 50 % fertig %s", ""},
         {"plain", "%s", ": the placeholders are %1s, in English: %s"},
         {"", "", ""},
         {"x", nullptr, ": the text is missing"},

@@ -42,7 +42,10 @@ Placeholder PrintfPlaceholder(const char* text) {
         found.argument = p[1] - '0';
         p += 2;
     }
-    p += strspn(p, "-+#0'");  // no blank, so that "50 % done" is a text
+    p += strspn(p, "-+ #0'");
+    if (p[-1] == ' ' && !strchr("123456789*.", *p)) {
+        return found;  // a blank and a letter are text, as in "50 % done"
+    }
     SkipNumber(p, found.form);
     if (*p == '.') {
         SkipNumber(++p, found.form);
