@@ -2,8 +2,9 @@
 #
 # The source defines the table `vynMessages` of VynToolMessages.h. Language "en" comes first and goes into the target
 # itself; any other one becomes <folder>/<language>/<target>.so beside the target, is compared with the English table
-# while it is built, and is installed under the same name beside the folder of the target, CMAKE_INSTALL_BINDIR or, for a
-# library, CMAKE_INSTALL_LIBDIR. The folder is what the constructor of VynToolMessages has, `locale` when it isn't given.
+# while it is built, and is installed under the same name beside the folder of the target, CMAKE_INSTALL_BINDIR or, for
+# a library, CMAKE_INSTALL_LIBDIR. The folder is what the constructor of VynToolMessages has, `locale` when it isn't
+# given.
 set(VYN_LANGUAGE_CHECK ${CMAKE_CURRENT_LIST_DIR}/CheckLanguage.cpp CACHE INTERNAL "")
 
 function(vyn_add_language target language source)

@@ -27,7 +27,8 @@ struct VynMessage {
 ///     const vyn::VynMessage vynMessages[] = {{1, "%s: no such file"}, {2, "%1 of %2 lines"}, {}};
 ///
 /// `vyn_add_language(texttool en English.cpp)` and `vyn_add_language(texttool de German.cpp)` of the CMake package add
-/// them to the target `texttool`; a fourth argument names another folder than `locale`. The tool makes one object, and names its handle wherever a module is asked for:
+/// them to the target `texttool`; a fourth argument names another folder than `locale`. The tool makes one object, and
+/// names its handle wherever a module is asked for:
 ///
 ///     VynToolMessages messages("texttool", vynMessages);
 ///     vynerr << (SFmt(messages.GetHandle(), 2) << 5L << 7L) << endl << flush;
